@@ -1,0 +1,56 @@
+// The host runtime's own extensions: device profiles, check modes and fault injection.
+// Not part of SYCL: code that must compile with any SYCL implementation does not include this.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+namespace hostsycl {
+
+// The facts that make an emulated GPU: what the library reads from a device.
+struct device_profile {
+  std::string name;
+  int architecture;
+  std::uint32_t eu_count;
+  std::uint32_t tile_count;
+  std::vector<std::size_t> sub_group_sizes;
+  std::size_t preferred_sub_group_size;
+  std::size_t max_work_group_size;
+  std::uint64_t local_mem_size;
+  std::uint64_t global_mem_size;
+  std::uint64_t max_mem_alloc_size;
+  std::uint32_t cache_line_size;
+  std::uint64_t cache_size;
+  std::uint32_t mem_base_addr_align_bits;
+  bool fp64;
+};
+
+// Every emulated GPU profile, in a fixed order.
+const std::vector<device_profile>& gpu_profiles();
+
+// The emulated GPU of a profile; throws sycl::exception(errc::invalid) for an unknown name.
+sycl::device emulated_gpu(std::string_view profile_name);
+
+// The profile of an emulated GPU, or nullptr for the CPU device.
+const device_profile* profile_of(const sycl::device& device);
+
+// Strict mode stops the process with a message on misuse a device cannot report: atomics on
+// host USM, accessor indices out of range, USM ranges outside their allocation.
+void set_strict_mode(bool enabled);
+bool strict_mode();
+
+// Stress mode delays and reorders independent ready commands at random from a seed.
+void set_stress_mode(bool enabled, std::uint64_t seed = 0);
+bool stress_mode();
+
+// The next `count` USM or buffer-storage allocations fail.
+void fail_next_allocations(std::size_t count);
+
+// Bytes of live device and shared USM allocations on a device.
+std::uint64_t live_allocation_bytes(const sycl::device& device);
+
+}  // namespace hostsycl

@@ -1,0 +1,304 @@
+// accessor and host_accessor: views of buffer data that also declare a command's requirements.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <type_traits>
+
+#include <sycl/detail/buffer.hpp>
+#include <sycl/detail/multi_ptr.hpp>
+#include <sycl/detail/runtime_services.hpp>
+
+namespace sycl {
+
+namespace detail {
+template <access_mode Mode, target Target>
+struct access_tag {};
+// A host accessor is a command of its own: it waits for conflicting work, and later
+// conflicting commands wait for it to be destroyed.
+struct host_access_token;
+std::shared_ptr<host_access_token> acquire_host_access(const std::shared_ptr<buffer_state>& state,
+                                                       access_mode mode);
+
+constexpr bool is_write_mode(access_mode m) { return m != access_mode::read; }
+
+[[noreturn]] void report_accessor_out_of_range(std::size_t index, std::size_t size) noexcept;
+
+// Common view of buffer data: where the data is, the range of the whole buffer view (used to
+// linearise), and the accessed sub-range.
+template <typename T, int Dimensions>
+struct accessor_view {
+  T* data = nullptr;  // first element of the buffer view (sub-buffer offset included)
+  range<Dimensions> buffer_range;
+  range<Dimensions> access_range;
+  id<Dimensions> offset;
+
+  std::size_t linear(const id<Dimensions>& i) const noexcept {
+    std::size_t lin = 0;
+    for (int d = 0; d < Dimensions; ++d) lin = lin * buffer_range[d] + (offset[d] + i[d]);
+    if (strict_mode()) {
+      for (int d = 0; d < Dimensions; ++d)
+        if (i[d] >= access_range[d]) report_accessor_out_of_range(i[d], access_range[d]);
+    }
+    return lin;
+  }
+
+  template <typename Buffer>
+  void bind(Buffer& buf, range<Dimensions> r, id<Dimensions> o) {
+    const auto& state = buffer_access::state(buf);
+    data = reinterpret_cast<T*>(buffer_data(*state) + buffer_access::byte_offset(buf));
+    buffer_range = buf.get_range();
+    access_range = r;
+    offset = o;
+    for (int d = 0; d < Dimensions; ++d)
+      if (o[d] + r[d] > buffer_range[d])
+        throw_error(errc::invalid, "accessor range exceeds the buffer");
+  }
+};
+}  // namespace detail
+
+inline constexpr detail::access_tag<access_mode::read_write, target::device> read_write{};
+inline constexpr detail::access_tag<access_mode::read, target::device> read_only{};
+inline constexpr detail::access_tag<access_mode::write, target::device> write_only{};
+inline constexpr detail::access_tag<access_mode::read_write, target::host_task> read_write_host_task{};
+inline constexpr detail::access_tag<access_mode::read, target::host_task> read_only_host_task{};
+inline constexpr detail::access_tag<access_mode::write, target::host_task> write_only_host_task{};
+
+class handler;
+namespace detail {
+void handler_require(handler& cgh, const std::shared_ptr<buffer_state>& state, access_mode mode);
+void handler_require_placeholder(handler& cgh, buffer_state* state, access_mode mode);
+}  // namespace detail
+
+template <typename DataT, int Dimensions = 1,
+          access_mode AccessMode =
+              (std::is_const_v<DataT> ? access_mode::read : access_mode::read_write),
+          target AccessTarget = target::device,
+          access::placeholder IsPlaceholder = access::placeholder::false_t>
+class accessor {
+  static_assert(!std::is_const_v<DataT> || AccessMode == access_mode::read,
+                "a const element type needs access_mode::read");
+  static constexpr access_mode effective_mode =
+      AccessMode == access_mode::discard_write        ? access_mode::write
+      : AccessMode == access_mode::discard_read_write ? access_mode::read_write
+      : AccessMode == access_mode::atomic             ? access_mode::read_write
+                                                      : AccessMode;
+  using element = std::remove_const_t<DataT>;
+
+ public:
+  using value_type = std::conditional_t<AccessMode == access_mode::read, const element, element>;
+  using reference = value_type&;
+  using const_reference = const element&;
+  using iterator = value_type*;
+  using const_iterator = const element*;
+  using difference_type = std::ptrdiff_t;
+  using size_type = std::size_t;
+  template <access::decorated IsDecorated>
+  using accessor_ptr = multi_ptr<value_type, access::address_space::global_space, IsDecorated>;
+
+  accessor() = default;
+
+  template <typename AllocatorT>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, const property_list& props = {})
+      : accessor(buf, buf.get_range(), id<Dimensions>(), props) {}
+  template <typename AllocatorT>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, handler& cgh,
+           const property_list& props = {})
+      : accessor(buf, cgh, buf.get_range(), id<Dimensions>(), props) {}
+  template <typename AllocatorT>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r,
+           const property_list& props = {})
+      : accessor(buf, r, id<Dimensions>(), props) {}
+  template <typename AllocatorT>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r, id<Dimensions> o,
+           const property_list& props = {}) {
+    check_props(props);
+    view_.bind(buf, r, o);
+    placeholder_state_ = detail::buffer_access::state(buf).get();
+  }
+  template <typename AllocatorT>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, handler& cgh, range<Dimensions> r,
+           const property_list& props = {})
+      : accessor(buf, cgh, r, id<Dimensions>(), props) {}
+  template <typename AllocatorT>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, handler& cgh, range<Dimensions> r,
+           id<Dimensions> o, const property_list& props = {}) {
+    check_props(props);
+    view_.bind(buf, r, o);
+    detail::handler_require(cgh, detail::buffer_access::state(buf), effective_mode);
+  }
+  // Tagged forms (the tag only fixes the template arguments).
+  template <typename AllocatorT, access_mode M, target T>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, handler& cgh, detail::access_tag<M, T>,
+           const property_list& props = {})
+      : accessor(buf, cgh, props) {}
+  template <typename AllocatorT, access_mode M, target T>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, handler& cgh, range<Dimensions> r,
+           detail::access_tag<M, T>, const property_list& props = {})
+      : accessor(buf, cgh, r, props) {}
+  template <typename AllocatorT, access_mode M, target T>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, handler& cgh, range<Dimensions> r,
+           id<Dimensions> o, detail::access_tag<M, T>, const property_list& props = {})
+      : accessor(buf, cgh, r, o, props) {}
+  template <typename AllocatorT, access_mode M, target T>
+  accessor(buffer<element, Dimensions, AllocatorT>& buf, detail::access_tag<M, T>,
+           const property_list& props = {})
+      : accessor(buf, props) {}
+
+  // A read-write accessor converts to a read-only one.
+  template <typename OtherT, access_mode OtherMode>
+    requires(AccessMode == access_mode::read && OtherMode == access_mode::read_write &&
+             std::is_same_v<std::remove_const_t<OtherT>, element>)
+  accessor(const accessor<OtherT, Dimensions, OtherMode, AccessTarget, IsPlaceholder>& other)
+      : view_(reinterpret_cast<const detail::accessor_view<value_type, Dimensions>&>(
+            other.detail_view())),
+        placeholder_state_(other.detail_placeholder_state()) {}
+
+  bool is_placeholder() const { return placeholder_state_ != nullptr; }
+  size_type byte_size() const noexcept { return size() * sizeof(DataT); }
+  size_type size() const noexcept { return view_.access_range.size(); }
+  size_type max_size() const noexcept { return size(); }
+  bool empty() const noexcept { return size() == 0; }
+  std::size_t get_size() const { return byte_size(); }
+  std::size_t get_count() const { return size(); }
+  range<Dimensions> get_range() const { return view_.access_range; }
+  id<Dimensions> get_offset() const { return view_.offset; }
+
+  reference operator[](id<Dimensions> i) const { return view_.data[view_.linear(i)]; }
+  reference operator[](std::size_t i) const
+    requires(Dimensions == 1)
+  {
+    return view_.data[view_.linear(id<1>(i))];
+  }
+
+  std::add_pointer_t<value_type> get_pointer() const noexcept { return view_.data; }
+  template <access::decorated IsDecorated>
+  accessor_ptr<IsDecorated> get_multi_ptr() const noexcept {
+    return accessor_ptr<IsDecorated>(view_.data);
+  }
+  iterator begin() const noexcept { return view_.data + view_.linear(id<Dimensions>()); }
+  iterator end() const noexcept { return begin() + size(); }
+  const_iterator cbegin() const noexcept { return begin(); }
+  const_iterator cend() const noexcept { return end(); }
+
+  void swap(accessor& other) { std::swap(*this, other); }
+
+  // Runtime use.
+  const detail::accessor_view<value_type, Dimensions>& detail_view() const { return view_; }
+  detail::buffer_state* detail_placeholder_state() const { return placeholder_state_; }
+  static constexpr access_mode detail_mode = effective_mode;
+
+ private:
+  static void check_props(const property_list& props) {
+    if (props.has_property<property::no_init>() && AccessMode == access_mode::read)
+      detail::throw_error(errc::invalid, "no_init cannot be used with access_mode::read");
+  }
+  detail::accessor_view<value_type, Dimensions> view_;
+  detail::buffer_state* placeholder_state_ = nullptr;
+};
+
+// Deduction from tags.
+template <typename T, int D, typename A, access_mode M, target Tg>
+accessor(buffer<T, D, A>&, handler&, detail::access_tag<M, Tg>, const property_list& = {})
+    -> accessor<std::conditional_t<M == access_mode::read, const T, T>, D, M, Tg>;
+template <typename T, int D, typename A, access_mode M, target Tg>
+accessor(buffer<T, D, A>&, handler&, range<D>, detail::access_tag<M, Tg>,
+         const property_list& = {})
+    -> accessor<std::conditional_t<M == access_mode::read, const T, T>, D, M, Tg>;
+template <typename T, int D, typename A, access_mode M, target Tg>
+accessor(buffer<T, D, A>&, handler&, range<D>, id<D>, detail::access_tag<M, Tg>,
+         const property_list& = {})
+    -> accessor<std::conditional_t<M == access_mode::read, const T, T>, D, M, Tg>;
+template <typename T, int D, typename A, access_mode M, target Tg>
+accessor(buffer<T, D, A>&, detail::access_tag<M, Tg>, const property_list& = {})
+    -> accessor<std::conditional_t<M == access_mode::read, const T, T>, D, M, Tg,
+                access::placeholder::true_t>;
+template <typename T, int D, typename A>
+accessor(buffer<T, D, A>&, handler&, const property_list& = {}) -> accessor<T, D>;
+template <typename T, int D, typename A>
+accessor(buffer<T, D, A>&, handler&, range<D>, const property_list& = {}) -> accessor<T, D>;
+template <typename T, int D, typename A>
+accessor(buffer<T, D, A>&, handler&, range<D>, id<D>, const property_list& = {}) -> accessor<T, D>;
+template <typename T, int D, typename A>
+accessor(buffer<T, D, A>&, const property_list& = {})
+    -> accessor<T, D, access_mode::read_write, target::device, access::placeholder::true_t>;
+
+template <typename DataT, int Dimensions = 1,
+          access_mode AccessMode =
+              (std::is_const_v<DataT> ? access_mode::read : access_mode::read_write)>
+class host_accessor {
+  using element = std::remove_const_t<DataT>;
+
+ public:
+  using value_type = std::conditional_t<AccessMode == access_mode::read, const element, element>;
+  using reference = value_type&;
+  using const_reference = const element&;
+  using iterator = value_type*;
+  using const_iterator = const element*;
+  using size_type = std::size_t;
+
+  host_accessor() = default;
+  template <typename AllocatorT>
+  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, const property_list& props = {})
+      : host_accessor(buf, buf.get_range(), id<Dimensions>(), props) {}
+  template <typename AllocatorT>
+  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r,
+                const property_list& props = {})
+      : host_accessor(buf, r, id<Dimensions>(), props) {}
+  template <typename AllocatorT>
+  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r,
+                id<Dimensions> o, const property_list& props = {}) {
+    if (props.has_property<property::no_init>() && AccessMode == access_mode::read)
+      detail::throw_error(errc::invalid, "no_init cannot be used with access_mode::read");
+    view_.bind(buf, r, o);
+    token_ = detail::acquire_host_access(detail::buffer_access::state(buf),
+                                         AccessMode == access_mode::read ? access_mode::read
+                                                                         : access_mode::read_write);
+  }
+  template <typename AllocatorT, access_mode M, target T>
+  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, detail::access_tag<M, T>,
+                const property_list& props = {})
+      : host_accessor(buf, props) {}
+  template <typename AllocatorT, access_mode M, target T>
+  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r,
+                detail::access_tag<M, T>, const property_list& props = {})
+      : host_accessor(buf, r, props) {}
+  template <typename AllocatorT, access_mode M, target T>
+  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r,
+                id<Dimensions> o, detail::access_tag<M, T>, const property_list& props = {})
+      : host_accessor(buf, r, o, props) {}
+
+  size_type byte_size() const noexcept { return size() * sizeof(DataT); }
+  size_type size() const noexcept { return view_.access_range.size(); }
+  bool empty() const noexcept { return size() == 0; }
+  range<Dimensions> get_range() const { return view_.access_range; }
+  id<Dimensions> get_offset() const { return view_.offset; }
+  reference operator[](id<Dimensions> i) const { return view_.data[view_.linear(i)]; }
+  reference operator[](std::size_t i) const
+    requires(Dimensions == 1)
+  {
+    return view_.data[view_.linear(id<1>(i))];
+  }
+  std::add_pointer_t<value_type> get_pointer() const noexcept { return view_.data; }
+  iterator begin() const noexcept { return view_.data + view_.linear(id<Dimensions>()); }
+  iterator end() const noexcept { return begin() + size(); }
+
+ private:
+  detail::accessor_view<value_type, Dimensions> view_;
+  std::shared_ptr<detail::host_access_token> token_;
+};
+
+template <typename T, int D, typename A>
+host_accessor(buffer<T, D, A>&, const property_list& = {}) -> host_accessor<T, D>;
+template <typename T, int D, typename A>
+host_accessor(buffer<T, D, A>&, range<D>, const property_list& = {}) -> host_accessor<T, D>;
+template <typename T, int D, typename A>
+host_accessor(buffer<T, D, A>&, range<D>, id<D>, const property_list& = {}) -> host_accessor<T, D>;
+template <typename T, int D, typename A, access_mode M, target Tg>
+host_accessor(buffer<T, D, A>&, detail::access_tag<M, Tg>, const property_list& = {})
+    -> host_accessor<std::conditional_t<M == access_mode::read, const T, T>, D, M>;
+template <typename T, int D, typename A, access_mode M, target Tg>
+host_accessor(buffer<T, D, A>&, range<D>, detail::access_tag<M, Tg>, const property_list& = {})
+    -> host_accessor<std::conditional_t<M == access_mode::read, const T, T>, D, M>;
+
+}  // namespace sycl

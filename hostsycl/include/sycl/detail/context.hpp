@@ -1,0 +1,75 @@
+// context: a set of devices and an asynchronous error handler, with reference semantics.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include <sycl/detail/device.hpp>
+#include <sycl/detail/properties.hpp>
+
+namespace sycl {
+
+namespace detail {
+struct context_impl;
+struct context_access;
+}  // namespace detail
+
+class context {
+ public:
+  explicit context(const property_list& props = {});
+  explicit context(async_handler handler, const property_list& props = {});
+  explicit context(const device& dev, const property_list& props = {});
+  explicit context(const device& dev, async_handler handler, const property_list& props = {});
+  explicit context(const platform& plt, const property_list& props = {});
+  explicit context(const platform& plt, async_handler handler, const property_list& props = {});
+  explicit context(const std::vector<device>& devices, const property_list& props = {});
+  explicit context(const std::vector<device>& devices, async_handler handler,
+                   const property_list& props = {});
+
+  backend get_backend() const noexcept { return backend::hostsycl; }
+  platform get_platform() const { return platform(); }
+  std::vector<device> get_devices() const;
+  template <typename Param>
+  typename Param::return_type get_info() const {
+    if constexpr (std::is_same_v<Param, info::context::platform>)
+      return platform();
+    else if constexpr (std::is_same_v<Param, info::context::devices>)
+      return get_devices();
+    else
+      static_assert(sizeof(Param) == 0, "unsupported context info descriptor");
+  }
+  template <typename P>
+  bool has_property() const noexcept {
+    return false;
+  }
+
+  friend bool operator==(const context& a, const context& b) noexcept { return a.impl_ == b.impl_; }
+  friend bool operator!=(const context& a, const context& b) noexcept { return a.impl_ != b.impl_; }
+
+ private:
+  friend struct detail::context_access;
+  explicit context(std::shared_ptr<detail::context_impl> impl) : impl_(std::move(impl)) {}
+  std::shared_ptr<detail::context_impl> impl_;
+};
+
+namespace detail {
+struct context_access {
+  static const std::shared_ptr<context_impl>& impl(const context& c) { return c.impl_; }
+  static context make(std::shared_ptr<context_impl> impl) { return context(std::move(impl)); }
+};
+// The default context of the platform: every root device, no handler.
+context default_context();
+// The context a queue made from a device alone uses: the platform's default context, or for an
+// emulated GPU outside the platform's device list, one default context of that device.
+context default_context_for(const device& d);
+bool context_has_device(const context& c, const device& d);
+}  // namespace detail
+
+}  // namespace sycl
+
+template <>
+struct std::hash<sycl::context> {
+  std::size_t operator()(const sycl::context& c) const noexcept {
+    return std::hash<const void*>()(sycl::detail::context_access::impl(c).get());
+  }
+};

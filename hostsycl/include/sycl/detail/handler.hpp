@@ -1,0 +1,233 @@
+// handler: collects one command and its requirements inside queue::submit.
+#pragma once
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+#include <sycl/detail/accessor.hpp>
+#include <sycl/detail/device.hpp>
+#include <sycl/detail/event.hpp>
+#include <sycl/detail/kernel_launch.hpp>
+
+namespace sycl {
+
+class queue;
+class handler;
+
+namespace detail {
+struct queue_impl;
+struct requirement {
+  std::shared_ptr<buffer_state> state;
+  access_mode mode;
+};
+enum class command_kind { none, kernel, host_task, memory };
+struct handler_access;
+
+// Checks of explicit memory operations (strict mode; memset and fill need USM always).
+void check_usm_range(const void* p, std::size_t bytes, const char* operation, bool must_be_usm);
+}  // namespace detail
+
+class interop_handle {
+ public:
+  interop_handle() = delete;
+  backend get_backend() const noexcept { return backend::hostsycl; }
+
+ private:
+  friend class handler;
+  explicit interop_handle(int) {}
+};
+
+class handler {
+ public:
+  handler(const handler&) = delete;
+  handler(handler&&) = delete;
+  handler& operator=(const handler&) = delete;
+  handler& operator=(handler&&) = delete;
+
+  void depends_on(event e) { deps_.push_back(std::move(e)); }
+  void depends_on(const std::vector<event>& events) {
+    deps_.insert(deps_.end(), events.begin(), events.end());
+  }
+
+  template <typename DataT, int Dims, access_mode Mode, target Tgt, access::placeholder P>
+  void require(accessor<DataT, Dims, Mode, Tgt, P> acc) {
+    if (acc.detail_placeholder_state() != nullptr)
+      detail::handler_require_placeholder(*this, acc.detail_placeholder_state(),
+                                          accessor<DataT, Dims, Mode, Tgt, P>::detail_mode);
+  }
+
+  template <typename KernelName = void, typename KernelType>
+  void single_task(const KernelType& kernel) {
+    check_no_local_memory("single_task");
+    set_command(detail::command_kind::kernel, [kernel] { detail::launch_single_task(kernel); });
+  }
+
+  template <typename KernelName = void, typename KernelType>
+  void parallel_for(range<1> r, const KernelType& kernel) {
+    submit_range<KernelName>(r, kernel);
+  }
+  template <typename KernelName = void, typename KernelType>
+  void parallel_for(range<2> r, const KernelType& kernel) {
+    submit_range<KernelName>(r, kernel);
+  }
+  template <typename KernelName = void, typename KernelType>
+  void parallel_for(range<3> r, const KernelType& kernel) {
+    submit_range<KernelName>(r, kernel);
+  }
+  template <typename KernelName = void, int Dims, typename KernelType>
+  void parallel_for(nd_range<Dims> ndr, const KernelType& kernel) {
+    detail::nd_launch_config config{checked_sub_group_size(detail::required_sub_group_size_v<KernelName>),
+                                    local_slots_};
+    check_nd_range(ndr.get_global_range().size() == 0, divisible(ndr),
+                   ndr.get_local_range().size());
+    set_command(detail::command_kind::kernel, [kernel, ndr, config] {
+      detail::launch_nd_range(ndr, kernel, config);
+    });
+  }
+
+  template <typename T>
+  void host_task(T&& task) {
+    using F = std::decay_t<T>;
+    set_command(detail::command_kind::host_task, [f = F(std::forward<T>(task))]() mutable {
+      if constexpr (std::is_invocable_v<F&, interop_handle>)
+        f(interop_handle(0));
+      else
+        f();
+    });
+  }
+
+  void memcpy(void* dest, const void* src, std::size_t bytes) {
+    detail::check_usm_range(dest, bytes, "memcpy", false);
+    detail::check_usm_range(src, bytes, "memcpy", false);
+    set_command(detail::command_kind::memory, [dest, src, bytes] {
+      if (bytes != 0) std::memcpy(dest, src, bytes);
+    });
+  }
+  template <typename T>
+  void copy(const T* src, T* dest, std::size_t count) {
+    this->memcpy(dest, src, count * sizeof(T));
+  }
+  void memset(void* ptr, int value, std::size_t bytes) {
+    detail::check_usm_range(ptr, bytes, "memset", true);
+    set_command(detail::command_kind::memory, [ptr, value, bytes] {
+      if (bytes != 0) std::memset(ptr, static_cast<unsigned char>(value), bytes);
+    });
+  }
+  template <typename T>
+  void fill(void* ptr, const T& pattern, std::size_t count) {
+    detail::check_usm_range(ptr, count * sizeof(T), "fill", true);
+    set_command(detail::command_kind::memory, [ptr, pattern, count] {
+      T* p = static_cast<T*>(ptr);
+      for (std::size_t i = 0; i < count; ++i) p[i] = pattern;
+    });
+  }
+  void prefetch(const void*, std::size_t) { set_command(detail::command_kind::memory, [] {}); }
+  void mem_advise(const void*, std::size_t, int) {
+    set_command(detail::command_kind::memory, [] {});
+  }
+
+  // Accessor copies.
+  template <typename SrcT, int Dims, access_mode Mode, target Tgt, access::placeholder P,
+            typename DestT>
+  void copy(accessor<SrcT, Dims, Mode, Tgt, P> src, std::shared_ptr<DestT> dest) {
+    require(src);
+    set_command(detail::command_kind::memory, [src, dest] { copy_out(src, dest.get()); });
+  }
+  template <typename SrcT, typename DestT, int Dims, access_mode Mode, target Tgt,
+            access::placeholder P>
+  void copy(std::shared_ptr<SrcT> src, accessor<DestT, Dims, Mode, Tgt, P> dest) {
+    require(dest);
+    set_command(detail::command_kind::memory, [src, dest] { copy_in(src.get(), dest); });
+  }
+  template <typename SrcT, int Dims, access_mode Mode, target Tgt, access::placeholder P,
+            typename DestT>
+  void copy(accessor<SrcT, Dims, Mode, Tgt, P> src, DestT* dest) {
+    require(src);
+    set_command(detail::command_kind::memory, [src, dest] { copy_out(src, dest); });
+  }
+  template <typename SrcT, typename DestT, int Dims, access_mode Mode, target Tgt,
+            access::placeholder P>
+  void copy(const SrcT* src, accessor<DestT, Dims, Mode, Tgt, P> dest) {
+    require(dest);
+    set_command(detail::command_kind::memory, [src, dest] { copy_in(src, dest); });
+  }
+  template <typename SrcT, int SrcDims, access_mode SrcMode, target SrcTgt,
+            access::placeholder SrcP, typename DestT, int DestDims, access_mode DestMode,
+            target DestTgt, access::placeholder DestP>
+  void copy(accessor<SrcT, SrcDims, SrcMode, SrcTgt, SrcP> src,
+            accessor<DestT, DestDims, DestMode, DestTgt, DestP> dest) {
+    if (dest.byte_size() < src.byte_size())
+      detail::throw_error(errc::invalid, "copy destination accessor is smaller than the source");
+    require(src);
+    require(dest);
+    set_command(detail::command_kind::memory, [src, dest] {
+      auto out = dest.begin();
+      for (auto it = src.begin(); it != src.end(); ++it, ++out) *out = *it;
+    });
+  }
+  template <typename T, int Dims, access_mode Mode, target Tgt, access::placeholder P>
+  void fill(accessor<T, Dims, Mode, Tgt, P> dest, const T& value) {
+    require(dest);
+    set_command(detail::command_kind::memory, [dest, value] {
+      for (auto it = dest.begin(); it != dest.end(); ++it) *it = value;
+    });
+  }
+  template <typename T, int Dims, access_mode Mode, target Tgt, access::placeholder P>
+  void update_host(accessor<T, Dims, Mode, Tgt, P> acc) {
+    require(acc);
+    set_command(detail::command_kind::memory, [] {});
+  }
+
+  // Runtime use: local_accessor registers its per-work-group allocation here.
+  std::size_t detail_add_local_slot(std::size_t bytes, std::size_t alignment) {
+    local_slots_.push_back({bytes, alignment});
+    return local_slots_.size() - 1;
+  }
+
+ private:
+  friend class queue;
+  friend struct detail::handler_access;
+  handler(const detail::device_impl* device, bool fp64) : device_(device), fp64_(fp64) {}
+
+  template <typename SrcAcc, typename DestT>
+  static void copy_out(const SrcAcc& src, DestT* dest) {
+    std::size_t i = 0;
+    for (auto it = src.begin(); it != src.end(); ++it) dest[i++] = *it;
+  }
+  template <typename SrcT, typename DestAcc>
+  static void copy_in(const SrcT* src, const DestAcc& dest) {
+    std::size_t i = 0;
+    for (auto it = dest.begin(); it != dest.end(); ++it) *it = src[i++];
+  }
+
+  template <typename KernelName, int Dims, typename KernelType>
+  void submit_range(range<Dims> r, const KernelType& kernel) {
+    check_no_local_memory("parallel_for over a range");
+    set_command(detail::command_kind::kernel, [kernel, r] { detail::launch_range(r, kernel); });
+  }
+  template <int Dims>
+  static bool divisible(const nd_range<Dims>& ndr) {
+    for (int d = 0; d < Dims; ++d) {
+      const std::size_t l = ndr.get_local_range()[d];
+      if (l == 0 || ndr.get_global_range()[d] % l != 0) return false;
+    }
+    return true;
+  }
+  void check_nd_range(bool empty, bool divisible, std::size_t local_size) const;
+  std::size_t checked_sub_group_size(std::size_t required) const;
+  void check_no_local_memory(const char* form) const;
+  void set_command(detail::command_kind kind, std::function<void()> work);
+
+  const detail::device_impl* device_;
+  bool fp64_;
+  std::vector<event> deps_;
+  std::vector<detail::requirement> requirements_;
+  std::vector<detail::local_slot_request> local_slots_;
+  detail::command_kind kind_ = detail::command_kind::none;
+  std::function<void()> work_;
+};
+
+}  // namespace sycl
