@@ -72,7 +72,7 @@ class device {
 
 class platform {
  public:
-  platform();
+  platform() = default;
   template <typename DeviceSelector>
     requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
   explicit platform(const DeviceSelector& selector) : platform() {
