@@ -1,0 +1,207 @@
+// What the library's kernels need beyond standard SYCL 2020, each with a portable implementation
+// over standard SYCL. Kernels use only these names for it, so a port to another compiler changes
+// this file alone.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <type_traits>
+
+#include <sycl/sycl.hpp>
+
+namespace orvane::vrt::portable {
+
+// ---- required sub-group size -------------------------------------------------------------
+// A kernel that demands a sub-group size is named with sub_group_kernel<Tag, N> and carries
+// the standard attribute as well:
+//
+//   h.parallel_for<portable::sub_group_kernel<my_kernel, 16>>(
+//       ndr, [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(16)]] { ... });
+//
+// A conformant compiler honours the attribute (and ignores the member). The bundled host runtime
+// cannot see attributes, so it reads `required_sub_group_size` from the kernel-name type and runs
+// the kernel with exactly that size, or refuses it with errc::kernel_not_supported.
+template <typename Tag, std::size_t SubGroupSize>
+struct sub_group_kernel {
+  static constexpr std::size_t required_sub_group_size = SubGroupSize;
+};
+
+// ---- sub-group block loads and stores ----------------------------------------------------
+// Work-item l of a sub-group of size S receives base[l + k * S] for k < N: the layout of a
+// hardware block read. Plain strided loads are what such a read compiles to where no block
+// instruction exists; a compiler with one may map these functions to it.
+template <int N, typename T>
+std::array<T, N> sub_group_load(const sycl::sub_group& sg, const T* base) {
+  const std::size_t lane = sg.get_local_linear_id();
+  const std::size_t size = sg.get_max_local_range()[0];
+  std::array<T, N> out;
+  for (int k = 0; k < N; ++k) out[k] = base[lane + static_cast<std::size_t>(k) * size];
+  return out;
+}
+
+// Masked form for tails: only indices below `count` are read; the others receive `fill`.
+template <int N, typename T>
+std::array<T, N> sub_group_load(const sycl::sub_group& sg, const T* base, std::size_t count,
+                                T fill) {
+  const std::size_t lane = sg.get_local_linear_id();
+  const std::size_t size = sg.get_max_local_range()[0];
+  std::array<T, N> out;
+  for (int k = 0; k < N; ++k) {
+    const std::size_t i = lane + static_cast<std::size_t>(k) * size;
+    out[k] = i < count ? base[i] : fill;
+  }
+  return out;
+}
+
+template <int N, typename T>
+void sub_group_store(const sycl::sub_group& sg, T* base, const std::array<T, N>& values) {
+  const std::size_t lane = sg.get_local_linear_id();
+  const std::size_t size = sg.get_max_local_range()[0];
+  for (int k = 0; k < N; ++k) base[lane + static_cast<std::size_t>(k) * size] = values[k];
+}
+
+// Masked store: indices at or past `count` are left untouched.
+template <int N, typename T>
+void sub_group_store(const sycl::sub_group& sg, T* base, const std::array<T, N>& values,
+                     std::size_t count) {
+  const std::size_t lane = sg.get_local_linear_id();
+  const std::size_t size = sg.get_max_local_range()[0];
+  for (int k = 0; k < N; ++k) {
+    const std::size_t i = lane + static_cast<std::size_t>(k) * size;
+    if (i < count) base[i] = values[k];
+  }
+}
+
+// ---- prefetch ----------------------------------------------------------------------------
+// A hint to bring data closer to the work-item. Standard SYCL offers it on multi_ptr; where a
+// device has no prefetch it does nothing, which is always correct.
+template <typename T>
+void prefetch(const T* p, std::size_t count) {
+  sycl::global_ptr<const T>(p).prefetch(count);
+}
+
+// ---- explicit SIMD -----------------------------------------------------------------------
+// A work-item that works on whole vectors, as explicit-SIMD kernels do. Plain loops over a
+// fixed-size array: g++ vectorises them, and a compiler with an explicit-SIMD extension may
+// map the type to its native vector.
+template <int N>
+struct simd_mask {
+  std::array<bool, N> lanes{};
+
+  bool operator[](int i) const { return lanes[i]; }
+  bool& operator[](int i) { return lanes[i]; }
+  bool any() const {
+    for (int i = 0; i < N; ++i)
+      if (lanes[i]) return true;
+    return false;
+  }
+  bool all() const {
+    for (int i = 0; i < N; ++i)
+      if (!lanes[i]) return false;
+    return true;
+  }
+};
+
+template <typename T, int N>
+struct simd {
+  static_assert(N >= 1 && N <= 64, "simd supports 1 to 64 lanes");
+  std::array<T, N> lanes{};
+
+  simd() = default;
+  explicit simd(T value) { lanes.fill(value); }
+
+  // The lane index vector 0, 1, ..., N-1 scaled by `step` and offset by `start`.
+  static simd iota(T start = T(0), T step = T(1)) {
+    simd r;
+    for (int i = 0; i < N; ++i) r.lanes[i] = start + static_cast<T>(i) * step;
+    return r;
+  }
+
+  T operator[](int i) const { return lanes[i]; }
+  T& operator[](int i) { return lanes[i]; }
+
+  void block_load(const T* p) {
+    for (int i = 0; i < N; ++i) lanes[i] = p[i];
+  }
+  void block_store(T* p) const {
+    for (int i = 0; i < N; ++i) p[i] = lanes[i];
+  }
+
+  // Reads base[offsets[i]] in the lanes whose mask is set; the others keep their value.
+  template <typename Index>
+  void gather(const T* base, const simd<Index, N>& offsets, const simd_mask<N>& mask) {
+    for (int i = 0; i < N; ++i)
+      if (mask[i]) lanes[i] = base[offsets[i]];
+  }
+  template <typename Index>
+  void scatter(T* base, const simd<Index, N>& offsets, const simd_mask<N>& mask) const {
+    for (int i = 0; i < N; ++i)
+      if (mask[i]) base[offsets[i]] = lanes[i];
+  }
+
+  friend simd operator+(const simd& a, const simd& b) { return zip(a, b, [](T x, T y) { return x + y; }); }
+  friend simd operator-(const simd& a, const simd& b) { return zip(a, b, [](T x, T y) { return x - y; }); }
+  friend simd operator*(const simd& a, const simd& b) { return zip(a, b, [](T x, T y) { return x * y; }); }
+  simd& operator+=(const simd& b) { return *this = *this + b; }
+
+  friend simd_mask<N> operator<(const simd& a, const simd& b) { return compare(a, b, [](T x, T y) { return x < y; }); }
+  friend simd_mask<N> operator<=(const simd& a, const simd& b) { return compare(a, b, [](T x, T y) { return x <= y; }); }
+  friend simd_mask<N> operator==(const simd& a, const simd& b) { return compare(a, b, [](T x, T y) { return x == y; }); }
+
+ private:
+  template <typename F>
+  static simd zip(const simd& a, const simd& b, F f) {
+    simd r;
+    for (int i = 0; i < N; ++i) r.lanes[i] = f(a.lanes[i], b.lanes[i]);
+    return r;
+  }
+  template <typename F>
+  static simd_mask<N> compare(const simd& a, const simd& b, F f) {
+    simd_mask<N> m;
+    for (int i = 0; i < N; ++i) m.lanes[i] = f(a.lanes[i], b.lanes[i]);
+    return m;
+  }
+};
+
+// a * b + c in every lane, rounded once where T is floating point.
+template <typename T, int N>
+simd<T, N> fma(const simd<T, N>& a, const simd<T, N>& b, const simd<T, N>& c) {
+  simd<T, N> r;
+  for (int i = 0; i < N; ++i) {
+    if constexpr (std::is_floating_point_v<T>)
+      r.lanes[i] = sycl::fma(a.lanes[i], b.lanes[i], c.lanes[i]);
+    else
+      r.lanes[i] = a.lanes[i] * b.lanes[i] + c.lanes[i];
+  }
+  return r;
+}
+
+// Lanes of `on_true` where the mask is set, of `on_false` elsewhere.
+template <typename T, int N>
+simd<T, N> merge(const simd<T, N>& on_true, const simd<T, N>& on_false, const simd_mask<N>& mask) {
+  simd<T, N> r;
+  for (int i = 0; i < N; ++i) r.lanes[i] = mask[i] ? on_true.lanes[i] : on_false.lanes[i];
+  return r;
+}
+
+// Lane reductions in ascending lane order, so results are reproducible.
+template <typename T, int N>
+T reduce_add(const simd<T, N>& v) {
+  T acc = v.lanes[0];
+  for (int i = 1; i < N; ++i) acc += v.lanes[i];
+  return acc;
+}
+template <typename T, int N>
+T reduce_max(const simd<T, N>& v) {
+  T acc = v.lanes[0];
+  for (int i = 1; i < N; ++i) acc = v.lanes[i] > acc ? v.lanes[i] : acc;
+  return acc;
+}
+template <typename T, int N>
+T reduce_min(const simd<T, N>& v) {
+  T acc = v.lanes[0];
+  for (int i = 1; i < N; ++i) acc = v.lanes[i] < acc ? v.lanes[i] : acc;
+  return acc;
+}
+
+}  // namespace orvane::vrt::portable
