@@ -298,7 +298,7 @@ void work_group_state::run(std::size_t group_linear) {
   for (auto& it : items_) {
     it.self = bctx::fiber();  // unwinds work-items left suspended after an error
 #if HOSTSYCL_TSAN_FIBERS
-    if (it.tsan_fiber != nullptr) __tsan_destroy_fiber(it.tsan_fiber);
+    __tsan_destroy_fiber(it.tsan_fiber);
     it.tsan_fiber = nullptr;
 #endif
   }

@@ -5,6 +5,8 @@
 #include <numeric>
 #include <vector>
 
+#include "test_scale.hpp"
+
 namespace {
 
 template <typename T>
@@ -12,7 +14,7 @@ using device_atomic = sycl::atomic_ref<T, sycl::memory_order::relaxed, sycl::mem
 
 TEST(Atomics, IntegerAndFloatingAddUnderContentionAreExact) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
-  constexpr std::size_t n = 1 << 16;
+  constexpr std::size_t n = (1 << 16) / test_scale::divisor;
   auto* i32 = sycl::malloc_shared<int>(1, q);
   auto* u64 = sycl::malloc_shared<unsigned long long>(1, q);
   auto* f64 = sycl::malloc_shared<double>(1, q);
@@ -72,7 +74,7 @@ TEST(Atomics, MinMaxExchangeAndCompareExchange) {
 // prefix. Correct only if groups start in order and a spinning group never blocks an earlier one.
 TEST(ForwardProgress, GroupsWaitingOnEarlierGroupsComplete) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
-  constexpr std::size_t wg = 64, groups = 200, n = wg * groups;
+  constexpr std::size_t wg = 64, groups = 200 / test_scale::divisor + 2, n = wg * groups;
   long* data = sycl::malloc_shared<long>(n, q);
   long* prefix = sycl::malloc_shared<long>(groups, q);
   int* ready = sycl::malloc_shared<int>(groups, q);
@@ -130,7 +132,7 @@ TEST(ForwardProgress, WorkItemSpinningOnItsOwnGroupCompletes) {
 // Persistent work-groups fetch rows from a device counter until none are left.
 TEST(ForwardProgress, PersistentGroupsDrainAnAtomicWorkCounter) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a5")};
-  constexpr std::size_t rows = 5000;
+  constexpr std::size_t rows = 5000 / test_scale::divisor;
   unsigned* next = sycl::malloc_shared<unsigned>(1, q);
   int* hits = sycl::malloc_shared<int>(rows, q);
   *next = 0;

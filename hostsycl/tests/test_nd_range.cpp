@@ -6,6 +6,8 @@
 #include <random>
 #include <vector>
 
+#include "test_scale.hpp"
+
 namespace {
 
 template <std::size_t Size>
@@ -26,7 +28,7 @@ sycl::errc code_of(const std::function<void()>& f) {
 // totals, then add each group's offset.
 TEST(NdRange, MultiGroupInclusiveScanMatchesTheSequentialScan) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3"), sycl::property_list{sycl::property::queue::in_order{}}};
-  constexpr std::size_t n = 1 << 16, wg = 256, groups = n / wg;
+  constexpr std::size_t wg = 256, groups = 256 / test_scale::divisor, n = wg * groups;
   std::vector<long> input(n);
   std::mt19937 rng(7);
   for (auto& v : input) v = static_cast<long>(rng() % 1000);
@@ -234,7 +236,7 @@ TEST(NdRange, DivergentBarrierIsReportedInsteadOfHanging) {
 
 TEST(NdRange, LocalMemoryIsPrivateToEachWorkGroup) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a5")};
-  constexpr std::size_t wg = 128, groups = 40;
+  constexpr std::size_t wg = 128, groups = 40 / test_scale::divisor + 2;
   int* out = sycl::malloc_shared<int>(groups, q);
   q.submit([&](sycl::handler& h) {
      sycl::local_accessor<int, 1> counter(sycl::range<1>(1), h);

@@ -21,19 +21,20 @@ TEST(Queues, InOrderQueueRunsCommandsInSubmissionOrder) {
 
 TEST(Queues, DependsOnChainsOrderAnOutOfOrderQueue) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
-  int* data = sycl::malloc_shared<int>(1, q);
+  // Each step depends on the previous value, so any reordering changes the result.
+  unsigned* data = sycl::malloc_shared<unsigned>(1, q);
   *data = 0;
   sycl::event e = q.single_task([=] { *data = 1; });
-  for (int i = 2; i <= 20; ++i) {
+  for (unsigned i = 2; i <= 20; ++i) {
     e = q.submit([&](sycl::handler& h) {
       h.depends_on(e);
-      h.single_task([=] { *data = *data * 3 + i; });
+      h.single_task([=] { *data = *data * 3u + i; });
     });
   }
   e.wait();
-  long expected = 1;
-  for (int i = 2; i <= 20; ++i) expected = (expected * 3 + i) & 0xffffffff;
-  EXPECT_EQ(static_cast<unsigned>(*data), static_cast<unsigned>(expected));
+  unsigned expected = 1;
+  for (unsigned i = 2; i <= 20; ++i) expected = expected * 3u + i;
+  EXPECT_EQ(*data, expected);
   sycl::free(data, q);
 }
 
