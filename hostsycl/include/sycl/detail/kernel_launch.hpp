@@ -98,7 +98,13 @@ struct range_context {
     const auto& c = *static_cast<const range_context*>(ctx);
     const Kernel& k = *c.kernel;
     for (std::size_t lin = begin; lin < end; ++lin) {
-      const auto it = item_access::make<Dims, false>(delinearize(lin, c.r), c.r);
+      // One dimension needs no division: the linear index is the id.
+      id<Dims> index;
+      if constexpr (Dims == 1)
+        index[0] = lin;
+      else
+        index = delinearize(lin, c.r);
+      const auto it = item_access::make<Dims, false>(index, c.r);
       if constexpr (std::is_invocable_v<const Kernel&, item<Dims, false>> ||
                     std::is_invocable_v<const Kernel&, item<Dims, false>, kernel_handler>)
         invoke_kernel(k, it);
