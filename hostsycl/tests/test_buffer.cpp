@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <hostsycl/hostsycl.hpp>
 
+#include "test_support.hpp"
+
 #include <atomic>
 #include <chrono>
 #include <numeric>
@@ -10,14 +12,7 @@
 
 namespace {
 
-sycl::errc code_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const sycl::exception& e) {
-    return static_cast<sycl::errc>(e.code().value());
-  }
-  return sycl::errc::success;
-}
+using test_support::code_of;
 
 TEST(Buffers, ReadAfterWriteWriteAfterReadAndWriteAfterWriteAreOrdered) {
   sycl::queue q1{hostsycl::emulated_gpu("emu-a3")};

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <hostsycl/hostsycl.hpp>
 
+#include "test_support.hpp"
+
 #include <numeric>
 #include <random>
 #include <vector>
@@ -15,14 +17,7 @@ struct sub_group_probe {
   static constexpr std::size_t required_sub_group_size = Size;
 };
 
-sycl::errc code_of(const std::function<void()>& f) {
-  try {
-    f();
-  } catch (const sycl::exception& e) {
-    return static_cast<sycl::errc>(e.code().value());
-  }
-  return sycl::errc::success;
-}
+using test_support::code_of;
 
 // Multi-group inclusive scan: scan each group in local memory with barriers, scan the group
 // totals, then add each group's offset.
@@ -218,15 +213,7 @@ TEST(NdRange, LocalAccessorWithARangeKernelIsRefused) {
 
 TEST(NdRange, DivergentBarrierIsReportedInsteadOfHanging) {
   sycl::errc code = sycl::errc::success;
-  sycl::queue q{hostsycl::emulated_gpu("emu-a3"), [&](sycl::exception_list list) {
-                  for (auto& e : list) {
-                    try {
-                      std::rethrow_exception(e);
-                    } catch (const sycl::exception& x) {
-                      code = static_cast<sycl::errc>(x.code().value());
-                    }
-                  }
-                }};
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3"), test_support::record_code(code)};
   q.parallel_for(sycl::nd_range<1>(64, 32), [=](sycl::nd_item<1> it) {
     if (it.get_local_id(0) < 16) sycl::group_barrier(it.get_group());
   });

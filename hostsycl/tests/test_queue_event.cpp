@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <hostsycl/hostsycl.hpp>
 
+#include "test_support.hpp"
+
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -151,15 +153,7 @@ TEST(AsyncErrors, EventWaitAndThrowDeliversToTheQueueOfTheEvent) {
 
 TEST(AsyncErrors, KernelExceptionBecomesAKernelError) {
   sycl::errc code = sycl::errc::success;
-  sycl::queue q{hostsycl::emulated_gpu("emu-a1"), [&](sycl::exception_list list) {
-                  for (auto& e : list) {
-                    try {
-                      std::rethrow_exception(e);
-                    } catch (const sycl::exception& x) {
-                      code = static_cast<sycl::errc>(x.code().value());
-                    }
-                  }
-                }};
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1"), test_support::record_code(code)};
   q.parallel_for(sycl::range<1>(100), [](sycl::id<1> i) {
     if (i[0] == 42) throw std::runtime_error("bad work-item");
   });
