@@ -70,6 +70,33 @@ TEST(Atomics, MinMaxExchangeAndCompareExchange) {
   sycl::free(fmin, q);
 }
 
+TEST(Atomics, BitwiseOperationsAndIncrementForms) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  auto* bits = sycl::malloc_shared<unsigned>(3, q);
+  auto* count = sycl::malloc_shared<long long>(1, q);
+  bits[0] = 0;
+  bits[1] = ~0u;
+  bits[2] = 0;
+  *count = 0;
+  q.parallel_for(sycl::range<1>(32), [=](sycl::id<1> i) {
+     const unsigned bit = 1u << i[0];
+     device_atomic<unsigned>(bits[0]).fetch_or(bit);
+     device_atomic<unsigned>(bits[1]).fetch_and(~bit | 1u);
+     device_atomic<unsigned>(bits[2]) ^= bit;
+     device_atomic<long long> c(*count);
+     ++c;
+     c++;
+     c += 3;
+     c -= 1;
+   }).wait();
+  EXPECT_EQ(bits[0], ~0u);
+  EXPECT_EQ(bits[1], 1u);
+  EXPECT_EQ(bits[2], ~0u);
+  EXPECT_EQ(*count, 32 * 4);
+  sycl::free(bits, q);
+  sycl::free(count, q);
+}
+
 // A chained scan across work-groups: group g spins until group g-1 has published its inclusive
 // prefix. Correct only if groups start in order and a spinning group never blocks an earlier one.
 TEST(ForwardProgress, GroupsWaitingOnEarlierGroupsComplete) {

@@ -211,6 +211,28 @@ TEST(Buffers, AccessorCopiesAndFill) {
   for (int i = 0; i < 64; ++i) ASSERT_EQ(r[i], 2.5f);
 }
 
+TEST(Buffers, GetAccessAccessorToAccessorCopyAndUpdateHost) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
+  std::vector<int> data(32, 4);
+  sycl::buffer<int> src{data.data(), sycl::range<1>(32)};
+  sycl::buffer<int> dst{sycl::range<1>(32)};
+  q.submit([&](sycl::handler& h) {
+    auto a = src.get_access<sycl::access_mode::read_write>(h);
+    h.parallel_for(sycl::range<1>(32), [=](sycl::id<1> i) { a[i] += static_cast<int>(i[0]); });
+  });
+  q.submit([&](sycl::handler& h) {
+    sycl::accessor from(src, h, sycl::read_only);
+    sycl::accessor to(dst, h, sycl::write_only);
+    h.copy(from, to);
+  });
+  q.submit([&](sycl::handler& h) {
+    sycl::accessor a(src, h, sycl::read_only);
+    h.update_host(a);
+  });
+  auto view = dst.get_host_access();
+  for (int i = 0; i < 32; ++i) ASSERT_EQ(view[i], 4 + i);
+}
+
 TEST(Buffers, PlaceholderAccessorIsRequiredExplicitly) {
   sycl::queue q{sycl::cpu_selector_v};
   sycl::buffer<int> b{sycl::range<1>(8)};

@@ -33,6 +33,21 @@ TEST(StrictModeDeathTest, AccessorIndexOutOfRangeStops) {
       "accessor index out of range");
 }
 
+TEST(StrictModeDeathTest, LocalAccessorIndexOutOfRangeStops) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        hostsycl::set_strict_mode(true);
+        sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+        q.submit([&](sycl::handler& h) {
+           sycl::local_accessor<int, 1> tile(sycl::range<1>(16), h);
+           h.parallel_for(sycl::nd_range<1>(16, 16),
+                          [=](sycl::nd_item<1> it) { tile[it.get_local_id(0) + 1] = 0; });
+         }).wait();
+      },
+      "accessor index out of range");
+}
+
 TEST(StrictModeDeathTest, UsmRangePastItsAllocationStops) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(
