@@ -111,7 +111,7 @@ class buffer {
   buffer(buffer& parent, const id<Dimensions>& base, const range<Dimensions>& sub_range)
       : state_(parent.state_), range_(sub_range), sub_buffer_(true) {
     if (parent.sub_buffer_)
-      detail::throw_error(errc::invalid, "a sub-buffer cannot be made from a sub-buffer");
+      detail::throw_error(errc::invalid, "Cannot create sub buffer from sub buffer.");
     for (int d = 0; d < Dimensions; ++d)
       if (base[d] + sub_range[d] > parent.range_[d])
         detail::throw_error(errc::invalid, "sub-buffer exceeds the parent buffer");

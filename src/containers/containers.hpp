@@ -1,0 +1,86 @@
+// Containers: the library's internal arrays, a sycl::buffer<T, 1>* or a USM pointer by the
+// memory model of the matrix they belong to, with allocation, release, fill, copy and carving.
+#pragma once
+
+#include <complex>
+#include <cstddef>
+#include <new>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include "common/internal_types.hpp"
+
+namespace orvane::vrt::sparse {
+
+// Allocators return null on failure and never throw for it; the caller throws device_bad_alloc.
+// A device or shared USM request that cannot be served falls back to host USM, which kernels
+// can still read.
+template <typename T>
+void* allocate_device_container(std::size_t count, sycl::queue& queue, containerType container);
+template <typename T>
+void* allocate_shared_container(std::size_t count, sycl::queue& queue, containerType container);
+template <typename T>
+void* allocate_host_container(std::size_t count, sycl::queue& queue, containerType container);
+
+// Frees a container; a null buffer pointer is ignored, a null USM pointer goes to sycl::free.
+// Destroying a buffer waits for the commands that use it.
+template <typename T>
+void deallocate_container(void* ptr, const sycl::context& context, containerType container);
+template <typename T>
+void deallocate_container(void* ptr, sycl::queue& queue, containerType container) {
+  deallocate_container<T>(ptr, queue.get_context(), container);
+}
+
+template <typename T>
+sycl::event fill_container(sycl::queue& queue, T* ptr, const T& value, std::size_t count,
+                           const std::vector<sycl::event>& deps);
+template <typename T>
+sycl::event fill_container(sycl::queue& queue, sycl::buffer<T, 1>* buffer, const T& value,
+                           std::size_t count, const std::vector<sycl::event>& deps);
+
+// Copies count elements from the first container to the second.
+template <typename T>
+sycl::event copy_container(sycl::queue& queue, const T* src, T* dst, std::size_t count,
+                           const std::vector<sycl::event>& deps);
+template <typename T>
+sycl::event copy_container(sycl::queue& queue, sycl::buffer<T, 1>* src, sycl::buffer<T, 1>* dst,
+                           std::size_t count, const std::vector<sycl::event>& deps);
+
+// Accessor helpers, so that a kernel body is written once for both memory models.
+template <typename T>
+auto get_read_accessor(sycl::buffer<T, 1>& b, sycl::handler& h) {
+  return sycl::accessor(b, h, sycl::read_only);
+}
+template <typename T>
+auto get_write_accessor(sycl::buffer<T, 1>& b, sycl::handler& h) {
+  return sycl::accessor(b, h, sycl::write_only);
+}
+template <typename T>
+auto get_read_write_accessor(sycl::buffer<T, 1>& b, sycl::handler& h) {
+  return sycl::accessor(b, h, sycl::read_write);
+}
+template <typename T>
+auto get_read_accessor(sycl::buffer<T, 1>& b) {
+  return sycl::host_accessor(b, sycl::read_only);
+}
+template <typename T>
+auto get_read_write_accessor(sycl::buffer<T, 1>& b) {
+  return sycl::host_accessor(b, sycl::read_write);
+}
+template <typename T>
+auto get_local_read_write_accessor(std::size_t count, sycl::handler& h) {
+  return sycl::local_accessor<T, 1>(sycl::range<1>(count), h);
+}
+
+// Carves count elements of U at offset_bytes out of a workspace of total_bytes. The buffer form
+// returns a new heap object that the caller deletes.
+template <typename T, typename U>
+U* convert_sub_type(void* workspace, std::size_t total_bytes, std::size_t offset_bytes,
+                    std::size_t count);
+template <typename T, typename U>
+sycl::buffer<U, 1>* convert_sub_type(sycl::buffer<unsigned char, 1>* workspace,
+                                     std::size_t total_bytes, std::size_t offset_bytes,
+                                     std::size_t count);
+
+}  // namespace orvane::vrt::sparse
