@@ -85,6 +85,17 @@ void scan_in_group(const sycl::nd_item<1>& it, const Scratch& scratch, int steps
   }
 }
 
+// Scans the work-group's slice of data in place (elements past count read as zero).
+template <typename I, typename Data, typename Scratch>
+void scan_slice(const sycl::nd_item<1>& it, const Data& data, const Scratch& scratch,
+                std::size_t count, int steps) {
+  const std::size_t g = it.get_global_id(0), l = it.get_local_id(0);
+  scratch[l] = g < count ? data[g] : I(0);
+  sycl::group_barrier(it.get_group());
+  scan_in_group<I>(it, scratch, steps);
+  if (g < count) data[g] = scratch[l];
+}
+
 template <typename I, typename Arrays>
 sycl::event submit_final_scan(sycl::queue& queue, const Arrays& arrays, const scan_shape& s,
                               const std::vector<sycl::event>& deps) {
@@ -98,10 +109,7 @@ sycl::event submit_final_scan(sycl::queue& queue, const Arrays& arrays, const sc
     h.parallel_for<prefix_sum_final_scan_kernel<I, typename Arrays::memory>>(
         sycl::nd_range<1>(s.global, s.local), [=](sycl::nd_item<1> it) {
           const std::size_t g = it.get_global_id(0), l = it.get_local_id(0);
-          scratch[l] = g < count ? data[g] : I(0);
-          sycl::group_barrier(it.get_group());
-          scan_in_group<I>(it, scratch, steps);
-          if (g < count) data[g] = scratch[l];
+          scan_slice<I>(it, data, scratch, count, steps);
           if (g == count - 1) total[0] = static_cast<long>(scratch[l]);
         });
   });
@@ -120,10 +128,7 @@ sycl::event submit_subdivide(sycl::queue& queue, const Arrays& arrays, const Par
     h.parallel_for<prefix_sum_subdivide_kernel<I, typename Arrays::memory>>(
         sycl::nd_range<1>(s.global, s.local), [=](sycl::nd_item<1> it) {
           const std::size_t g = it.get_global_id(0), l = it.get_local_id(0);
-          scratch[l] = g < count ? data[g] : I(0);
-          sycl::group_barrier(it.get_group());
-          scan_in_group<I>(it, scratch, steps);
-          if (g < count) data[g] = scratch[l];
+          scan_slice<I>(it, data, scratch, count, steps);
           if (l == 0) sums[it.get_group(0) + 1] = scratch[local - 1];
           if (g == 0) sums[0] = I(0);
         });
@@ -214,11 +219,10 @@ sycl::event prefix_sum(sycl::queue& queue, sycl::buffer<long, 1>* data, std::siz
 template <typename I>
 sycl::event copy_and_adjust_indexing(sycl::queue& queue, I index_a, I index_b, I index_c,
                                      const I* src, I* dst, std::size_t count,
-                                     containerType container,
+                                     containerType /*USM is the only form so far*/,
                                      const std::vector<sycl::event>& deps) {
   const I delta = index_c - (index_a & index_b);
   if (delta == 0) return copy_container<I>(queue, src, dst, count, deps);
-  (void)container;
   return queue.submit([&](sycl::handler& h) {
     h.depends_on(deps);
     h.parallel_for<copy_and_adjust_indexing_kernel<I>>(sycl::range<1>(count),
