@@ -1,0 +1,146 @@
+// Public routines that exist once for all variants: analysis, sorting and copies.
+#include <orvane/vrt/sparse.hpp>
+
+#include "interface/backends.hpp"
+#include "interface/dispatch.hpp"
+#include "interface/frame.hpp"
+#include "interface/pending_backends.hpp"
+#include "interface/select_structure.hpp"
+
+namespace orvane::vrt::sparse {
+
+namespace {
+// The frame of the optimize_* routines: pointer, fp64, context, and the wait that stands in for
+// deps on a buffer handle.
+void optimize_frame(sycl::queue& queue, matrix_handle* A, const event_list& deps,
+                    const char* function) {
+  require_present(function, {{present(A), "hMatrix"}});
+  verify_double_support_for(queue, A, function);
+  cache_context(queue, A);
+  wait_for_buffer_handle_deps(queue, A, deps);
+}
+
+bool single_precision(const matrix_handle* h) { return !is_double_precision(h->fp_type); }
+}  // namespace
+
+sycl::event dispatch_optimize_gemv(sycl::queue& q, transpose op, matrix_handle* A,
+                                   const event_list& deps) {
+  const bool on_cpu = q.get_device().is_cpu();
+  return visit_variant(A, "optimize_gemv", [&]<typename T, typename I, containerType C>() {
+    return on_cpu ? cpu::optimize_gemv_impl<T, I, C>(q, op, A, deps)
+                  : gpu::optimize_gemv_impl<T, I, C>(q, op, A, deps);
+  });
+}
+
+sycl::event dispatch_optimize_trmv(sycl::queue& q, uplo ul, transpose op, diag dg,
+                                   matrix_handle* A, const event_list& deps) {
+  const bool on_cpu = q.get_device().is_cpu();
+  return visit_variant(A, "optimize_trmv", [&]<typename T, typename I, containerType C>() {
+    return on_cpu ? cpu::optimize_trmv_impl<T, I, C>(q, ul, op, dg, A, deps)
+                  : gpu::optimize_trmv_impl<T, I, C>(q, ul, op, dg, A, deps);
+  });
+}
+
+sycl::event dispatch_optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag dg,
+                                   matrix_handle* A, const event_list& deps) {
+  const bool on_cpu = q.get_device().is_cpu();
+  return visit_variant(
+      A, "optimize_trsv",
+      [&]<typename T, typename I, containerType C>() {
+        return on_cpu ? cpu::optimize_trsv_impl<T, I, C>(q, ul, op, dg, A, deps)
+                      : gpu::optimize_trsv_impl<T, I, C>(q, ul, op, dg, A, deps);
+      },
+      "optimized_trsv");
+}
+
+sycl::event dispatch_optimize_trsm(sycl::queue& q, layout lay, uplo ul, transpose op, diag dg,
+                                   matrix_handle* A, std::int64_t columns,
+                                   const event_list& deps) {
+  const bool on_cpu = q.get_device().is_cpu();
+  return visit_variant(
+      A, "optimize_trsm",
+      [&]<typename T, typename I, containerType C>() {
+        return on_cpu ? cpu::optimize_trsm_impl<T, I, C>(q, lay, ul, op, dg, A, columns, deps)
+                      : gpu::optimize_trsm_impl<T, I, C>(q, lay, ul, op, dg, A, columns, deps);
+      },
+      "optimized_trsm");
+}
+
+sycl::event dispatch_sort_matrix(sycl::queue& q, matrix_handle* A, const event_list& deps) {
+  const bool on_cpu = q.get_device().is_cpu();
+  return visit_variant(A, "sort_matrix", [&]<typename T, typename I, containerType C>() {
+    return on_cpu ? cpu::sort_matrix_impl<T, I, C>(q, A, deps)
+                  : gpu::sort_matrix_impl<T, I, C>(q, A, deps);
+  });
+}
+
+sycl::event dispatch_omatcopy(sycl::queue& q, transpose op, matrix_handle* A, matrix_handle* B,
+                              const event_list& deps) {
+  constexpr const char* unset =
+      "integer type is unset in matrix handle, meaning set_xxx_data was not called after "
+      "initialization";
+  if (A->int_type == int_unset || B->int_type == int_unset)
+    throw invalid_argument("sparse", "omatcopy", unset);
+  if (A->int_type != B->int_type || A->fp_type != B->fp_type || A->container != B->container)
+    throw invalid_argument("sparse", "omatcopy",
+                           "integer, floating point, and USM/sycl::buffer types must match "
+                           "between matrix handles");
+  if (op != transpose::nontrans) return dispatch_make_transpose(q, op, A, B, deps);
+  const bool on_cpu = q.get_device().is_cpu();
+  return visit_variant(A, "omatcopy", [&]<typename T, typename I, containerType C>() {
+    return on_cpu ? cpu::omatcopy_impl<T, I, C>(q, op, A, B, deps)
+                  : gpu::omatcopy_impl<T, I, C>(q, op, A, B, deps);
+  });
+}
+
+sycl::event optimize_gemv(sycl::queue& q, transpose op, matrix_handle_t A,
+                          const event_list& deps) {
+  optimize_frame(q, A, deps, "optimize_gemv");
+  return dispatch_optimize_gemv(q, op, A, deps);
+}
+
+sycl::event optimize_trmv(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
+                          const event_list& deps) {
+  optimize_frame(q, A, deps, "optimize_trmv");
+  return dispatch_optimize_trmv(q, ul, op, dg, A, deps);
+}
+
+sycl::event optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
+                          const event_list& deps) {
+  optimize_frame(q, A, deps, "optimize_trsv");
+  return dispatch_optimize_trsv(q, ul, op, dg, A, deps);
+}
+
+sycl::event optimize_trsm(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
+                          const event_list& deps) {
+  optimize_frame(q, A, deps, "optimize_trsm");
+  return dispatch_optimize_trsm(q, layout::row_major, ul, op, dg, A, -1, deps);
+}
+
+sycl::event optimize_trsm(sycl::queue& q, layout lay, uplo ul, transpose op, diag dg,
+                          matrix_handle_t A, std::int64_t columns, const event_list& deps) {
+  optimize_frame(q, A, deps, "optimize_trsm");
+  return dispatch_optimize_trsm(q, lay, ul, op, dg, A, columns, deps);
+}
+
+sycl::event sort_matrix(sycl::queue& q, matrix_handle_t A, const event_list& deps) {
+  if (A == nullptr) throw uninitialized("sparse", "sort_matrix", "");
+  if (!single_precision(A)) verify_double_support(q, "sort_matrix");
+  cache_context(q, A);
+  if (A->primary == nullptr ||
+      (A->container != container_buffer && A->container != container_usm))
+    throw unimplemented("sparse", "sort_matrix",
+                        "set_csr_data must be called before calling sort_matrix");
+  return dispatch_sort_matrix(q, A, deps);
+}
+
+sycl::event omatcopy(sycl::queue& q, transpose op, matrix_handle_t A, matrix_handle_t B,
+                     const event_list& deps) {
+  if (A == nullptr || B == nullptr) throw uninitialized("sparse", "omatcopy", "");
+  if (!(single_precision(A) && single_precision(B))) verify_double_support(q, "omatcopy");
+  cache_context(q, A);
+  cache_context(q, B);
+  return dispatch_omatcopy(q, op, A, B, deps);
+}
+
+}  // namespace orvane::vrt::sparse

@@ -1,0 +1,155 @@
+// Binding the caller's CSR and COO arrays to a handle.
+#include <orvane/vrt/sparse.hpp>
+
+#include "common/variants.hpp"
+#include "interface/coalesce_events.hpp"
+#include "interface/frame.hpp"
+#include "interface/handle.hpp"
+#include "interface/nnz.hpp"
+#include "interface/value_types.hpp"
+
+namespace orvane::vrt::sparse {
+
+namespace {
+constexpr const char* csr_usm_word =
+    "one or more of hMatrix, row_ptr or col_ind or a_buffer is not initialized";
+constexpr const char* coo_word =
+    "one or more of hMatrix, row_ind or col_ind or a_buffer is not initialized";
+
+// Double precision overloads test the device before anything else.
+template <typename T>
+void verify_device_for(sycl::queue& queue, const char* function) {
+  if constexpr (fp_type_of<T>() == fp_double || fp_type_of<T>() == fp_complex_double)
+    verify_double_support(queue, function);
+}
+
+template <typename T, typename I>
+void bind_csr(matrix_handle* handle, sycl::queue* queue, I nrows, I ncols, index_base index,
+              containerType container, void* row_ptr, void* col_ind, void* values) {
+  if (handle->primary == nullptr) {
+    initSparseStructure(reinterpret_cast<void**>(&handle->primary));
+    if (queue != nullptr) cache_context(*queue, handle);
+  }
+  set_csr_data_impl(handle->primary, nrows, ncols, index, fp_type_of<T>(), int_type_of<I>(),
+                    container, row_ptr, col_ind, values, false);
+  handle->int_type = int_type_of<I>();
+  handle->fp_type = fp_type_of<T>();
+  handle->container = container;
+}
+
+template <typename T, typename I>
+void bind_coo(sycl::queue& queue, matrix_handle* handle, I nrows, I ncols, I nnz,
+              index_base index, containerType container, void* row_ind, void* col_ind,
+              void* values) {
+  if (handle->primary == nullptr) {
+    initSparseStructure(reinterpret_cast<void**>(&handle->primary));
+    cache_context(queue, handle);
+  }
+  set_coo_data_impl(handle->primary, nrows, ncols, nnz, index, fp_type_of<T>(), int_type_of<I>(),
+                    container, row_ind, col_ind, values, false);
+  handle->int_type = int_type_of<I>();
+  handle->fp_type = fp_type_of<T>();
+  handle->container = container;
+}
+}  // namespace
+
+template <typename T, typename I>
+void set_csr_data_no_queue(matrix_handle_t handle, I nrows, I ncols, index_base index,
+                           sycl::buffer<I, 1>& row_ptr, sycl::buffer<I, 1>& col_ind,
+                           sycl::buffer<T, 1>& values) {
+  if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", "hMatrix");
+  bind_csr<T, I>(handle, nullptr, nrows, ncols, index, container_buffer, &row_ptr, &col_ind,
+                 &values);
+}
+
+template <typename T, typename I>
+void set_csr_data_buffer(sycl::queue& queue, matrix_handle_t handle, I nrows, I ncols,
+                         index_base index, sycl::buffer<I, 1>& row_ptr,
+                         sycl::buffer<I, 1>& col_ind, sycl::buffer<T, 1>& values) {
+  verify_device_for<T>(queue, "set_csr_data");
+  if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", "hMatrix");
+  bind_csr<T, I>(handle, &queue, nrows, ncols, index, container_buffer, &row_ptr, &col_ind,
+                 &values);
+  if (row_ptr.size() != 0 && col_ind.size() != 0) set_nnz_value(queue, handle->primary, {});
+}
+
+template <typename T, typename I>
+void set_csr_data_no_queue(matrix_handle_t handle, I nrows, I ncols, index_base index,
+                           I* row_ptr, I* col_ind, T* values) {
+  if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", csr_usm_word);
+  bind_csr<T, I>(handle, nullptr, nrows, ncols, index, container_usm, row_ptr, col_ind, values);
+}
+
+template <typename T, typename I>
+sycl::event set_csr_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows, I ncols,
+                             index_base index, I* row_ptr, I* col_ind, T* values,
+                             const std::vector<sycl::event>& deps) {
+  verify_device_for<T>(queue, "set_csr_data");
+  if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", csr_usm_word);
+  bind_csr<T, I>(handle, &queue, nrows, ncols, index, container_usm, row_ptr, col_ind, values);
+  if (row_ptr != nullptr && col_ind != nullptr) {
+    return sizeof(I) == 4 ? set_nnz_value_i4(queue, handle->primary, deps)
+                          : set_nnz_value_i8(queue, handle->primary, deps);
+  }
+  if (deps.empty()) return sycl::event();
+  return coalesce_events(queue, container_usm, deps, false);
+}
+
+template <typename T, typename I>
+void set_coo_data_buffer(sycl::queue& queue, matrix_handle_t handle, I nrows, I ncols, I nnz,
+                         index_base index, sycl::buffer<I, 1>& row_ind,
+                         sycl::buffer<I, 1>& col_ind, sycl::buffer<T, 1>& values) {
+  verify_device_for<T>(queue, "set_coo_data");
+  if (handle == nullptr) throw uninitialized("sparse", "set_coo_data", coo_word);
+  bind_coo<T, I>(queue, handle, nrows, ncols, nnz, index, container_buffer, &row_ind, &col_ind,
+                 &values);
+}
+
+template <typename T, typename I>
+sycl::event set_coo_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows, I ncols,
+                             I nnz, index_base index, I* row_ind, I* col_ind, T* values,
+                             const std::vector<sycl::event>& deps) {
+  verify_device_for<T>(queue, "set_coo_data");
+  if (handle == nullptr) throw uninitialized("sparse", "set_coo_data", coo_word);
+  bind_coo<T, I>(queue, handle, nrows, ncols, nnz, index, container_usm, row_ind, col_ind,
+                 values);
+  if (deps.empty()) return sycl::event();
+  return coalesce_events(queue, container_usm, deps, false);
+}
+
+// The public overloads of one (T, I) pair.
+#define VRT_DEFINE_BINDING(p, T, i, I)                                                        \
+  void set_csr_data(matrix_handle_t h, I nrows, I ncols, index_base index,                    \
+                    sycl::buffer<I, 1>& row_ptr, sycl::buffer<I, 1>& col_ind,                 \
+                    sycl::buffer<T, 1>& values) {                                             \
+    set_csr_data_no_queue<T, I>(h, nrows, ncols, index, row_ptr, col_ind, values);            \
+  }                                                                                           \
+  void set_csr_data(sycl::queue& q, matrix_handle_t h, I nrows, I ncols, index_base index,    \
+                    sycl::buffer<I, 1>& row_ptr, sycl::buffer<I, 1>& col_ind,                 \
+                    sycl::buffer<T, 1>& values) {                                             \
+    set_csr_data_buffer<T, I>(q, h, nrows, ncols, index, row_ptr, col_ind, values);           \
+  }                                                                                           \
+  void set_csr_data(matrix_handle_t h, I nrows, I ncols, index_base index, I* row_ptr,        \
+                    I* col_ind, T* values) {                                                  \
+    set_csr_data_no_queue<T, I>(h, nrows, ncols, index, row_ptr, col_ind, values);            \
+  }                                                                                           \
+  sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, I nrows, I ncols,               \
+                           index_base index, I* row_ptr, I* col_ind, T* values,               \
+                           const std::vector<sycl::event>& deps) {                            \
+    return set_csr_data_usm<T, I>(q, h, nrows, ncols, index, row_ptr, col_ind, values, deps); \
+  }                                                                                           \
+  void set_coo_data(sycl::queue& q, matrix_handle_t h, I nrows, I ncols, I nnz,               \
+                    index_base index, sycl::buffer<I, 1>& row_ind,                            \
+                    sycl::buffer<I, 1>& col_ind, sycl::buffer<T, 1>& values) {                \
+    set_coo_data_buffer<T, I>(q, h, nrows, ncols, nnz, index, row_ind, col_ind, values);      \
+  }                                                                                           \
+  sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, I nrows, I ncols, I nnz,        \
+                           index_base index, I* row_ind, I* col_ind, T* values,               \
+                           const std::vector<sycl::event>& deps) {                            \
+    return set_coo_data_usm<T, I>(q, h, nrows, ncols, nnz, index, row_ind, col_ind, values,   \
+                                  deps);                                                      \
+  }
+VRT_FOR_EACH_VARIANT(VRT_DEFINE_BINDING)
+#undef VRT_DEFINE_BINDING
+
+}  // namespace orvane::vrt::sparse

@@ -1,0 +1,124 @@
+// The matrix handle: creation, structures, binding of arrays, properties and the frame helpers.
+#include "interface/handle.hpp"
+
+#include <cstring>
+
+#include "interface/frame.hpp"
+#include "platform/services.hpp"
+
+namespace orvane::vrt::sparse {
+
+void init_matrix_handle(matrix_handle_t* out) {
+  void* memory = vrt_serv_malloc(sizeof(matrix_handle), 64);
+  if (memory == nullptr) throw host_bad_alloc("sparse", "init_matrix_handle");
+  std::memset(memory, 0, sizeof(matrix_handle));
+  auto* handle = static_cast<matrix_handle*>(memory);
+  handle->int_type = int_32;
+  handle->fp_type = fp_float;
+  // Not bound yet: neither buffer nor USM.
+  handle->container = static_cast<containerType>(-1);
+  *out = handle;
+}
+
+void initSparseStructure(void** slot) {
+  void* memory = vrt_serv_malloc(sizeof(sparseStructure), 64);
+  if (memory == nullptr) throw host_bad_alloc("sparse", "");
+  std::memset(memory, 0, sizeof(sparseStructure));
+  auto* s = static_cast<sparseStructure*>(memory);
+  s->format = -1;
+  s->int_type = int_unset;
+  s->fp_type = fp_unset;
+  s->container = static_cast<containerType>(-1);
+  s->nnz = -1;
+  *slot = s;
+}
+
+namespace {
+// The part of a binding that CSR and COO share.
+void bind_structure(sparseStructure* s, std::int32_t format, long nrows, long ncols,
+                    index_base index, fpType fp, intType it, containerType container, void* ia,
+                    void* ja, void* a, bool owns_arrays) {
+  s->format = format;
+  if (fp != fp_unset) s->fp_type = fp;
+  if (it != int_unset) s->int_type = it;
+  if (container != -1) s->container = container;
+  s->nrows = nrows;
+  s->ncols = ncols;
+  s->index = static_cast<std::int32_t>(index);
+  s->reserved_flag = 1;
+  s->reserved_word = 0;
+  s->reserved_long_0 = 0;
+  s->reserved_long_1 = 0;
+  s->owns_arrays = owns_arrays;
+  s->row_ptr_end = nullptr;
+  if (ia != nullptr) s->row_ptr = ia;
+  if (ja != nullptr) s->col_ind = ja;
+  if (a != nullptr) s->values = a;
+}
+}  // namespace
+
+void set_csr_data_impl(void* structure, long nrows, long ncols, index_base index, fpType fp,
+                       intType it, containerType container, void* ia, void* ja, void* a,
+                       bool owns_arrays) {
+  // nnz is left alone: it is counted from the row pointers, once.
+  bind_structure(static_cast<sparseStructure*>(structure), format_csr, nrows, ncols, index, fp,
+                 it, container, ia, ja, a, owns_arrays);
+}
+
+void set_coo_data_impl(void* structure, long nrows, long ncols, long nnz, index_base index,
+                       fpType fp, intType it, containerType container, void* ia, void* ja,
+                       void* a, bool owns_arrays) {
+  auto* s = static_cast<sparseStructure*>(structure);
+  bind_structure(s, format_coo, nrows, ncols, index, fp, it, container, ia, ja, a, owns_arrays);
+  s->nnz = nnz;
+}
+
+void set_matrix_property_impl(matrix_handle* handle, property p) {
+  switch (p) {
+    case property::sorted:
+      handle->primary->sorted = 1;
+      return;
+    case property::symmetric:
+      handle->primary->symmetric = 1;
+      return;
+  }
+  throw invalid_argument("sparse", "set_matrix_property", "property_value");
+}
+
+void dispatch_set_matrix_property(matrix_handle* handle, property p) {
+  set_matrix_property_impl(handle, p);
+}
+
+void set_matrix_property(matrix_handle_t handle, property p) {
+  if (handle == nullptr) throw uninitialized("sparse", "set_matrix_property", "hMatrix");
+  dispatch_set_matrix_property(handle, p);
+}
+
+void cache_context(sycl::queue& queue, matrix_handle* handle) {
+  if (handle->context == nullptr) handle->context = new sycl::context(queue.get_context());
+}
+
+void verify_double_support(sycl::queue& queue, const std::string& function) {
+  const sycl::device device = queue.get_device();
+  if (!device.has(sycl::aspect::fp64)) throw unsupported_device("sparse", function, device);
+}
+
+bool check_for_conj(transpose op) { return op == transpose::conjtrans; }
+
+bool check_for_conj(transpose op, sparseStructSelection selection) {
+  return op == transpose::conjtrans &&
+         (selection == select_primary || selection == select_transposed);
+}
+
+void wait_for_buffer_handle_deps(sycl::queue& queue, const matrix_handle* handle,
+                                 const event_list& deps) {
+  if (handle->container != container_buffer || deps.empty()) return;
+  queue
+      .submit([&](sycl::handler& h) {
+        h.depends_on(deps);
+        h.host_task([] {});
+      })
+      .wait();
+}
+
+}  // namespace orvane::vrt::sparse

@@ -1,0 +1,163 @@
+// Releasing structures and handles, and the two public release forms.
+#include "interface/release.hpp"
+
+#include "containers/containers.hpp"
+#include "gpu/gemm/gemm_data.hpp"
+#include "gpu/matmat/matmat_data.hpp"
+#include "gpu/mv/gemv_data.hpp"
+#include "gpu/triangular/triangular_data.hpp"
+#include "platform/services.hpp"
+
+namespace orvane::vrt::sparse {
+
+template <typename T, typename I, containerType C>
+void sparseStructureRelease(void** slot, const sycl::context* context) {
+  auto* s = static_cast<sparseStructure*>(*slot);
+  if (s == nullptr) return;
+  if (s->owns_arrays) {
+    if (context == nullptr) throw computation_error("sparse", "release_matrix_handle", "internal error");
+    deallocate_container<I>(s->row_ptr, *context, C);
+    deallocate_container<I>(s->row_ptr_end, *context, C);
+    deallocate_container<I>(s->col_ind, *context, C);
+    deallocate_container<T>(s->values, *context, C);
+  }
+  gemvInternalDataRelease<T, I>(&s->gemv_data, context, C);
+  gemmInternalDataRelease<T>(&s->gemm_data, context, C);
+  matmatInternalDataRelease(&s->matmat_data, context, C);
+  s->row_ptr = s->row_ptr_end = s->col_ind = s->values = nullptr;
+  vrt_serv_free(s);
+  *slot = nullptr;
+}
+
+namespace {
+template <typename Record>
+void** as_slot(Record*& field) {
+  return reinterpret_cast<void**>(&field);
+}
+}  // namespace
+
+template <typename T, typename I, containerType C>
+void release_matrix_handle_impl(matrix_handle* h) {
+  if (h == nullptr) return;
+  const auto release_structure = [&](sparseStructure*& slot) {
+    sparseStructureRelease<T, I, C>(as_slot(slot), h->context);
+  };
+  bool symmetric = false;
+  if (h->primary != nullptr) {
+    symmetric = h->primary->symmetric != 0;
+    release_structure(h->primary);
+  }
+  if (h->context != nullptr) {
+    release_structure(h->sorted_copy);
+    release_structure(h->conj_transposed);
+    // A symmetric matrix is its own transpose and expansion: those slots alias primary.
+    if (!symmetric) {
+      release_structure(h->transposed);
+      release_structure(h->sym_from_lower);
+      release_structure(h->sym_from_upper);
+    }
+    release_structure(h->reserved_structure_0);
+    release_structure(h->reserved_structure_1);
+    release_structure(h->lower_triangle);
+    release_structure(h->upper_triangle);
+    release_structure(h->reserved_structure_2);
+    release_structure(h->reserved_structure_3);
+
+    coloringDataRelease<T, I>(as_slot(h->coloring_lower), h->context, C);
+    if (!symmetric) {
+      coloringDataRelease<T, I>(as_slot(h->coloring_upper), h->context, C);
+      diagonalValuesDataRelease<T, I>(as_slot(h->diag_values), h->context, C);
+      diagonalStructDataRelease<I>(as_slot(h->diag_struct), h->context, C);
+      diagonalStructDataRelease<I>(as_slot(h->diag_struct_sorted), h->context, C);
+      diagonalStructDataRelease<I>(as_slot(h->diag_struct_lower), h->context, C);
+      diagonalStructDataRelease<I>(as_slot(h->diag_struct_upper), h->context, C);
+    } else {
+      diagonalValuesDataRelease<T, I>(as_slot(h->diag_values), h->context, C);
+      diagonalStructDataRelease<I>(as_slot(h->diag_struct), h->context, C);
+    }
+    if (!h->context_is_foreign) delete h->context;
+    h->context = nullptr;
+  }
+  for (host_hint_node* node = h->host_hint_list; node != nullptr;) {
+    host_hint_node* next = node->next;
+    vrt_serv_free(node);
+    node = next;
+  }
+  vrt_serv_free(h);
+}
+
+#define VRT_DEFINE_RELEASE(p, T, i, I)                                                       \
+  template void sparseStructureRelease<T, I, container_usm>(void**, const sycl::context*);   \
+  template void sparseStructureRelease<T, I, container_buffer>(void**, const sycl::context*);\
+  void p##sparseStructureRelease_##i##_usm(void** slot, const sycl::context* context) {      \
+    sparseStructureRelease<T, I, container_usm>(slot, context);                              \
+  }                                                                                          \
+  void p##sparseStructureRelease_##i##_buf(void** slot, const sycl::context* context) {      \
+    sparseStructureRelease<T, I, container_buffer>(slot, context);                           \
+  }                                                                                          \
+  void p##release_matrix_handle_impl_##i##_usm(matrix_handle* handle) {                      \
+    release_matrix_handle_impl<T, I, container_usm>(handle);                                 \
+  }                                                                                          \
+  void p##release_matrix_handle_impl_##i##_buf(matrix_handle* handle) {                      \
+    release_matrix_handle_impl<T, I, container_buffer>(handle);                              \
+  }
+VRT_FOR_EACH_VARIANT(VRT_DEFINE_RELEASE)
+#undef VRT_DEFINE_RELEASE
+
+namespace {
+template <typename T>
+void release_with_value(matrix_handle* handle) {
+  // int_type 0 and the unset -1 take the 32-bit form, every other value the 64-bit one.
+  const bool wide = handle->int_type != int_32 && handle->int_type != int_unset;
+  if (handle->container == container_buffer) {
+    wide ? release_matrix_handle_impl<T, std::int64_t, container_buffer>(handle)
+         : release_matrix_handle_impl<T, std::int32_t, container_buffer>(handle);
+  } else if (handle->container == container_usm) {
+    wide ? release_matrix_handle_impl<T, std::int64_t, container_usm>(handle)
+         : release_matrix_handle_impl<T, std::int32_t, container_usm>(handle);
+  } else {
+    // Never bound: no arrays, so the double USM form frees the empty record.
+    wide ? release_matrix_handle_impl<double, std::int64_t, container_usm>(handle)
+         : release_matrix_handle_impl<double, std::int32_t, container_usm>(handle);
+  }
+}
+}  // namespace
+
+void dispatch_release_matrix_handle(matrix_handle* handle) {
+  switch (handle->fp_type + 1) {
+    case 0:
+    case 1:
+      return release_with_value<double>(handle);
+    case 2:
+      return release_with_value<float>(handle);
+    case 3:
+      return release_with_value<std::complex<double>>(handle);
+    case 4:
+      return release_with_value<std::complex<float>>(handle);
+    default:
+      throw computation_error("sparse", "matrix", "internal error");
+  }
+}
+
+sycl::event release_matrix_handle(sycl::queue& queue, matrix_handle_t* handle,
+                                  const std::vector<sycl::event>& deps) {
+  sycl::event done;
+  if (*handle == nullptr) return done;
+  matrix_handle* h = *handle;
+  if (h->container == container_usm) {
+    return queue.submit([&](sycl::handler& cgh) {
+      cgh.depends_on(deps);
+      cgh.host_task([h] { dispatch_release_matrix_handle(h); });
+    });
+  }
+  if (!deps.empty()) sycl::event::wait_and_throw(deps);
+  dispatch_release_matrix_handle(h);
+  return done;
+}
+
+void release_matrix_handle(matrix_handle_t* handle, const std::vector<sycl::event>& deps) {
+  sycl::event::wait_and_throw(deps);
+  if (*handle != nullptr) dispatch_release_matrix_handle(*handle);
+}
+
+}  // namespace orvane::vrt::sparse

@@ -1,0 +1,299 @@
+// The matrix handle: creation, binding, counting, properties, structure choice and release.
+#include <gtest/gtest.h>
+#include <hostsycl/hostsycl.hpp>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "gpu/triangular/triangular_data.hpp"
+#include "interface/handle.hpp"
+#include "interface/nnz.hpp"
+#include "interface/release.hpp"
+#include "interface/select_structure.hpp"
+#include "platform/testing_hooks.hpp"
+
+namespace vrt = orvane::vrt;
+namespace vs = orvane::vrt::sparse;
+
+namespace {
+
+template <typename E>
+void expect_message(const std::function<void()>& call, const std::string& message) {
+  try {
+    call();
+    ADD_FAILURE() << "expected: " << message;
+  } catch (const E& e) {
+    EXPECT_EQ(std::string(e.what()), message);
+  }
+}
+
+// An event that completes only when the test releases it.
+struct gate {
+  std::atomic<bool> open{false};
+  sycl::event event;
+  explicit gate(sycl::queue& q) {
+    event = q.submit([&](sycl::handler& h) {
+      h.host_task([this] {
+        while (!open.load()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      });
+    });
+  }
+  ~gate() {
+    open = true;
+    event.wait();
+  }
+};
+
+TEST(MatrixHandle, InitSetsTheDefaultsOfAFreshHandle) {
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  ASSERT_NE(h, nullptr);
+  EXPECT_EQ(h->int_type, vs::int_32);
+  EXPECT_EQ(h->fp_type, vs::fp_float);
+  EXPECT_EQ(h->context, nullptr);
+  EXPECT_EQ(h->primary, nullptr);
+  EXPECT_EQ(h->host_matrix, nullptr);
+  vs::release_matrix_handle(&h);
+}
+
+TEST(MatrixHandle, AllocationFailuresAreHostBadAlloc) {
+  vs::matrix_handle* h = nullptr;
+  orvane::vrt::testing::fail_next_serv_mallocs(1);
+  expect_message<vrt::host_bad_alloc>([&] { vs::init_matrix_handle(&h); },
+                                      "orvane::vrt::sparse::init_matrix_handle: cannot allocate "
+                                      "memory on host");
+  vs::init_matrix_handle(&h);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
+  orvane::vrt::testing::fail_next_serv_mallocs(1);
+  expect_message<vrt::host_bad_alloc>(
+      [&] { vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, rows, (float*)nullptr); },
+      "orvane::vrt::sparse: cannot allocate memory on host");
+  EXPECT_EQ(h->primary, nullptr);
+  vs::release_matrix_handle(q, &h).wait();
+  sycl::free(rows, q);
+}
+
+TEST(MatrixHandle, ReleaseOfANullHandleTouchesNothingAndWaitsForNothing) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  gate blocked(q);
+  vs::matrix_handle* h = nullptr;
+  sycl::event e = vs::release_matrix_handle(q, &h, {blocked.event});
+  EXPECT_EQ(e.get_info<sycl::info::event::command_execution_status>(),
+            sycl::info::event_command_status::complete);
+  EXPECT_EQ(h, nullptr);
+}
+
+TEST(MatrixHandle, ReleaseOfANeverBoundHandleInBothForms) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::release_matrix_handle(q, &h).wait();
+  vs::init_matrix_handle(&h);
+  vs::release_matrix_handle(&h);
+}
+
+TEST(MatrixHandle, UsmReleaseIsDeferredBehindItsDependencies) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
+  rows[0] = 0, rows[1] = 1, rows[2] = 2;
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, rows, (double*)nullptr).wait();
+  sycl::event released;
+  {
+    gate blocked(q);
+    released = vs::release_matrix_handle(q, &h, {blocked.event});
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_NE(released.get_info<sycl::info::event::command_execution_status>(),
+              sycl::info::event_command_status::complete);
+  }
+  released.wait();
+  sycl::free(rows, q);
+}
+
+TEST(MatrixHandle, BindingWithoutArraysLeavesAStructureWithoutCount) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, std::int32_t(4), std::int32_t(4), vrt::index_base::zero,
+                   (std::int32_t*)nullptr, (std::int32_t*)nullptr, (float*)nullptr)
+      .wait();
+  ASSERT_NE(h->primary, nullptr);
+  EXPECT_EQ(h->primary->format, vs::format_csr);
+  EXPECT_EQ(h->primary->nnz, -1);
+  EXPECT_EQ(h->container, vs::container_usm);
+  float* v = sycl::malloc_shared<float>(4, q);
+  expect_message<vrt::uninitialized>(
+      [&] { vs::gemv(q, vrt::transpose::nontrans, 1.0f, h, v, 0.0f, v).wait(); },
+      "orvane::vrt::sparse::gemv: uninitialized object: Matrix is not initialized");
+  // A structure without values cannot be planned for.
+  h->fp_type = vs::fp_unset;
+  expect_message<vrt::unimplemented>(
+      [&] { vs::optimize_gemv(q, vrt::transpose::nontrans, h); },
+      "orvane::vrt::sparse::optimize_gemv: unimplemented functionality: structure only is not "
+      "supported, please call set_xxx_data");
+  vs::release_matrix_handle(q, &h).wait();
+  sycl::free(v, q);
+}
+
+// The count is the last row pointer minus the base, read from every kind of USM and buffers.
+template <typename I>
+void check_count(sycl::usm::alloc kind, vrt::index_base base, std::int64_t expected) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  std::vector<I> host_rows = {0, 4, 11};
+  if (base == vrt::index_base::one) host_rows[0] = 1;
+  I* rows = sycl::malloc<I>(3, q, kind);
+  q.memcpy(rows, host_rows.data(), 3 * sizeof(I)).wait();
+  I* cols = sycl::malloc<I>(11, q, kind);
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, I(2), I(12), base, rows, cols, (double*)nullptr).wait();
+  EXPECT_EQ(h->primary->nnz, expected);
+  vs::release_matrix_handle(q, &h).wait();
+  sycl::free(rows, q);
+  sycl::free(cols, q);
+}
+
+TEST(MatrixHandle, CountOfNonZerosFromEveryUsmKind) {
+  for (auto kind : {sycl::usm::alloc::device, sycl::usm::alloc::shared, sycl::usm::alloc::host}) {
+    check_count<std::int32_t>(kind, vrt::index_base::one, 10);
+    check_count<std::int32_t>(kind, vrt::index_base::zero, 11);
+    check_count<std::int64_t>(kind, vrt::index_base::one, 10);
+    check_count<std::int64_t>(kind, vrt::index_base::zero, 11);
+  }
+}
+
+TEST(MatrixHandle, CountFromBuffersAndRebindingRules) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  std::vector<std::int64_t> rows = {1, 3, 11};
+  std::vector<std::int64_t> cols(10, 1);
+  std::vector<float> vals(10, 1.0f);
+  sycl::buffer<std::int64_t, 1> b_rows(rows.data(), sycl::range<1>(3));
+  sycl::buffer<std::int64_t, 1> b_cols(cols.data(), sycl::range<1>(10));
+  sycl::buffer<float, 1> b_vals(vals.data(), sycl::range<1>(10));
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, std::int64_t(2), std::int64_t(4), vrt::index_base::one, b_rows, b_cols,
+                   b_vals);
+  EXPECT_EQ(h->primary->nnz, 10);
+  EXPECT_EQ(h->container, vs::container_buffer);
+  // A CSR rebinding keeps the old count.
+  std::vector<std::int64_t> rows2 = {1, 2, 3};
+  sycl::buffer<std::int64_t, 1> b_rows2(rows2.data(), sycl::range<1>(3));
+  vs::set_csr_data(q, h, std::int64_t(2), std::int64_t(4), vrt::index_base::one, b_rows2, b_cols,
+                   b_vals);
+  EXPECT_EQ(h->primary->nnz, 10);
+  // A COO rebinding stores the count it is given.
+  vs::set_coo_data(q, h, std::int64_t(2), std::int64_t(4), std::int64_t(3), vrt::index_base::one,
+                   b_cols, b_cols, b_vals);
+  EXPECT_EQ(h->primary->nnz, 3);
+  EXPECT_EQ(h->primary->format, vs::format_coo);
+  vs::release_matrix_handle(&h);
+}
+
+TEST(MatrixHandle, BindingWithoutAQueueCachesNoContextAndCountsNothing) {
+  std::vector<std::int32_t> rows = {0, 1, 2};
+  sycl::buffer<std::int32_t, 1> b_rows(rows.data(), sycl::range<1>(3));
+  sycl::buffer<std::complex<float>, 1> b_vals(sycl::range<1>(2));
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(h, 2, 2, vrt::index_base::zero, b_rows, b_rows, b_vals);
+  EXPECT_EQ(h->context, nullptr);
+  EXPECT_EQ(h->primary->nnz, -1);
+  EXPECT_EQ(h->fp_type, vs::fp_complex_float);
+  EXPECT_EQ(h->primary->row_ptr, &b_rows);
+  vs::release_matrix_handle(&h);
+}
+
+TEST(MatrixHandle, PropertiesLandInThePrimaryStructure) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
+  rows[0] = 0, rows[1] = 0, rows[2] = 0;
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, rows, (float*)nullptr).wait();
+  vs::set_matrix_property(h, vs::property::sorted);
+  vs::set_matrix_property(h, vs::property::symmetric);
+  EXPECT_EQ(h->primary->sorted, 1);
+  EXPECT_EQ(h->primary->symmetric, 1);
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::set_matrix_property(h, static_cast<vs::property>(7)); },
+      "orvane::vrt::sparse::set_matrix_property: invalid argument: property_value");
+  expect_message<vrt::uninitialized>(
+      [&] { vs::set_matrix_property(nullptr, vs::property::sorted); },
+      "orvane::vrt::sparse::set_matrix_property: uninitialized object: hMatrix");
+  vs::release_matrix_handle(q, &h).wait();
+  sycl::free(rows, q);
+}
+
+TEST(MatrixHandle, SelectionFollowsTheExplicitForms) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::sparseStructure primary{}, transposed{}, conj_transposed{};
+  h->primary = &primary;
+  vs::sparseStructure* out = nullptr;
+  EXPECT_EQ(vs::select_best_sparse_struct(q, vrt::transpose::trans, h, &out), vs::select_primary);
+  EXPECT_EQ(out, &primary);
+  h->transposed = &transposed;
+  h->conj_transposed = &conj_transposed;
+  EXPECT_EQ(vs::select_best_sparse_struct(q, vrt::transpose::nontrans, h, &out),
+            vs::select_primary);
+  EXPECT_EQ(vs::select_best_sparse_struct(q, vrt::transpose::trans, h, &out),
+            vs::select_transposed);
+  EXPECT_EQ(out, &transposed);
+  EXPECT_EQ(vs::select_best_sparse_struct(q, vrt::transpose::conjtrans, h, &out),
+            vs::select_conj_transposed);
+  EXPECT_EQ(out, &conj_transposed);
+  expect_message<vrt::computation_error>(
+      [&] { vs::select_best_sparse_struct(q, static_cast<vrt::transpose>(2), h, &out); },
+      "orvane::vrt::sparse: computation error: internal error");
+  // An existing explicit form is reused: the caller's events pass through.
+  std::vector<sycl::event> deps = {sycl::event(), sycl::event()}, out_deps;
+  vs::do_transpose(q, vrt::transpose::trans, h, deps, out_deps);
+  EXPECT_EQ(out_deps.size(), 2u);
+  h->primary = h->transposed = h->conj_transposed = nullptr;
+  vs::release_matrix_handle(&h);
+}
+
+TEST(MatrixHandle, SymmetricAliasesAreFreedOnce) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
+  rows[0] = 0, rows[1] = 0, rows[2] = 0;
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, rows, (double*)nullptr).wait();
+  vs::set_matrix_property(h, vs::property::symmetric);
+  // What the analysis of a symmetric matrix leaves: aliases of primary and of one analysis.
+  h->transposed = h->sym_from_lower = h->sym_from_upper = h->primary;
+  vs::initColoringData(reinterpret_cast<void**>(&h->coloring_lower));
+  h->coloring_upper = h->coloring_lower;
+  vs::initDiagonalStructData(reinterpret_cast<void**>(&h->diag_struct));
+  h->diag_struct_lower = h->diag_struct_upper = h->diag_struct;
+  vs::initDiagonalValuesData(reinterpret_cast<void**>(&h->diag_values));
+  // Under AddressSanitizer a second free of any alias fails this test.
+  vs::release_matrix_handle(q, &h).wait();
+  sycl::free(rows, q);
+}
+
+TEST(MatrixHandle, StructuresThatOwnArraysNeedAContext) {
+  void* slot = nullptr;
+  vs::initSparseStructure(&slot);
+  static_cast<vs::sparseStructure*>(slot)->owns_arrays = true;
+  expect_message<vrt::computation_error>(
+      [&] { vs::dsparseStructureRelease_i4_usm(&slot, nullptr); },
+      "orvane::vrt::sparse::release_matrix_handle: computation error: internal error");
+  static_cast<vs::sparseStructure*>(slot)->owns_arrays = false;
+  vs::dsparseStructureRelease_i4_usm(&slot, nullptr);
+  EXPECT_EQ(slot, nullptr);
+}
+
+TEST(MatrixHandle, CountOfANullStructureIsAnInternalError) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  expect_message<vrt::computation_error>([&] { vs::set_nnz_value_i4(q, nullptr, {}); },
+                                         "orvane::vrt::sparse: computation error: internal error");
+}
+
+}  // namespace
