@@ -1,0 +1,79 @@
+#!/usr/bin/python3
+"""Runs the command-line driver on one Matrix Market file in several variants and compares each
+result with SciPy's product on the same matrix and the same deterministic inputs.
+
+usage: driver_vs_scipy.py DRIVER MATRIX
+"""
+import io
+import itertools
+import subprocess
+import sys
+
+import numpy as np
+import scipy.io
+import scipy.sparse
+
+EPS = {"s": np.finfo(np.float32).eps, "d": np.finfo(np.float64).eps,
+       "c": np.finfo(np.float32).eps, "z": np.finfo(np.float64).eps}
+
+
+def inputs(n, count, real):
+    j = np.arange(count)
+    x = 1.0 + (j % 7) / 4.0 + (0 if real else 1j * (j % 3) / 2.0)
+    i = np.arange(n)
+    y = 0.5 - (i % 5) / 8.0 + (0 if real else 1j * (i % 4) / 4.0)
+    return x, y
+
+
+def run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta):
+    args = [driver, "--matrix", matrix, "--value", value, "--index", str(index), "--base", str(base),
+            "--memory", memory, "--format", fmt, "--device", device,
+            "--alpha", f"{alpha.real},{alpha.imag}", "--beta", f"{beta.real},{beta.imag}"]
+    done = subprocess.run(args, capture_output=True, text=True)
+    if done.returncode != 0:
+        raise RuntimeError(" ".join(args) + "\n" + done.stderr)
+    return np.asarray(scipy.io.mmread(io.StringIO(done.stdout))).ravel(), " ".join(args[1:])
+
+
+def main():
+    driver, matrix = sys.argv[1], sys.argv[2]
+    A = scipy.sparse.csr_matrix(scipy.io.mmread(matrix))
+    is_complex = np.iscomplexobj(A.data)
+    values = ["c", "z"] if is_complex else ["s", "d", "c", "z"]
+    # Every value type; index width, base, memory model and device rotate with it.
+    configs = []
+    rotation = itertools.cycle([(32, 0, "usm", "emu-a2"), (64, 1, "buffer", "emu-a5"),
+                                (32, 1, "buffer", "emu-a1"), (64, 0, "usm", "emu-a0")])
+    for value in values:
+        for _ in range(2):
+            configs.append((value,) + next(rotation))
+    failures = 0
+    for value, index, base, memory, device in configs:
+        real = value in "sd"
+        alpha = complex(1.5, 0 if real else -0.5)
+        beta = complex(-0.5, 0 if real else 0.25)
+        x, y = inputs(A.shape[0], A.shape[1], real)
+        Ad = A.real.astype(np.float64) if real else A.astype(np.complex128)
+        want = alpha * (Ad @ x) + beta * y
+        # Rounding of each row's sum grows with its length and the magnitudes it adds.
+        scale = abs(alpha) * (abs(Ad) @ abs(x)) + abs(beta) * abs(y)
+        lengths = np.diff(A.indptr)
+        bound = 8 * EPS[value] * (lengths + 2) * scale + 1e-30
+        got, what = run(driver, matrix, value, index, base, memory, "csr", device, alpha, beta)
+        if got.shape != want.shape:
+            print(f"FAIL {what}: shape {got.shape} != {want.shape}")
+            failures += 1
+            continue
+        err = np.abs(got - want)
+        bad = np.nonzero(err > bound)[0]
+        if len(bad):
+            k = bad[0]
+            print(f"FAIL {what}: {len(bad)} entries off, first {k}: {got[k]} vs {want[k]} (bound {bound[k]})")
+            failures += 1
+        else:
+            print(f"ok   {what}: max error {err.max() if len(err) else 0:.3g}")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
