@@ -38,12 +38,6 @@ VRT_PENDING_ENTRY(optimize_trsv_impl, "optimize_trsv",
                   sycl::queue&, uplo, transpose, diag, matrix_handle*, const event_list&)
 VRT_PENDING_ENTRY(optimize_trsm_impl, "optimize_trsm",
                   sycl::queue&, layout, uplo, transpose, diag, matrix_handle*, std::int64_t, const event_list&)
-VRT_PENDING_ENTRY(sort_matrix_impl, "sort_matrix",
-                  sycl::queue&, matrix_handle*, const event_list&)
-VRT_PENDING_ENTRY(omatcopy_impl, "omatcopy",
-                  sycl::queue&, transpose, matrix_handle*, matrix_handle*, const event_list&)
-VRT_PENDING_ENTRY(make_transpose_impl, "omatcopy",
-                  sycl::queue&, transpose, matrix_handle*, matrix_handle*, const event_list&)
 VRT_PENDING_ENTRY(update_diagonal_values_impl, "update_diagonal_values",
                   sycl::queue&, matrix_handle*, std::int64_t, container_t<C, T>, const event_list&)
 }  // namespace gpu

@@ -310,3 +310,52 @@ TEST(GemvCsrKernels, LaunchersRefusePlansOutsideTheirGrid) {
 }
 
 }  // namespace
+
+namespace {
+
+// A transposed product on the primary structure runs column-wise for device y (that backend
+// arrives with the column kernels and refuses until then), and on an explicit transpose for host
+// y, which is built on first need and kept.
+TEST(GemvCsrRouting, TransposedProductsChooseTheirPath) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  using Z = std::complex<double>;
+  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
+  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(3, q);
+  Z* values = sycl::malloc_shared<Z>(3, q);
+  // A = [[0, 1+2i], [3, 4i]]
+  rows[0] = 0, rows[1] = 1, rows[2] = 3;
+  cols[0] = 1, cols[1] = 0, cols[2] = 1;
+  values[0] = Z(1, 2), values[1] = Z(3, 0), values[2] = Z(0, 4);
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, values).wait();
+  Z* device_y = sycl::malloc_device<Z>(2, q);
+  Z* host_y = sycl::malloc_host<Z>(2, q);
+  Z* x = sycl::malloc_shared<Z>(2, q);
+  x[0] = Z(1, 0), x[1] = Z(0, 1);
+  try {
+    vs::gemv(q, vrt::transpose::trans, Z(1), h, x, Z(0), device_y).wait();
+    ADD_FAILURE() << "the column-oriented path has not landed";
+  } catch (const vrt::unimplemented& e) {
+    EXPECT_STREQ(e.what(), "orvane::vrt::sparse::gemv: unimplemented functionality");
+  }
+  EXPECT_EQ(h->conj_transposed, nullptr);
+  vs::gemv(q, vrt::transpose::conjtrans, Z(1), h, x, Z(0), host_y).wait();
+  // A^H x = [[0, 3], [1-2i, -4i]] x
+  EXPECT_EQ(host_y[0], Z(0, 3));
+  EXPECT_EQ(host_y[1], Z(5, -2));
+  ASSERT_NE(h->conj_transposed, nullptr);
+  EXPECT_EQ(h->transposed, nullptr);
+  const vs::sparseStructure* kept = h->conj_transposed;
+  vs::gemv(q, vrt::transpose::conjtrans, Z(2), h, x, Z(0), host_y).wait();
+  EXPECT_EQ(h->conj_transposed, kept) << "the stored transpose is reused";
+  EXPECT_EQ(host_y[1], Z(10, -4));
+  vs::gemv(q, vrt::transpose::trans, Z(1), h, x, Z(0), host_y).wait();
+  EXPECT_EQ(host_y[1], Z(-3, 2));
+  vs::release_matrix_handle(q, &h).wait();
+  for (void* p : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(values),
+                  static_cast<void*>(device_y), static_cast<void*>(host_y), static_cast<void*>(x)})
+    sycl::free(p, q);
+}
+
+}  // namespace

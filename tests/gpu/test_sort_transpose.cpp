@@ -1,0 +1,443 @@
+// Row sort, explicit transposes and omatcopy on emulated GPUs, against plain references.
+#include <gtest/gtest.h>
+#include <hostsycl/hostsycl.hpp>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <set>
+#include <tuple>
+#include <thread>
+
+#include "gpu/format/sort_algorithms.hpp"
+#include "interface/handle.hpp"
+#include "support/sparse_matrices.hpp"
+
+namespace vrt = orvane::vrt;
+namespace vs = orvane::vrt::sparse;
+namespace vk = orvane::vrt::sparse::gpu::kernels;
+using vrt_test::csr_matrix;
+
+namespace {
+
+template <typename T, typename I>
+struct variant {
+  using value = T;
+  using index = I;
+};
+using all_variants =
+    ::testing::Types<variant<float, std::int32_t>, variant<float, std::int64_t>,
+                     variant<double, std::int32_t>, variant<double, std::int64_t>,
+                     variant<std::complex<float>, std::int32_t>,
+                     variant<std::complex<float>, std::int64_t>,
+                     variant<std::complex<double>, std::int32_t>,
+                     variant<std::complex<double>, std::int64_t>>;
+
+enum class model { usm, buffer };
+
+template <typename E>
+void expect_message(const std::function<void()>& call, const std::string& message) {
+  try {
+    call();
+    ADD_FAILURE() << "expected: " << message;
+  } catch (const E& e) {
+    EXPECT_EQ(std::string(e.what()), message);
+  } catch (const std::exception& e) {
+    ADD_FAILURE() << "wrong exception: " << e.what() << "\nexpected: " << message;
+  }
+}
+
+// ---- the row sort itself, on the host ------------------------------------------------------
+
+std::vector<std::int64_t> keys_of_kind(std::size_t n, int kind, std::mt19937& rng) {
+  std::vector<std::int64_t> k(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    switch (kind) {
+      case 0: k[i] = static_cast<std::int64_t>(i); break;            // sorted
+      case 1: k[i] = static_cast<std::int64_t>(n - i); break;        // reverse
+      case 2: k[i] = static_cast<std::int64_t>(rng() % 5); break;    // many equal keys
+      default: k[i] = static_cast<std::int64_t>(rng() % 100000);     // random
+    }
+  }
+  return k;
+}
+
+TEST(RowSort, KeysEndAscendingAndValuesFollowThem) {
+  std::mt19937 rng(3);
+  for (std::size_t n : {0, 1, 2, 3, 4, 5, 16, 17, 18, 31, 64, 100, 1000, 4999}) {
+    for (int kind = 0; kind < 4; ++kind) {
+      auto keys = keys_of_kind(n, kind, rng);
+      std::vector<double> values(n);
+      for (std::size_t i = 0; i < n; ++i) values[i] = static_cast<double>(keys[i]) * 3 + 0.5;
+      vk::quicksort_nonrecursive<std::int64_t, double>(static_cast<std::int64_t>(n), keys.data(),
+                                                       values.data());
+      ASSERT_TRUE(std::is_sorted(keys.begin(), keys.end())) << n << " kind " << kind;
+      for (std::size_t i = 0; i < n; ++i)
+        ASSERT_EQ(values[i], static_cast<double>(keys[i]) * 3 + 0.5) << n << " kind " << kind;
+    }
+  }
+}
+
+TEST(RowSort, MergeExchangeNetworkSortsEveryLength) {
+  std::mt19937 rng(4);
+  for (std::int64_t n = 1; n <= 300; ++n) {
+    auto keys = keys_of_kind(static_cast<std::size_t>(n), n % 4, rng);
+    auto expected = keys;
+    std::sort(expected.begin(), expected.end());
+    vk::merge_exchange_sort<std::int64_t, vk::NoValues>(n, {keys.data(), nullptr});
+    ASSERT_EQ(keys, expected) << n;
+  }
+}
+
+TEST(RowSort, SmallListsOfTwoToSixteen) {
+  for (std::int64_t n = 2; n <= 16; ++n) {
+    std::vector<int> keys(static_cast<std::size_t>(n));
+    // Every permutation of a short prefix through a rotating pattern.
+    for (int seed = 0; seed < 50; ++seed) {
+      std::mt19937 rng(static_cast<unsigned>(seed));
+      for (auto& k : keys) k = static_cast<int>(rng() % 7);
+      std::vector<std::complex<float>> values(keys.size());
+      for (std::size_t i = 0; i < keys.size(); ++i) values[i] = {float(keys[i]), -float(keys[i])};
+      vk::small_list_sort<int, std::complex<float>>(n, {keys.data(), values.data()});
+      ASSERT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+      for (std::size_t i = 0; i < keys.size(); ++i) ASSERT_EQ(values[i].real(), float(keys[i]));
+    }
+  }
+}
+
+// ---- matrices on the device ----------------------------------------------------------------
+
+// Binds host arrays to a handle in the chosen memory model and keeps them alive.
+template <typename T, typename I>
+struct device_matrix {
+  sycl::queue& q;
+  model m;
+  vs::matrix_handle* h = nullptr;
+  std::vector<I> rows, cols;
+  std::vector<T> values;
+  bool with_values;
+  I *d_rows = nullptr, *d_cols = nullptr;
+  T* d_values = nullptr;
+  std::unique_ptr<sycl::buffer<I, 1>> b_rows, b_cols;
+  std::unique_ptr<sycl::buffer<T, 1>> b_values;
+
+  device_matrix(sycl::queue& queue, model mm, const csr_matrix<T, I>& A, bool values_too = true,
+                sycl::usm::alloc kind = sycl::usm::alloc::device)
+      : q(queue), m(mm), rows(A.row_ptr), cols(A.col_ind), values(A.values),
+        with_values(values_too) {
+    if (cols.empty()) cols.resize(1);
+    if (values.empty()) values.resize(1);
+    vs::init_matrix_handle(&h);
+    const auto base = static_cast<vrt::index_base>(A.base);
+    if (m == model::usm) {
+      d_rows = sycl::malloc<I>(rows.size(), q, kind);
+      d_cols = sycl::malloc<I>(cols.size(), q, kind);
+      d_values = sycl::malloc<T>(values.size(), q, kind);
+      q.memcpy(d_rows, rows.data(), rows.size() * sizeof(I)).wait();
+      q.memcpy(d_cols, cols.data(), cols.size() * sizeof(I)).wait();
+      q.memcpy(d_values, values.data(), values.size() * sizeof(T)).wait();
+      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, d_rows,
+                       d_cols, with_values ? d_values : nullptr)
+          .wait();
+    } else {
+      b_rows = std::make_unique<sycl::buffer<I, 1>>(rows.data(), sycl::range<1>(rows.size()));
+      b_cols = std::make_unique<sycl::buffer<I, 1>>(cols.data(), sycl::range<1>(cols.size()));
+      b_values = std::make_unique<sycl::buffer<T, 1>>(values.data(), sycl::range<1>(values.size()));
+      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, *b_rows,
+                       *b_cols, *b_values);
+      if (!with_values) h->primary->values = nullptr;
+    }
+  }
+
+  // The bound arrays as they are now.
+  csr_matrix<T, I> read(std::int64_t nrows, std::int64_t ncols, int base) {
+    csr_matrix<T, I> out;
+    out.nrows = nrows;
+    out.ncols = ncols;
+    out.base = base;
+    if (m == model::usm) {
+      q.wait();
+      q.memcpy(rows.data(), d_rows, rows.size() * sizeof(I)).wait();
+      q.memcpy(cols.data(), d_cols, cols.size() * sizeof(I)).wait();
+      q.memcpy(values.data(), d_values, values.size() * sizeof(T)).wait();
+    } else {
+      sycl::host_accessor r(*b_rows), c(*b_cols), v(*b_values);
+      std::copy(r.begin(), r.end(), rows.begin());
+      std::copy(c.begin(), c.end(), cols.begin());
+      std::copy(v.begin(), v.end(), values.begin());
+    }
+    out.row_ptr = rows;
+    const auto nnz = static_cast<std::size_t>(rows.back() - base);
+    out.col_ind.assign(cols.begin(), cols.begin() + nnz);
+    out.values.assign(values.begin(), values.begin() + nnz);
+    return out;
+  }
+
+  ~device_matrix() {
+    if (m == model::usm) {
+      vs::release_matrix_handle(q, &h).wait();
+      sycl::free(d_rows, q);
+      sycl::free(d_cols, q);
+      sycl::free(d_values, q);
+    } else {
+      vs::release_matrix_handle(&h);
+    }
+  }
+};
+
+// Rows as multisets of (column, value) entries.
+template <typename T, typename I>
+std::vector<std::multiset<std::tuple<I, double, double>>> row_sets(const csr_matrix<T, I>& A) {
+  std::vector<std::multiset<std::tuple<I, double, double>>> sets(static_cast<std::size_t>(A.nrows));
+  for (std::int64_t r = 0; r < A.nrows; ++r)
+    for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base; ++j) {
+      const std::complex<double> v(A.values[j]);
+      sets[r].insert({A.col_ind[j] - A.base, v.real(), v.imag()});
+    }
+  return sets;
+}
+
+template <typename V>
+class SortMatrix : public ::testing::Test {};
+TYPED_TEST_SUITE(SortMatrix, all_variants);
+
+TYPED_TEST(SortMatrix, RowsOfEveryLengthEndSortedWithTheirValues) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  // Rows of 0, 1, 2, 3, 4, 16 and 17 entries, then long sorted, reversed and repetitive rows.
+  csr_matrix<T, I> A;
+  A.nrows = 10;
+  A.ncols = 5000;
+  A.base = 1;
+  std::mt19937 rng(9);
+  A.row_ptr.push_back(1);
+  const int lengths[] = {0, 1, 2, 3, 4, 16, 17, 3000, 2500, 2000};
+  for (int r = 0; r < 10; ++r) {
+    for (int k = 0; k < lengths[r]; ++k) {
+      I col = static_cast<I>(rng() % 5000);
+      if (r == 7) col = static_cast<I>(k);            // already sorted
+      if (r == 8) col = static_cast<I>(4999 - k);     // reversed
+      if (r == 9) col = static_cast<I>(rng() % 4);    // many equal keys
+      A.col_ind.push_back(col + 1);
+      A.values.push_back(vrt_test::random_value<T>(rng));
+    }
+    A.row_ptr.push_back(static_cast<I>(A.col_ind.size() + 1));
+  }
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  for (model m : {model::usm, model::buffer}) {
+    device_matrix<T, I> D(q, m, A);
+    vs::sort_matrix(q, D.h).wait();
+    EXPECT_EQ(D.h->primary->sorted, 1);
+    const auto S = D.read(A.nrows, A.ncols, A.base);
+    EXPECT_EQ(S.row_ptr, A.row_ptr);
+    for (std::int64_t r = 0; r < A.nrows; ++r)
+      EXPECT_TRUE(std::is_sorted(S.col_ind.begin() + (S.row_ptr[r] - 1),
+                                 S.col_ind.begin() + (S.row_ptr[r + 1] - 1)))
+          << "row " << r;
+    EXPECT_EQ(row_sets(S), row_sets(A)) << "values follow their columns";
+  }
+}
+
+TEST(SortMatrixFrame, ASortedHandleRunsNoKernelButWaitsForDependencies) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  const auto A = vrt_test::random_csr<float, std::int32_t>(20, 20, 5, 1);
+  device_matrix<float, std::int32_t> D(q, model::usm, A);
+  vs::set_matrix_property(D.h, vs::property::sorted);
+  std::atomic<bool> open{false};
+  sycl::event gate = q.submit([&](sycl::handler& h) {
+    h.host_task([&] {
+      while (!open) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    });
+  });
+  sycl::event e = vs::sort_matrix(q, D.h, {gate});
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_NE(e.get_info<sycl::info::event::command_execution_status>(),
+            sycl::info::event_command_status::complete);
+  open = true;
+  e.wait();
+  // Nothing moved: the columns are as bound.
+  EXPECT_EQ(D.read(20, 20, 0).col_ind, A.col_ind);
+}
+
+// ---- transposes ----------------------------------------------------------------------------
+
+template <typename T, typename I>
+csr_matrix<T, I> reference_transpose(const csr_matrix<T, I>& A, bool conj) {
+  csr_matrix<T, I> t;
+  t.nrows = A.ncols;
+  t.ncols = A.nrows;
+  t.base = 0;
+  std::vector<std::vector<std::pair<I, T>>> rows(static_cast<std::size_t>(A.ncols));
+  for (std::int64_t r = 0; r < A.nrows; ++r)
+    for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base; ++j)
+      rows[A.col_ind[j] - A.base].push_back({static_cast<I>(r), vrt_test::conj_if(A.values[j], conj)});
+  t.row_ptr.push_back(0);
+  for (const auto& row : rows) {
+    for (const auto& [c, v] : row) {
+      t.col_ind.push_back(c);
+      t.values.push_back(v);
+    }
+    t.row_ptr.push_back(static_cast<I>(t.col_ind.size()));
+  }
+  return t;
+}
+
+// The library's own transpose of a handle, read back from its slot.
+template <typename T, typename I>
+csr_matrix<T, I> own_transpose(sycl::queue& q, device_matrix<T, I>& D, vrt::transpose op) {
+  vs::matrix_handle* h = D.h;
+  vs::omatcopy(q, op, h, h).wait();
+  const vs::sparseStructure* s = op == vrt::transpose::trans ? h->transposed : h->conj_transposed;
+  EXPECT_NE(s, nullptr);
+  csr_matrix<T, I> t;
+  t.nrows = s->nrows;
+  t.ncols = s->ncols;
+  t.base = s->index;
+  t.row_ptr.resize(static_cast<std::size_t>(s->nrows + 1));
+  t.col_ind.resize(static_cast<std::size_t>(s->nnz));
+  t.values.resize(static_cast<std::size_t>(s->nnz));
+  if (s->container == vs::container_usm) {
+    q.memcpy(t.row_ptr.data(), s->row_ptr, t.row_ptr.size() * sizeof(I)).wait();
+    q.memcpy(t.col_ind.data(), s->col_ind, t.col_ind.size() * sizeof(I)).wait();
+    if (s->values != nullptr)
+      q.memcpy(t.values.data(), s->values, t.values.size() * sizeof(T)).wait();
+  } else {
+    sycl::host_accessor r(*static_cast<sycl::buffer<I, 1>*>(s->row_ptr));
+    sycl::host_accessor c(*static_cast<sycl::buffer<I, 1>*>(s->col_ind));
+    std::copy(r.begin(), r.begin() + t.row_ptr.size(), t.row_ptr.begin());
+    std::copy(c.begin(), c.begin() + t.col_ind.size(), t.col_ind.begin());
+    if (s->values != nullptr) {
+      sycl::host_accessor v(*static_cast<sycl::buffer<T, 1>*>(s->values));
+      std::copy(v.begin(), v.begin() + t.values.size(), t.values.begin());
+    }
+  }
+  return t;
+}
+
+template <typename V>
+class Transpose : public ::testing::Test {};
+TYPED_TEST_SUITE(Transpose, all_variants);
+
+TYPED_TEST(Transpose, ExplicitTransposesMatchTheReference) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  // Empty columns (ncols much larger than the entries), one-based input, a zero-column matrix.
+  const auto wide = vrt_test::random_csr<T, I>(40, 300, 6, 5, 1);
+  const auto tall = vrt_test::random_csr<T, I>(2500, 37, 4, 6, 0, 2, 400);
+  const auto no_columns = vrt_test::random_csr<T, I>(5, 0, 3, 7);
+  for (const auto* A : {&wide, &tall, &no_columns}) {
+    for (model m : {model::usm, model::buffer}) {
+      for (vrt::transpose op : {vrt::transpose::trans, vrt::transpose::conjtrans}) {
+        device_matrix<T, I> D(q, m, *A);
+        const auto got = own_transpose(q, D, op);
+        const auto want = reference_transpose(*A, op == vrt::transpose::conjtrans);
+        EXPECT_EQ(got.base, 0);
+        EXPECT_EQ(got.row_ptr, want.row_ptr);
+        EXPECT_EQ(row_sets(got), row_sets(want));
+      }
+    }
+  }
+}
+
+TYPED_TEST(Transpose, HostMemoryTakesTheSingleWorkItemPathWithSortedRows) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  const auto A = vrt_test::random_csr<T, I>(60, 45, 8, 8, 1);
+  device_matrix<T, I> D(q, model::usm, A, true, sycl::usm::alloc::host);
+  const auto got = own_transpose(q, D, vrt::transpose::conjtrans);
+  const auto want = reference_transpose(A, true);
+  EXPECT_EQ(got.row_ptr, want.row_ptr);
+  EXPECT_EQ(got.col_ind, want.col_ind) << "rows come out in input row order";
+  EXPECT_EQ(got.values, want.values);
+}
+
+TYPED_TEST(Transpose, GemvWithHostYRunsOnTheExplicitTranspose) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a0")};
+  const auto A = vrt_test::random_csr<T, I>(50, 70, 9, 10, 1);
+  device_matrix<T, I> D(q, model::usm, A);
+  T* x = sycl::malloc_shared<T>(50, q);
+  T* y = sycl::malloc_host<T>(70, q);
+  std::vector<T> xs(50), ys(70);
+  std::mt19937 rng(2);
+  for (auto& v : xs) v = vrt_test::random_value<T>(rng);
+  for (auto& v : ys) v = vrt_test::random_value<T>(rng);
+  for (vrt::transpose op : {vrt::transpose::trans, vrt::transpose::conjtrans}) {
+    std::copy(xs.begin(), xs.end(), x);
+    std::copy(ys.begin(), ys.end(), y);
+    vs::gemv(q, op, T(2), D.h, x, T(-1), y).wait();
+    const auto want = vrt_test::reference_gemv(A, op, T(2), xs, T(-1), ys);
+    const auto scale = vrt_test::error_scale(A, op, T(2), xs, T(-1), ys);
+    vrt_test::expect_near_vectors(std::vector<T>(y, y + 70), want, scale, "gemv op(A) host y");
+  }
+  sycl::free(x, q);
+  sycl::free(y, q);
+}
+
+TEST(TransposeFrame, RefusalsAndReuse) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  const auto A = vrt_test::random_csr<double, std::int32_t>(6, 6, 3, 11);
+  device_matrix<double, std::int32_t> D(q, model::usm, A);
+  device_matrix<double, std::int32_t> S(q, model::usm, A, false);
+  const std::string prefix = "orvane::vrt::sparse::omatcopy: ";
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::omatcopy(q, vrt::transpose::nontrans, D.h, D.h); },
+      prefix + "invalid argument: In-place copy operation is not supported");
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::omatcopy(q, vrt::transpose::nontrans, S.h, D.h); },
+      prefix + "invalid argument: Input matrix appears to be CSR structure-only but output "
+               "matrix appears to CSR structure+values");
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::omatcopy(q, vrt::transpose::trans, S.h, D.h); },
+      prefix + "invalid argument: Either both input `a` and output `a^T` arrays must be emptyor "
+               "both must be allocated with `a^T` at least as long as `a`");
+  vs::matrix_handle* fresh = nullptr;
+  vs::init_matrix_handle(&fresh);
+  fresh->fp_type = vs::fp_double;
+  fresh->container = vs::container_usm;
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::omatcopy(q, vrt::transpose::trans, D.h, fresh); },
+      prefix + "invalid argument: At least one matrix is not initialized");
+  vs::release_matrix_handle(&fresh);
+  // Structure only on both sides goes through the structure kernels.
+  device_matrix<double, std::int32_t> S2(q, model::usm, A, false);
+  vs::omatcopy(q, vrt::transpose::nontrans, S.h, S2.h).wait();
+  vs::omatcopy(q, vrt::transpose::trans, S.h, S.h).wait();
+  EXPECT_EQ(S.h->transposed->values, nullptr);
+  // A real matrix with conjtrans gets a slot of its own; a second use finds it.
+  vs::omatcopy(q, vrt::transpose::conjtrans, D.h, D.h).wait();
+  ASSERT_NE(D.h->conj_transposed, nullptr);
+  EXPECT_EQ(D.h->transposed, nullptr);
+}
+
+TYPED_TEST(Transpose, OmatcopyChangesTheBaseAndCopiesStoredTransposes) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  const auto A = vrt_test::random_csr<T, I>(30, 30, 5, 12, 1);
+  auto target = A;
+  target.base = 0;
+  for (model m : {model::usm, model::buffer}) {
+    device_matrix<T, I> D(q, m, A);
+    device_matrix<T, I> B(q, m, target);  // arrays of the right sizes, bound zero-based
+    vs::omatcopy(q, vrt::transpose::nontrans, D.h, B.h).wait();
+    auto copy = B.read(30, 30, 0);
+    auto want = A;
+    for (auto& r : want.row_ptr) --r;
+    for (auto& c : want.col_ind) --c;
+    want.base = 0;
+    EXPECT_EQ(copy.row_ptr, want.row_ptr);
+    EXPECT_EQ(copy.col_ind, want.col_ind);
+    EXPECT_EQ(copy.values, want.values);
+    // With a stored transpose in A, the transpose into B is a copy of it.
+    vs::omatcopy(q, vrt::transpose::trans, D.h, D.h).wait();
+    vs::omatcopy(q, vrt::transpose::trans, D.h, B.h).wait();
+    EXPECT_EQ(row_sets(B.read(30, 30, 0)), row_sets(reference_transpose(A, false)));
+  }
+}
+
+}  // namespace
