@@ -28,10 +28,12 @@ constexpr const char* usage = R"(usage: vrt_sparse_driver --matrix FILE [options
 
 Binds a Matrix Market matrix (coordinate; real, integer, complex or pattern; general,
 symmetric, skew-symmetric or Hermitian, expanded to the full matrix) to a matrix handle,
-runs one routine and writes the result vector to --output in Matrix Market array format.
+runs one routine and writes the result to --output: gemv writes the vector y in Matrix Market
+array format; sort_matrix (the matrix with each row sorted, in row order) and omatcopy (op(A)
+copied or transposed into a second handle) write the matrix in coordinate format.
 
   --matrix FILE        input matrix (required)
-  --routine NAME       gemv (default)
+  --routine NAME       gemv (default), sort_matrix or omatcopy
   --device NAME        cpu, gpu, or an emulated GPU profile such as emu-a2 (default emu-a2)
   --value s|d|c|z      float, double, complex<float>, complex<double> (default d)
   --index 32|64        index width (default 32)
@@ -88,7 +90,8 @@ std::optional<options> parse(int argc, char** argv) {
     else if (key == "--output") o.output = value;
     else return std::nullopt;
   }
-  const bool valid = !o.matrix.empty() && o.routine == "gemv" &&
+  const bool valid = !o.matrix.empty() &&
+                     (o.routine == "gemv" || o.routine == "sort_matrix" || o.routine == "omatcopy") &&
                      std::string("sdcz").find(o.value) != std::string::npos && o.value.size() == 1 &&
                      (o.index == 32 || o.index == 64) && (o.base == 0 || o.base == 1) &&
                      (o.memory == "usm" || o.memory == "buffer") &&
@@ -162,10 +165,14 @@ host_matrix<T, I> convert(const mm::coordinate_matrix& m, bool csr, int base) {
   return h;
 }
 
+vrt::transpose parse_op(const std::string& op) {
+  return op == "n" ? vrt::transpose::nontrans
+                   : (op == "t" ? vrt::transpose::trans : vrt::transpose::conjtrans);
+}
+
 template <typename T, typename I>
 std::vector<T> run_gemv(sycl::queue& q, const options& o, host_matrix<T, I>& A) {
-  const auto op = o.op == "n" ? vrt::transpose::nontrans
-                              : (o.op == "t" ? vrt::transpose::trans : vrt::transpose::conjtrans);
+  const auto op = parse_op(o.op);
   const std::int64_t nx = op == vrt::transpose::nontrans ? A.ncols : A.nrows;
   const std::int64_t ny = op == vrt::transpose::nontrans ? A.nrows : A.ncols;
   std::vector<T> x(static_cast<std::size_t>(std::max<std::int64_t>(nx, 1)));
@@ -218,10 +225,136 @@ std::vector<T> run_gemv(sycl::queue& q, const options& o, host_matrix<T, I>& A) 
   return y;
 }
 
+// The arrays of a matrix routine's result, read back to the host.
+template <typename T, typename I>
+struct matrix_result {
+  std::int64_t nrows, ncols;
+  bool csr;
+  int base;
+  std::vector<I> rows, cols;
+  std::vector<T> values;
+};
+
+// sort_matrix sorts A's arrays in place; omatcopy writes op(A) into a second handle bound to
+// arrays of the right sizes, with A's index base.
+template <typename T, typename I>
+matrix_result<T, I> run_matrix_routine(sycl::queue& q, const options& o, host_matrix<T, I>& A) {
+  const auto op = parse_op(o.op);
+  const bool csr = o.format == "csr";
+  const bool transposed = o.routine == "omatcopy" && op != vrt::transpose::nontrans;
+  matrix_result<T, I> out{transposed ? A.ncols : A.nrows, transposed ? A.nrows : A.ncols, csr,
+                          o.base, A.rows, A.cols, A.values};
+  if (csr) out.rows.assign(static_cast<std::size_t>(out.nrows + 1), 0);
+  const auto base = static_cast<vrt::index_base>(o.base);
+  vs::matrix_handle* h = nullptr;
+  vs::matrix_handle* b = nullptr;
+  vs::init_matrix_handle(&h);
+  // By reference: a handle keeps the address of the caller's buffer objects.
+  auto bind = [&](vs::matrix_handle* handle, std::int64_t nrows, std::int64_t ncols, auto& rows,
+                  auto& cols, auto& vals) {
+    if (csr) return vs::set_csr_data(q, handle, static_cast<I>(nrows), static_cast<I>(ncols), base,
+                                     rows, cols, vals);
+    return vs::set_coo_data(q, handle, static_cast<I>(nrows), static_cast<I>(ncols),
+                            static_cast<I>(A.nnz), base, rows, cols, vals);
+  };
+  const bool usm = o.memory == "usm";
+  if (usm) {
+    auto to_device = [&](const auto& v) {
+      using E = typename std::decay_t<decltype(v)>::value_type;
+      E* p = sycl::malloc_device<E>(v.size(), q);
+      q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
+      return p;
+    };
+    I* rows = to_device(A.rows);
+    I* cols = to_device(A.cols);
+    T* vals = to_device(A.values);
+    const bool sorting = o.routine == "sort_matrix";
+    // sort_matrix works in place; omatcopy writes arrays of its own.
+    I* out_rows = sorting ? rows : to_device(out.rows);
+    I* out_cols = sorting ? cols : to_device(out.cols);
+    T* out_vals = sorting ? vals : to_device(out.values);
+    if (sorting) out.rows = A.rows;
+    sycl::event done = bind(h, A.nrows, A.ncols, rows, cols, vals);
+    if (sorting) {
+      done = vs::sort_matrix(q, h, {done});
+    } else {
+      vs::init_matrix_handle(&b);
+      sycl::event bound = bind(b, out.nrows, out.ncols, out_rows, out_cols, out_vals);
+      done = vs::omatcopy(q, op, h, b, {done, bound});
+    }
+    done.wait();
+    q.memcpy(out.rows.data(), out_rows, out.rows.size() * sizeof(I)).wait();
+    q.memcpy(out.cols.data(), out_cols, out.cols.size() * sizeof(I)).wait();
+    q.memcpy(out.values.data(), out_vals, out.values.size() * sizeof(T)).wait();
+    vs::release_matrix_handle(q, &h).wait();
+    if (b != nullptr) vs::release_matrix_handle(q, &b).wait();
+    for (void* p : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
+      sycl::free(p, q);
+    if (!sorting)
+      for (void* p : {static_cast<void*>(out_rows), static_cast<void*>(out_cols),
+                      static_cast<void*>(out_vals)})
+        sycl::free(p, q);
+  } else {
+    if (o.routine == "sort_matrix") {
+      out.rows = A.rows;
+      sycl::buffer<I, 1> rows(out.rows.data(), sycl::range<1>(out.rows.size()));
+      sycl::buffer<I, 1> cols(out.cols.data(), sycl::range<1>(out.cols.size()));
+      sycl::buffer<T, 1> vals(out.values.data(), sycl::range<1>(out.values.size()));
+      bind(h, A.nrows, A.ncols, rows, cols, vals);
+      vs::sort_matrix(q, h);
+      vs::release_matrix_handle(&h);
+    } else {
+      sycl::buffer<I, 1> rows(A.rows.data(), sycl::range<1>(A.rows.size()));
+      sycl::buffer<I, 1> cols(A.cols.data(), sycl::range<1>(A.cols.size()));
+      sycl::buffer<T, 1> vals(A.values.data(), sycl::range<1>(A.values.size()));
+      sycl::buffer<I, 1> out_rows(out.rows.data(), sycl::range<1>(out.rows.size()));
+      sycl::buffer<I, 1> out_cols(out.cols.data(), sycl::range<1>(out.cols.size()));
+      sycl::buffer<T, 1> out_vals(out.values.data(), sycl::range<1>(out.values.size()));
+      bind(h, A.nrows, A.ncols, rows, cols, vals);
+      vs::init_matrix_handle(&b);
+      bind(b, out.nrows, out.ncols, out_rows, out_cols, out_vals);
+      vs::omatcopy(q, op, h, b);
+      vs::release_matrix_handle(&h);
+      vs::release_matrix_handle(&b);
+    }
+  }
+  return out;
+}
+
+template <typename T, typename I>
+mm::coordinate_matrix to_coordinate(const matrix_result<T, I>& r, std::int64_t nnz) {
+  mm::coordinate_matrix m;
+  m.rows = r.nrows;
+  m.cols = r.ncols;
+  for (std::int64_t k = 0; k < nnz; ++k) {
+    m.col.push_back(r.cols[static_cast<std::size_t>(k)] - r.base);
+    m.value.push_back(std::complex<double>(r.values[static_cast<std::size_t>(k)]));
+  }
+  if (r.csr) {
+    for (std::int64_t i = 0; i < r.nrows; ++i)
+      for (I k = r.rows[i] - r.base; k < r.rows[i + 1] - r.base; ++k) m.row.push_back(i);
+  } else {
+    for (std::int64_t k = 0; k < nnz; ++k) m.row.push_back(r.rows[static_cast<std::size_t>(k)] - r.base);
+  }
+  return m;
+}
+
 template <typename T, typename I>
 int run(const options& o, const mm::coordinate_matrix& matrix) {
   sycl::queue q = make_queue(o.device);
   auto A = convert<T, I>(matrix, o.format == "csr", o.base);
+  if (o.routine != "gemv") {
+    const auto result = run_matrix_routine<T, I>(q, o, A);
+    const auto m = to_coordinate(result, A.nnz);
+    if (o.output.empty()) {
+      mm::write_coordinate(std::cout, m, is_complex_value<T>);
+    } else {
+      std::ofstream file(o.output);
+      mm::write_coordinate(file, m, is_complex_value<T>);
+      if (!file) throw std::runtime_error("cannot write " + o.output);
+    }
+    return 0;
+  }
   const std::vector<T> y = run_gemv<T, I>(q, o, A);
   std::vector<std::complex<double>> out(y.begin(), y.end());
   if (o.output.empty()) {
