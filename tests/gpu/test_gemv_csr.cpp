@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 
+#include "support/test_helpers.hpp"
 #include "gpu/mv/csr/gemv_launchers.hpp"
 #include "gpu/mv/gemv_data.hpp"
 #include "interface/handle.hpp"
@@ -18,19 +19,8 @@ using vrt_test::csr_matrix;
 
 namespace {
 
-template <typename T, typename I>
-struct variant {
-  using value = T;
-  using index = I;
-};
+using vrt_test::all_variants;
 
-using all_variants =
-    ::testing::Types<variant<float, std::int32_t>, variant<float, std::int64_t>,
-                     variant<double, std::int32_t>, variant<double, std::int64_t>,
-                     variant<std::complex<float>, std::int32_t>,
-                     variant<std::complex<float>, std::int64_t>,
-                     variant<std::complex<double>, std::int32_t>,
-                     variant<std::complex<double>, std::int64_t>>;
 
 enum class model { usm, buffer };
 

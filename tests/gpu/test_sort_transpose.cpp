@@ -10,6 +10,7 @@
 #include <tuple>
 #include <thread>
 
+#include "support/test_helpers.hpp"
 #include "gpu/format/sort_algorithms.hpp"
 #include "interface/handle.hpp"
 #include "support/sparse_matrices.hpp"
@@ -21,32 +22,11 @@ using vrt_test::csr_matrix;
 
 namespace {
 
-template <typename T, typename I>
-struct variant {
-  using value = T;
-  using index = I;
-};
-using all_variants =
-    ::testing::Types<variant<float, std::int32_t>, variant<float, std::int64_t>,
-                     variant<double, std::int32_t>, variant<double, std::int64_t>,
-                     variant<std::complex<float>, std::int32_t>,
-                     variant<std::complex<float>, std::int64_t>,
-                     variant<std::complex<double>, std::int32_t>,
-                     variant<std::complex<double>, std::int64_t>>;
+using vrt_test::expect_message;
+
+using vrt_test::all_variants;
 
 enum class model { usm, buffer };
-
-template <typename E>
-void expect_message(const std::function<void()>& call, const std::string& message) {
-  try {
-    call();
-    ADD_FAILURE() << "expected: " << message;
-  } catch (const E& e) {
-    EXPECT_EQ(std::string(e.what()), message);
-  } catch (const std::exception& e) {
-    ADD_FAILURE() << "wrong exception: " << e.what() << "\nexpected: " << message;
-  }
-}
 
 // ---- the row sort itself, on the host ------------------------------------------------------
 

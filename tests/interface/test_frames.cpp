@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "support/test_helpers.hpp"
 #include "interface/handle.hpp"
 
 namespace vrt = orvane::vrt;
@@ -12,17 +13,7 @@ using vrt::transpose;
 
 namespace {
 
-template <typename E>
-void expect_message(const std::function<void()>& call, const std::string& message) {
-  try {
-    call();
-    ADD_FAILURE() << "expected: " << message;
-  } catch (const E& e) {
-    EXPECT_EQ(std::string(e.what()), message);
-  } catch (const std::exception& e) {
-    ADD_FAILURE() << "wrong exception: " << e.what() << "\nexpected: " << message;
-  }
-}
+using vrt_test::expect_message;
 
 std::string prefix(const std::string& routine) { return "orvane::vrt::sparse::" + routine + ": "; }
 

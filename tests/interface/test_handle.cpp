@@ -6,6 +6,7 @@
 #include <chrono>
 #include <thread>
 
+#include "support/test_helpers.hpp"
 #include "gpu/triangular/triangular_data.hpp"
 #include "interface/handle.hpp"
 #include "interface/nnz.hpp"
@@ -18,15 +19,7 @@ namespace vs = orvane::vrt::sparse;
 
 namespace {
 
-template <typename E>
-void expect_message(const std::function<void()>& call, const std::string& message) {
-  try {
-    call();
-    ADD_FAILURE() << "expected: " << message;
-  } catch (const E& e) {
-    EXPECT_EQ(std::string(e.what()), message);
-  }
-}
+using vrt_test::expect_message;
 
 // An event that completes only when the test releases it.
 struct gate {

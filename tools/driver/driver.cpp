@@ -165,6 +165,14 @@ host_matrix<T, I> convert(const mm::coordinate_matrix& m, bool csr, int base) {
   return h;
 }
 
+// A device copy of a host array.
+template <typename E>
+E* to_device(sycl::queue& q, const std::vector<E>& v) {
+  E* p = sycl::malloc_device<E>(v.size(), q);
+  q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
+  return p;
+}
+
 vrt::transpose parse_op(const std::string& op) {
   return op == "n" ? vrt::transpose::nontrans
                    : (op == "t" ? vrt::transpose::trans : vrt::transpose::conjtrans);
@@ -186,17 +194,11 @@ std::vector<T> run_gemv(sycl::queue& q, const options& o, host_matrix<T, I>& A) 
   vs::matrix_handle* h = nullptr;
   vs::init_matrix_handle(&h);
   if (o.memory == "usm") {
-    auto to_device = [&](const auto& v) {
-      using E = typename std::decay_t<decltype(v)>::value_type;
-      E* p = sycl::malloc_device<E>(v.size(), q);
-      q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
-      return p;
-    };
-    I* rows = to_device(A.rows);
-    I* cols = to_device(A.cols);
-    T* vals = to_device(A.values);
-    T* dx = to_device(x);
-    T* dy = to_device(y);
+    I* rows = to_device(q, A.rows);
+    I* cols = to_device(q, A.cols);
+    T* vals = to_device(q, A.values);
+    T* dx = to_device(q, x);
+    T* dy = to_device(q, y);
     sycl::event bound = csr ? vs::set_csr_data(q, h, nrows, ncols, base, rows, cols, vals)
                             : vs::set_coo_data(q, h, nrows, ncols, static_cast<I>(A.nnz), base,
                                                rows, cols, vals);
@@ -259,20 +261,14 @@ matrix_result<T, I> run_matrix_routine(sycl::queue& q, const options& o, host_ma
   };
   const bool usm = o.memory == "usm";
   if (usm) {
-    auto to_device = [&](const auto& v) {
-      using E = typename std::decay_t<decltype(v)>::value_type;
-      E* p = sycl::malloc_device<E>(v.size(), q);
-      q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
-      return p;
-    };
-    I* rows = to_device(A.rows);
-    I* cols = to_device(A.cols);
-    T* vals = to_device(A.values);
+    I* rows = to_device(q, A.rows);
+    I* cols = to_device(q, A.cols);
+    T* vals = to_device(q, A.values);
     const bool sorting = o.routine == "sort_matrix";
     // sort_matrix works in place; omatcopy writes arrays of its own.
-    I* out_rows = sorting ? rows : to_device(out.rows);
-    I* out_cols = sorting ? cols : to_device(out.cols);
-    T* out_vals = sorting ? vals : to_device(out.values);
+    I* out_rows = sorting ? rows : to_device(q, out.rows);
+    I* out_cols = sorting ? cols : to_device(q, out.cols);
+    T* out_vals = sorting ? vals : to_device(q, out.values);
     if (sorting) out.rows = A.rows;
     sycl::event done = bind(h, A.nrows, A.ncols, rows, cols, vals);
     if (sorting) {

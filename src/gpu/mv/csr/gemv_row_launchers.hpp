@@ -110,22 +110,35 @@ sycl::event launch_row_family(const gemvInternalData* plan, sycl::queue& queue,
   }
 }
 
+// Picks the accumulator length L among Ls by the plan's vector_param; any other value takes
+// Fallback.
+template <template <typename, typename, containerType, int, int> class Name, typename T,
+          typename I, containerType C, int Fallback, int... Ls>
+sycl::event launch_by_length(const gemvInternalData* plan, sycl::queue& queue,
+                             container_t<C, I> row_ptr, container_t<C, I> col_ind,
+                             container_t<C, T> values, container_t<C, T> x, container_t<C, T> y,
+                             std::int64_t nrows, I index, T alpha, T beta,
+                             const std::vector<sycl::event>& deps) {
+  sycl::event done;
+  const bool matched =
+      ((plan->vector_param == Ls &&
+        (done = launch_row_family<Name, T, I, C, Ls>(plan, queue, row_ptr, col_ind, values, x, y,
+                                                     nrows, index, alpha, beta, deps),
+         true)) ||
+       ...);
+  if (!matched)
+    done = launch_row_family<Name, T, I, C, Fallback>(plan, queue, row_ptr, col_ind, values, x, y,
+                                                      nrows, index, alpha, beta, deps);
+  return done;
+}
+
 template <typename T, typename I, containerType C>
 sycl::event gemv_with_syclvec(VRT_GEMV_LAUNCHER_PARAMS(T, I, C)) {
   (void)container;
   (void)conj;  // real values only: nothing to conjugate
-  const I base = static_cast<I>(index);
-  switch (plan->vector_param) {
-    case 8:
-      return launch_row_family<gemv_syclvec_csr_kernel, T, I, C, 8>(
-          plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-    case 16:
-      return launch_row_family<gemv_syclvec_csr_kernel, T, I, C, 16>(
-          plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-    default:
-      return launch_row_family<gemv_syclvec_csr_kernel, T, I, C, 4>(
-          plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-  }
+  return launch_by_length<gemv_syclvec_csr_kernel, T, I, C, 4, 8, 16>(
+      plan, queue, row_ptr, col_ind, values, x, y, nrows, static_cast<I>(index), alpha, beta,
+      deps);
 }
 
 template <typename T, typename I, containerType C>
@@ -133,31 +146,12 @@ sycl::event gemv_with_marray(VRT_GEMV_LAUNCHER_PARAMS(T, I, C)) {
   (void)container;
   (void)conj;  // the marray family takes no conjugation: the CSR path never needs it
   const I base = static_cast<I>(index);
-  if constexpr (is_complex_v<T>) {
-    switch (plan->vector_param) {
-      case 2:
-        return launch_row_family<gemv_marray_csr_kernel, T, I, C, 2>(
-            plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-      case 4:
-        return launch_row_family<gemv_marray_csr_kernel, T, I, C, 4>(
-            plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-      default:
-        return launch_row_family<gemv_marray_csr_kernel, T, I, C, 8>(
-            plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-    }
-  } else {
-    switch (plan->vector_param) {
-      case 4:
-        return launch_row_family<gemv_marray_csr_kernel, T, I, C, 4>(
-            plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-      case 8:
-        return launch_row_family<gemv_marray_csr_kernel, T, I, C, 8>(
-            plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-      default:
-        return launch_row_family<gemv_marray_csr_kernel, T, I, C, 16>(
-            plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
-    }
-  }
+  if constexpr (is_complex_v<T>)
+    return launch_by_length<gemv_marray_csr_kernel, T, I, C, 8, 2, 4>(
+        plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
+  else
+    return launch_by_length<gemv_marray_csr_kernel, T, I, C, 16, 4, 8>(
+        plan, queue, row_ptr, col_ind, values, x, y, nrows, base, alpha, beta, deps);
 }
 
 }  // namespace orvane::vrt::sparse::gpu::csr::kernels
