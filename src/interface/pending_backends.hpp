@@ -42,35 +42,6 @@ VRT_PENDING_ENTRY(update_diagonal_values_impl, "update_diagonal_values",
                   sycl::queue&, matrix_handle*, std::int64_t, container_t<C, T>, const event_list&)
 }  // namespace gpu
 
-namespace cpu {
-VRT_PENDING_ENTRY(gemv_impl, "gemv",
-                  sycl::queue&, transpose, T, matrix_handle*, container_t<C, T>, T, container_t<C, T>, const event_list&)
-VRT_PENDING_ENTRY(gemvdot_impl, "gemvdot",
-                  sycl::queue&, transpose, T, matrix_handle*, container_t<C, T>, T, container_t<C, T>, container_t<C, T>, const event_list&)
-VRT_PENDING_ENTRY(symv_impl, "symv",
-                  sycl::queue&, uplo, T, matrix_handle*, container_t<C, T>, T, container_t<C, T>, const event_list&)
-VRT_PENDING_ENTRY(trmv_impl, "trmv",
-                  sycl::queue&, uplo, transpose, diag, T, matrix_handle*, container_t<C, T>, T, container_t<C, T>, const event_list&)
-VRT_PENDING_ENTRY(trsv_impl, "trsv",
-                  sycl::queue&, uplo, transpose, diag, T, matrix_handle*, container_t<C, T>, container_t<C, T>, const event_list&)
-VRT_PENDING_ENTRY(trsm_impl, "trsm",
-                  sycl::queue&, layout, transpose, transpose, uplo, diag, T, matrix_handle*, container_t<C, T>, std::int64_t, std::int64_t, container_t<C, T>, std::int64_t, const event_list&)
-VRT_PENDING_ENTRY(gemm_impl, "gemm",
-                  sycl::queue&, layout, transpose, transpose, T, matrix_handle*, container_t<C, T>, std::int64_t, std::int64_t, T, container_t<C, T>, std::int64_t, const event_list&)
-VRT_PENDING_ENTRY(optimize_gemv_impl, "optimize_gemv",
-                  sycl::queue&, transpose, matrix_handle*, const event_list&)
-VRT_PENDING_ENTRY(optimize_trmv_impl, "optimize_trmv",
-                  sycl::queue&, uplo, transpose, diag, matrix_handle*, const event_list&)
-VRT_PENDING_ENTRY(optimize_trsv_impl, "optimize_trsv",
-                  sycl::queue&, uplo, transpose, diag, matrix_handle*, const event_list&)
-VRT_PENDING_ENTRY(optimize_trsm_impl, "optimize_trsm",
-                  sycl::queue&, layout, uplo, transpose, diag, matrix_handle*, std::int64_t, const event_list&)
-VRT_PENDING_ENTRY(sort_matrix_impl, "sort_matrix",
-                  sycl::queue&, matrix_handle*, const event_list&)
-VRT_PENDING_ENTRY(omatcopy_impl, "omatcopy",
-                  sycl::queue&, transpose, matrix_handle*, matrix_handle*, const event_list&)
-}  // namespace cpu
-
 #undef VRT_PENDING_ENTRY
 
 template <typename I, containerType C>

@@ -1,0 +1,121 @@
+// The CPU backend of the analysis routines and the row sort: hints and optimisation of the host
+// engine's matrix, and its in-place ordering of rows.
+#pragma once
+
+#include "cpu/host_calls.hpp"
+#include "interface/backends.hpp"
+
+namespace orvane::vrt::sparse::cpu {
+
+namespace detail {
+// One hint and the optimisation, each in a host task with its status mapped.
+template <typename T, typename I, containerType C, typename Hint>
+sycl::event hint_and_optimize(sycl::queue& queue, matrix_handle* A, const char* word,
+                              const std::vector<sycl::event>& deps, Hint&& hint) {
+  if (A->primary == nullptr) throw uninitialized("sparse", word, "Matrix is not initialized");
+  std::vector<sycl::event> chain = deps;
+  ensure_host_matrix<T, I, C>(queue, A, word, chain);
+  host_matrix_t matrix = A->host_matrix;
+  run_host_call<C>(queue, chain, [&](sycl::handler&) { return [=] { return hint(matrix); }; });
+  run_host_call<C>(queue, {}, [&](sycl::handler&) {
+    return [=] { return engine<T, I>::optimize(matrix); };
+  });
+  return sycl::event();
+}
+}  // namespace detail
+
+template <typename T, typename I, containerType C>
+sycl::event optimize_gemv_impl(sycl::queue& queue, transpose op, matrix_handle* A,
+                               const std::vector<sycl::event>& deps) {
+  const host_operation_t hop = host_operation(op);
+  return detail::hint_and_optimize<T, I, C>(queue, A, "optimze_gemv", deps, [=](host_matrix_t m) {
+    return engine<T, I>::mv_hint(m, hop, general_descr(), 199);
+  });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event optimize_trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg,
+                               matrix_handle* A, const std::vector<sycl::event>& deps) {
+  const host_operation_t hop = host_operation(op);
+  const host_matrix_descr d = triangular_descr(ul, dg);
+  return detail::hint_and_optimize<T, I, C>(queue, A, "optimize_trmv", deps, [=](host_matrix_t m) {
+    return engine<T, I>::mv_hint(m, hop, d, 100);
+  });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event optimize_trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg,
+                               matrix_handle* A, const std::vector<sycl::event>& deps) {
+  const host_operation_t hop = host_operation(op);
+  const host_matrix_descr d = triangular_descr(ul, dg);
+  return detail::hint_and_optimize<T, I, C>(queue, A, "optimize_trsv", deps, [=](host_matrix_t m) {
+    return engine<T, I>::sv_hint(m, hop, d, 100);
+  });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event optimize_trsm_impl(sycl::queue& queue, layout lay, uplo ul, transpose op, diag dg,
+                               matrix_handle* A, std::int64_t columns,
+                               const std::vector<sycl::event>& deps) {
+  if (A->primary != nullptr && A->primary->format != format_csr)
+    throw unimplemented("sparse", "optimize_trsm",
+                        "currently only supports the CSR matrix format on CPU devices");
+  const host_operation_t hop = host_operation(op);
+  const host_matrix_descr d = triangular_descr(ul, dg);
+  const host_layout_t hl = host_layout(lay);
+  const I n = static_cast<I>(columns < 0 ? 1 : columns);
+  return detail::hint_and_optimize<T, I, C>(queue, A, "optimize_trsm", deps, [=](host_matrix_t m) {
+    return engine<T, I>::sm_hint(m, hop, d, hl, n, 100);
+  });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A,
+                             const std::vector<sycl::event>& deps) {
+  sparseStructure* s = A->primary;
+  if (s->format == format_coo)
+    throw unimplemented("sparse", "sort_matrix",
+                        "Sorting COO matrix format is currently not supported with this API");
+  if (s->format != format_csr)
+    throw unimplemented("sparse", "sort_matrix",
+                        "currently only supports the CSR matrix format on CPU devices");
+  std::vector<sycl::event> chain = deps;
+  ensure_host_matrix<T, I, C>(queue, A, "sort_matrix", chain);
+  host_matrix_t matrix = A->host_matrix;
+  run_host_call<C>(queue, chain, [&](sycl::handler&) {
+    return [=] { return engine<T, I>::do_order(matrix); };
+  });
+  s->sorted = 1;
+  return sycl::event();
+}
+
+// A copy with a new base is the same work on every device: the device routine runs it.
+template <typename T, typename I, containerType C>
+sycl::event omatcopy_impl(sycl::queue& queue, transpose op, matrix_handle* A, matrix_handle* B,
+                          const std::vector<sycl::event>& deps) {
+  return gpu::omatcopy_impl<T, I, C>(queue, op, A, B, deps);
+}
+
+#define VRT_CPU_ANALYSIS_NAMES(T, I, C)                                                          \
+  template sycl::event optimize_gemv_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,      \
+                                                   const std::vector<sycl::event>&);             \
+  template sycl::event optimize_trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \
+                                                   matrix_handle*,                               \
+                                                   const std::vector<sycl::event>&);             \
+  template sycl::event optimize_trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \
+                                                   matrix_handle*,                               \
+                                                   const std::vector<sycl::event>&);             \
+  template sycl::event optimize_trsm_impl<T, I, C>(sycl::queue&, layout, uplo, transpose, diag,  \
+                                                   matrix_handle*, std::int64_t,                 \
+                                                   const std::vector<sycl::event>&);             \
+  template sycl::event sort_matrix_impl<T, I, C>(sycl::queue&, matrix_handle*,                   \
+                                                 const std::vector<sycl::event>&);               \
+  template sycl::event omatcopy_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,           \
+                                              matrix_handle*, const std::vector<sycl::event>&);
+#define VRT_INSTANTIATE_CPU_ANALYSIS(p, T, i, I)                  \
+  namespace orvane::vrt::sparse::cpu {                            \
+  VRT_CPU_ANALYSIS_NAMES(T, I, container_usm)                     \
+  VRT_CPU_ANALYSIS_NAMES(T, I, container_buffer)                  \
+  }
+
+}  // namespace orvane::vrt::sparse::cpu

@@ -1,0 +1,92 @@
+// The host engine's C calls of one variant, with the library's value types.
+#pragma once
+
+#include <complex>
+#include <cstdint>
+#include <cstring>
+
+#include "common/variants.hpp"
+#include "vrt/host_sparse.h"
+
+namespace orvane::vrt::sparse::cpu {
+
+template <typename T>
+struct engine_value {
+  using type = T;
+};
+template <>
+struct engine_value<std::complex<float>> {
+  using type = vrt_complex8;
+};
+template <>
+struct engine_value<std::complex<double>> {
+  using type = vrt_complex16;
+};
+
+template <typename T, typename I>
+struct engine;
+
+#define VRT_ENGINE_CALLS(p, T, i, I)                                                           \
+  template <>                                                                                  \
+  struct engine<T, I> {                                                                        \
+    using V = engine_value<T>::type;                                                           \
+    static V value(const T& t) {                                                               \
+      V v;                                                                                     \
+      std::memcpy(static_cast<void*>(&v), &t, sizeof(V));                                     \
+      return v;                                                                                \
+    }                                                                                          \
+    static V* values(T* p) { return reinterpret_cast<V*>(p); }                                 \
+    static sparse_status_t create_csr(host_matrix_t* A, int b, I r, I c, I* rs, I* re, I* ci,  \
+                                      T* v) {                                                  \
+      return vrt_sparse_##p##_create_csr_##i(A, b, r, c, rs, re, ci, values(v));               \
+    }                                                                                          \
+    static sparse_status_t create_coo(host_matrix_t* A, int b, I r, I c, I n, I* ri, I* ci,    \
+                                      T* v) {                                                  \
+      return vrt_sparse_##p##_create_coo_##i(A, b, r, c, n, ri, ci, values(v));                \
+    }                                                                                          \
+    static sparse_status_t mv(host_operation_t op, T a, host_matrix_t A, host_matrix_descr d,  \
+                              const T* x, T b, T* y) {                                         \
+      return vrt_sparse_##p##_mv_##i(op, value(a), A, d, values(const_cast<T*>(x)), value(b),  \
+                                     values(y));                                               \
+    }                                                                                          \
+    static sparse_status_t dotmv(host_operation_t op, T a, host_matrix_t A,                    \
+                                 host_matrix_descr d, const T* x, T b, T* y, T* dot) {         \
+      return vrt_sparse_##p##_dotmv_##i(op, value(a), A, d, values(const_cast<T*>(x)),         \
+                                        value(b), values(y), values(dot));                     \
+    }                                                                                          \
+    static sparse_status_t mm(host_operation_t op, T a, host_matrix_t A, host_matrix_descr d,  \
+                              host_layout_t l, const T* x, I n, I ldx, T b, T* y, I ldy) {     \
+      return vrt_sparse_##p##_mm_##i(op, value(a), A, d, l, values(const_cast<T*>(x)), n, ldx, \
+                                     value(b), values(y), ldy);                                \
+    }                                                                                          \
+    static sparse_status_t trsv(host_operation_t op, T a, host_matrix_t A,                     \
+                                host_matrix_descr d, const T* x, T* y) {                       \
+      return vrt_sparse_##p##_trsv_##i(op, value(a), A, d, values(const_cast<T*>(x)),          \
+                                       values(y));                                             \
+    }                                                                                          \
+    static sparse_status_t trsm(host_operation_t op, T a, host_matrix_t A,                     \
+                                host_matrix_descr d, host_layout_t l, const T* x, I n, I ldx,  \
+                                T* y, I ldy) {                                                 \
+      return vrt_sparse_##p##_trsm_##i(op, value(a), A, d, l, values(const_cast<T*>(x)), n,    \
+                                       ldx, values(y), ldy);                                   \
+    }                                                                                          \
+    static sparse_status_t do_order(host_matrix_t A) { return vrt_sparse_##p##_do_order_##i(A); } \
+    static sparse_status_t destroy(host_matrix_t A) { return vrt_sparse_destroy_##i(A); }      \
+    static sparse_status_t optimize(host_matrix_t A) { return vrt_sparse_optimize_##i(A); }    \
+    static sparse_status_t mv_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d,  \
+                                   int calls) {                                                \
+      return vrt_sparse_set_mv_hint_##i(A, op, d, calls);                                      \
+    }                                                                                          \
+    static sparse_status_t sv_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d,  \
+                                   int calls) {                                                \
+      return vrt_sparse_set_sv_hint_##i(A, op, d, calls);                                      \
+    }                                                                                          \
+    static sparse_status_t sm_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d,  \
+                                   host_layout_t l, I columns, int calls) {                    \
+      return vrt_sparse_set_sm_hint_##i(A, op, d, l, columns, calls);                          \
+    }                                                                                          \
+  };
+VRT_FOR_EACH_VARIANT(VRT_ENGINE_CALLS)
+#undef VRT_ENGINE_CALLS
+
+}  // namespace orvane::vrt::sparse::cpu

@@ -1,0 +1,196 @@
+// The CPU backend of the products and solves: each routine is one call of the host engine.
+#pragma once
+
+#include <limits>
+
+#include "cpu/host_calls.hpp"
+#include "interface/backends.hpp"
+
+namespace orvane::vrt::sparse::cpu {
+
+namespace detail {
+inline sparseStructure* primary_of(matrix_handle* A, const char* word) {
+  if (A->primary == nullptr) throw uninitialized("sparse", word, "Matrix is not initialized");
+  return A->primary;
+}
+
+template <typename I>
+bool fits(std::int64_t v) {
+  return v <= static_cast<std::int64_t>(std::numeric_limits<I>::max());
+}
+
+// The host engine reads a COO matrix's dense operands in these two combinations wrongly.
+inline void refuse_coo_layout(const sparseStructure* s, layout lay, const char* word) {
+  if (s->format != format_coo) return;
+  const bool zero = s->index == 0;
+  if ((zero && lay == layout::col_major) || (!zero && lay == layout::row_major))
+    throw unimplemented("sparse", word,
+                        "{index_base::zero, layout::col_major} and {index_base::one, "
+                        "layout::row_major} input cases are not yet supported on CPU device");
+}
+
+// One engine call with dense operands x (read) and y (read and written), after the matrix.
+template <typename T, typename I, containerType C, typename Call>
+sycl::event call_with_vectors(sycl::queue& queue, matrix_handle* A, const char* word,
+                              container_t<C, T> x, container_t<C, T> y,
+                              const std::vector<sycl::event>& deps, Call&& call) {
+  primary_of(A, word);
+  std::vector<sycl::event> chain = deps;
+  ensure_host_matrix<T, I, C>(queue, A, word, chain);
+  host_matrix_t matrix = A->host_matrix;
+  run_host_call<C>(queue, chain, [&](sycl::handler& h) {
+    auto xs = bind(h, x, sycl::read_only);
+    auto ys = bind(h, y, sycl::read_write);
+    return [=] { return call(matrix, raw(xs), raw(ys)); };
+  });
+  return sycl::event();
+}
+}  // namespace detail
+
+template <typename T, typename I, containerType C>
+sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* A,
+                      container_t<C, T> x, T beta, container_t<C, T> y,
+                      const std::vector<sycl::event>& deps) {
+  const host_operation_t hop = host_operation(op);
+  return detail::call_with_vectors<T, I, C>(
+      queue, A, "gemv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
+        return engine<T, I>::mv(hop, alpha, m, general_descr(), xs, beta, ys);
+      });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* A,
+                         container_t<C, T> x, T beta, container_t<C, T> y, container_t<C, T> d,
+                         const std::vector<sycl::event>& deps) {
+  detail::primary_of(A, "gemvdot");
+  std::vector<sycl::event> chain = deps;
+  ensure_host_matrix<T, I, C>(queue, A, "gemvdot", chain);
+  host_matrix_t matrix = A->host_matrix;
+  const host_operation_t hop = host_operation(op);
+  run_host_call<C>(queue, chain, [&](sycl::handler& h) {
+    auto xs = bind(h, x, sycl::read_only);
+    auto ys = bind(h, y, sycl::read_write);
+    auto ds = bind(h, d, sycl::write_only);
+    return [=] {
+      return engine<T, I>::dotmv(hop, alpha, matrix, general_descr(), raw(xs), beta, raw(ys),
+                                 raw(ds));
+    };
+  });
+  return sycl::event();
+}
+
+template <typename T, typename I, containerType C>
+sycl::event symv_impl(sycl::queue& queue, uplo ul, T alpha, matrix_handle* A,
+                      container_t<C, T> x, T beta, container_t<C, T> y,
+                      const std::vector<sycl::event>& deps) {
+  if (ul != uplo::lower && ul != uplo::upper) throw invalid_argument("sparse", "symv", "uplo_flag");
+  const host_matrix_descr d{HOST_MATRIX_TYPE_SYMMETRIC,
+                            ul == uplo::lower ? HOST_FILL_MODE_LOWER : HOST_FILL_MODE_UPPER,
+                            HOST_DIAG_NON_UNIT};
+  return detail::call_with_vectors<T, I, C>(
+      queue, A, "symv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
+        return engine<T, I>::mv(HOST_OPERATION_NON_TRANSPOSE, alpha, m, d, xs, beta, ys);
+      });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha,
+                      matrix_handle* A, container_t<C, T> x, T beta, container_t<C, T> y,
+                      const std::vector<sycl::event>& deps) {
+  if (ul != uplo::lower && ul != uplo::upper) throw invalid_argument("sparse", "trmv", "uplo_flag");
+  const host_operation_t hop = host_operation(op);
+  const host_matrix_descr d = triangular_descr(ul, dg);
+  return detail::call_with_vectors<T, I, C>(
+      queue, A, "trmv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
+        return engine<T, I>::mv(hop, alpha, m, d, xs, beta, ys);
+      });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha,
+                      matrix_handle* A, container_t<C, T> x, container_t<C, T> y,
+                      const std::vector<sycl::event>& deps) {
+  const host_operation_t hop = host_operation(op);
+  const host_matrix_descr d = triangular_descr(ul, dg);
+  return detail::call_with_vectors<T, I, C>(
+      queue, A, "trsv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
+        return engine<T, I>::trsv(hop, alpha, m, d, xs, ys);
+      });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event trsm_impl(sycl::queue& queue, layout lay, transpose opA, transpose opX, uplo ul,
+                      diag dg, T alpha, matrix_handle* A, container_t<C, T> x,
+                      std::int64_t columns, std::int64_t ldx, container_t<C, T> y,
+                      std::int64_t ldy, const std::vector<sycl::event>& deps) {
+  if (ul != uplo::lower && ul != uplo::upper)
+    throw invalid_argument("sparse", "trsm", "uplo_flag is invalid");
+  if (!detail::fits<I>(columns) || !detail::fits<I>(ldx) || !detail::fits<I>(ldy))
+    throw invalid_argument("sparse", "trsm", "one of columns, ldx, ldy is invalid");
+  if (opX != transpose::nontrans)
+    throw unimplemented("sparse", "trsm",
+                        "currently only supports the orvane::vrt::transpose::nontrans op for x "
+                        "matrix");
+  detail::refuse_coo_layout(detail::primary_of(A, "trsm"), lay, "trsm");
+  const host_operation_t hop = host_operation(opA);
+  const host_matrix_descr d = triangular_descr(ul, dg);
+  const host_layout_t hl = host_layout(lay);
+  return detail::call_with_vectors<T, I, C>(
+      queue, A, "trsm", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
+        return engine<T, I>::trsm(hop, alpha, m, d, hl, xs, static_cast<I>(columns),
+                                  static_cast<I>(ldx), ys, static_cast<I>(ldy));
+      });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event gemm_impl(sycl::queue& queue, layout lay, transpose opA, transpose opB, T alpha,
+                      matrix_handle* A, container_t<C, T> b, std::int64_t columns,
+                      std::int64_t ldb, T beta, container_t<C, T> c, std::int64_t ldc,
+                      const std::vector<sycl::event>& deps) {
+  if (opB != transpose::nontrans)
+    throw unimplemented("sparse", "gemm",
+                        "currently does not support non-transpose op on B/dense matrix");
+  if (!detail::fits<I>(columns) || !detail::fits<I>(ldb) || !detail::fits<I>(ldc))
+    throw invalid_argument("sparse", "gemm", "one of columns, ldb, ldc is invalid");
+  detail::refuse_coo_layout(detail::primary_of(A, "gemm"), lay, "gemm");
+  const host_operation_t hop = host_operation(opA);
+  const host_layout_t hl = host_layout(lay);
+  return detail::call_with_vectors<T, I, C>(
+      queue, A, "gemm", b, c, deps, [=](host_matrix_t m, const T* bs, T* cs) {
+        return engine<T, I>::mm(hop, alpha, m, general_descr(), hl, bs, static_cast<I>(columns),
+                                static_cast<I>(ldb), beta, cs, static_cast<I>(ldc));
+      });
+}
+
+// The instantiations of one variant (cpu::dgemv_impl_i4 and the like).
+#define VRT_CPU_OPERATION_NAMES(p, T, i, I, C, suffix)                                            \
+  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,             \
+                                          container_t<C, T>, T, container_t<C, T>,                \
+                                          const std::vector<sycl::event>&);                       \
+  template sycl::event gemvdot_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,          \
+                                             container_t<C, T>, T, container_t<C, T>,             \
+                                             container_t<C, T>, const std::vector<sycl::event>&); \
+  template sycl::event symv_impl<T, I, C>(sycl::queue&, uplo, T, matrix_handle*,                  \
+                                          container_t<C, T>, T, container_t<C, T>,                \
+                                          const std::vector<sycl::event>&);                       \
+  template sycl::event trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                 \
+                                          matrix_handle*, container_t<C, T>, T,                   \
+                                          container_t<C, T>, const std::vector<sycl::event>&);    \
+  template sycl::event trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                 \
+                                          matrix_handle*, container_t<C, T>, container_t<C, T>,   \
+                                          const std::vector<sycl::event>&);                       \
+  template sycl::event trsm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, uplo, diag, \
+                                          T, matrix_handle*, container_t<C, T>, std::int64_t,     \
+                                          std::int64_t, container_t<C, T>, std::int64_t,          \
+                                          const std::vector<sycl::event>&);                       \
+  template sycl::event gemm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, T,          \
+                                          matrix_handle*, container_t<C, T>, std::int64_t,        \
+                                          std::int64_t, T, container_t<C, T>, std::int64_t,       \
+                                          const std::vector<sycl::event>&);
+#define VRT_INSTANTIATE_CPU_OPERATIONS(p, T, i, I)                                 \
+  namespace orvane::vrt::sparse::cpu {                                             \
+  VRT_CPU_OPERATION_NAMES(p, T, i, I, container_usm, usm)                          \
+  VRT_CPU_OPERATION_NAMES(p, T, i, I, container_buffer, buf)                       \
+  }
+
+}  // namespace orvane::vrt::sparse::cpu
