@@ -54,13 +54,15 @@ def main():
             want = {"n": Av, "t": Av.T, "c": Av.conj().T}[op]
             got = run(driver, common + ["--format", fmt, "--routine", "omatcopy", "--op", op])
             checks.append((f"omatcopy --op {op} --format {fmt}", same_entries(got, want)))
-        # The sorted matrix: the same entries, and the file lists each row's columns ascending.
-        text = subprocess.run([driver] + common + ["--routine", "sort_matrix"], capture_output=True,
-                              text=True, check=True).stdout
-        got = scipy.io.mmread(io.StringIO(text))
-        lines = [l.split() for l in text.splitlines()[2:] if l.strip()]
-        keys = [(int(l[0]), int(l[1])) for l in lines]
-        checks.append(("sort_matrix", same_entries(got, Av) and keys == sorted(keys)))
+        # The sorted matrix: the same entries, and the file lists each row's columns ascending;
+        # on the emulated GPU and on the CPU (the host engine).
+        for device in ["emu-a2", "cpu"]:
+            text = subprocess.run([driver] + common + ["--routine", "sort_matrix", "--device", device],
+                                  capture_output=True, text=True, check=True).stdout
+            got = scipy.io.mmread(io.StringIO(text))
+            lines = [l.split() for l in text.splitlines()[2:] if l.strip()]
+            keys = [(int(l[0]), int(l[1])) for l in lines]
+            checks.append((f"sort_matrix on {device}", same_entries(got, Av) and keys == sorted(keys)))
         for what, ok in checks:
             print(("ok   " if ok else "FAIL ") + " ".join(common[2:]) + " " + what)
             failures += 0 if ok else 1

@@ -25,9 +25,9 @@ def inputs(n, count, real):
     return x, y
 
 
-def run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta):
+def run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op="n"):
     args = [driver, "--matrix", matrix, "--value", value, "--index", str(index), "--base", str(base),
-            "--memory", memory, "--format", fmt, "--device", device,
+            "--memory", memory, "--format", fmt, "--device", device, "--op", op,
             "--alpha", f"{alpha.real},{alpha.imag}", "--beta", f"{beta.real},{beta.imag}"]
     done = subprocess.run(args, capture_output=True, text=True)
     if done.returncode != 0:
@@ -43,23 +43,30 @@ def main():
     # Every value type; index width, base, memory model and device rotate with it.
     configs = []
     rotation = itertools.cycle([(32, 0, "usm", "emu-a2"), (64, 1, "buffer", "emu-a5"),
-                                (32, 1, "buffer", "emu-a1"), (64, 0, "usm", "emu-a0")])
+                                (32, 1, "buffer", "cpu"), (64, 0, "usm", "emu-a0"),
+                                (64, 1, "usm", "cpu"), (32, 0, "buffer", "emu-a1")])
     for value in values:
         for _ in range(2):
             configs.append((value,) + next(rotation))
+    # On the CPU every operation and COO run as well.
+    configs += [(value, 64, 1, "usm", "cpu", "t", "coo") for value in values[-1:]]
+    configs += [(values[0], 32, 0, "buffer", "cpu", "c", "csr")]
+    configs = [c if len(c) == 7 else c + ("n", "csr") for c in configs]
     failures = 0
-    for value, index, base, memory, device in configs:
+    for value, index, base, memory, device, op, fmt in configs:
         real = value in "sd"
         alpha = complex(1.5, 0 if real else -0.5)
         beta = complex(-0.5, 0 if real else 0.25)
-        x, y = inputs(A.shape[0], A.shape[1], real)
         Ad = A.real.astype(np.float64) if real else A.astype(np.complex128)
+        if op != "n":
+            Ad = scipy.sparse.csr_matrix(Ad.T.conj() if op == "c" else Ad.T)
+        x, y = inputs(Ad.shape[0], Ad.shape[1], real)
         want = alpha * (Ad @ x) + beta * y
         # Rounding of each row's sum grows with its length and the magnitudes it adds.
         scale = abs(alpha) * (abs(Ad) @ abs(x)) + abs(beta) * abs(y)
-        lengths = np.diff(A.indptr)
+        lengths = np.diff(Ad.indptr)
         bound = 8 * EPS[value] * (lengths + 2) * scale + 1e-30
-        got, what = run(driver, matrix, value, index, base, memory, "csr", device, alpha, beta)
+        got, what = run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op)
         if got.shape != want.shape:
             print(f"FAIL {what}: shape {got.shape} != {want.shape}")
             failures += 1

@@ -34,7 +34,8 @@ copied or transposed into a second handle) write the matrix in coordinate format
 
   --matrix FILE        input matrix (required)
   --routine NAME       gemv (default), sort_matrix or omatcopy
-  --device NAME        cpu, gpu, or an emulated GPU profile such as emu-a2 (default emu-a2)
+  --device NAME        cpu (the host sparse engine), gpu, or an emulated GPU profile such as
+                       emu-a2 (default emu-a2)
   --value s|d|c|z      float, double, complex<float>, complex<double> (default d)
   --index 32|64        index width (default 32)
   --base 0|1           index base of the bound arrays (default 0)
