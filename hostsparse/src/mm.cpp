@@ -1,90 +1,152 @@
-// Y = alpha * op(A) * X + beta * Y with dense X and Y in either layout.
-#include "row_kernels.hpp"
+// Y = alpha op(A) X + beta Y with dense X and Y in either layout.
+//
+// Every row of op(A) is a row of a stored structure (the transpose's rows are made on first
+// need), so threads own ranges of rows balanced by entries. A row's entries are read once and
+// applied to all columns, a block of columns at a time held in registers: contiguous in a
+// row-major X, one element from each column of the block in a column-major X.
+#include <algorithm>
+
+#include "kernels.hpp"
+#include "team.hpp"
 
 namespace vrt_host {
 
 namespace {
 
-// Row-major: row i of Y gathers whole rows of X, contiguous and vectorisable.
 template <typename T, typename I>
-void row_major_rows(const operation_plan<T, I>& plan, std::int64_t lo, std::int64_t hi,
-                    std::int64_t columns, T alpha, const T* x, std::int64_t ldx, T beta, T* y,
-                    std::int64_t ldy) {
-  std::vector<T> acc(static_cast<std::size_t>(columns));
-  with_part(plan.first, [&]<part P>() {
-    for (std::int64_t i = lo; i < hi; ++i) {
-      std::fill(acc.begin(), acc.end(), T(0));
-      auto add = [&](std::int64_t j, T a) {
-        const T* xr = x + j * ldx;
-#pragma omp simd
-        for (std::int64_t c = 0; c < columns; ++c) acc[c] += a * xr[c];
-      };
-      for_each_entry<P>(plan.rows, i, plan.conj, add);
-      if (plan.symmetric)
-        with_part(plan.second, [&]<part Q>() { for_each_entry<Q>(plan.mirror, i, plan.conj, add); });
-      if (plan.unit_diagonal) add(i, T(1));
-      T* yr = y + i * ldy;
-      for (std::int64_t c = 0; c < columns; ++c) finish(yr[c], alpha, beta, acc[c]);
-    }
-  });
+struct mm_plan {
+  csr_view<T, I> rows;
+  part own = everything();
+  csr_view<T, I> mirror;
+  part mirror_part = nothing();
+  bool conj = false, unit = false;
+  std::int64_t out_len = 0, in_len = 0;
+};
+
+template <typename T, typename I>
+bool plan_mm(typed_matrix<T, I>& A, host_operation_t op, const host_matrix_descr& d,
+             mm_plan<T, I>& p) {
+  const bool transposed = op != HOST_OPERATION_NON_TRANSPOSE;
+  p.conj = op == HOST_OPERATION_CONJUGATE_TRANSPOSE;
+  p.out_len = transposed ? A.cols : A.rows;
+  p.in_len = transposed ? A.rows : A.cols;
+  if (d.type == HOST_MATRIX_TYPE_GENERAL) {
+    p.rows = transposed ? rows_of_transpose(A) : rows_of(A);
+    return true;
+  }
+  if (A.rows != A.cols) return false;
+  const bool lower = d.mode == HOST_FILL_MODE_LOWER;
+  p.unit = d.diag == HOST_DIAG_UNIT;
+  if (d.type == HOST_MATRIX_TYPE_SYMMETRIC) {
+    p.rows = rows_of(A);
+    p.own = triangle(lower, p.unit);
+    p.mirror = rows_of_transpose(A);
+    p.mirror_part = triangle(!lower, true);
+    return true;
+  }
+  p.rows = transposed ? rows_of_transpose(A) : rows_of(A);
+  p.own = triangle(lower != transposed, p.unit);
+  return true;
 }
 
-// Column-major: blocks of columns, so that each row's entries are read once per block.
-template <typename T, typename I>
-void column_major_rows(const operation_plan<T, I>& plan, std::int64_t lo, std::int64_t hi,
-                       std::int64_t columns, T alpha, const T* x, std::int64_t ldx, T beta, T* y,
-                       std::int64_t ldy) {
-  constexpr std::int64_t block = 8;
-  with_part(plan.first, [&]<part P>() {
-    for (std::int64_t c0 = 0; c0 < columns; c0 += block) {
-      const std::int64_t width = std::min(block, columns - c0);
-      for (std::int64_t i = lo; i < hi; ++i) {
-        T acc[block] = {};
-        auto add = [&](std::int64_t j, T a) {
-          const T* xc = x + j + c0 * ldx;
-          for (std::int64_t c = 0; c < width; ++c) acc[c] += a * xc[c * ldx];
-        };
-        for_each_entry<P>(plan.rows, i, plan.conj, add);
-        if (plan.symmetric)
-          with_part(plan.second, [&]<part Q>() { for_each_entry<Q>(plan.mirror, i, plan.conj, add); });
-        if (plan.unit_diagonal) add(i, T(1));
-        for (std::int64_t c = 0; c < width; ++c) finish(y[i + (c0 + c) * ldy], alpha, beta, acc[c]);
+// acc[c] += sum over the row's entries in the part of a_ij X(j, c0 + c), for W columns (or
+// `width` when W is 0). X(j, c) is x[j * row_step + c * col_step].
+template <bool Filtered, bool Perm, bool Conj, bool RowMajor, int W, typename T, typename I>
+inline void accumulate(const csr_view<T, I>& v, std::int64_t i, const part& p, const T* x,
+                       std::int64_t ld, int width, T* acc) {
+  const I base = v.base;
+  for (std::int64_t k = v.begin[i] - base; k < v.end[i] - base; ++k) {
+    const std::int64_t j = v.col[k] - base;
+    if (Filtered && !p.has(i, j)) continue;
+    const T a = entry<Perm, Conj>(v, k);
+    if constexpr (RowMajor) {
+      const T* xr = x + j * ld;
+      if constexpr (W > 0) {
+        for (int c = 0; c < W; ++c) acc[c] += mul(a, xr[c]);
+      } else {
+        for (int c = 0; c < width; ++c) acc[c] += mul(a, xr[c]);
+      }
+    } else {
+      const T* xc = x + j;
+      if constexpr (W > 0) {
+        for (int c = 0; c < W; ++c) acc[c] += mul(a, xc[c * ld]);
+      } else {
+        for (int c = 0; c < width; ++c) acc[c] += mul(a, xc[c * ld]);
       }
     }
-  });
+  }
 }
 
-}  // namespace
+template <bool Filtered, bool Perm, bool Conj, bool RowMajor, typename T, typename I>
+void mm_rows(const mm_plan<T, I>& p, std::int64_t lo, std::int64_t hi, std::int64_t columns,
+             T alpha, const T* x, std::int64_t ldx, T beta, T* y, std::int64_t ldy) {
+  constexpr int W = block_columns<T>();
+  const bool mirrored = !p.mirror_part.none;
+  for (std::int64_t i = lo; i < hi; ++i) {
+    for (std::int64_t c0 = 0; c0 < columns; c0 += W) {
+      const int width = static_cast<int>(std::min<std::int64_t>(W, columns - c0));
+      const T* xb = RowMajor ? x + c0 : x + c0 * ldx;
+      T acc[W];
+      for (int c = 0; c < W; ++c) acc[c] = T(0);
+      if (width == W) {
+        accumulate<Filtered, Perm, Conj, RowMajor, W>(p.rows, i, p.own, xb, ldx, W, acc);
+        if (mirrored)
+          accumulate<true, true, Conj, RowMajor, W>(p.mirror, i, p.mirror_part, xb, ldx, W, acc);
+      } else {
+        accumulate<Filtered, Perm, Conj, RowMajor, 0>(p.rows, i, p.own, xb, ldx, width, acc);
+        if (mirrored)
+          accumulate<true, true, Conj, RowMajor, 0>(p.mirror, i, p.mirror_part, xb, ldx, width,
+                                                    acc);
+      }
+      for (int c = 0; c < width; ++c) {
+        const std::int64_t col = c0 + c;
+        if (p.unit) acc[c] += RowMajor ? x[i * ldx + col] : x[i + col * ldx];
+        T& out = RowMajor ? y[i * ldy + col] : y[i + col * ldy];
+        out = finish(alpha, acc[c], beta, out);
+      }
+    }
+  }
+}
 
 template <typename T, typename I>
 sparse_status_t mm(host_operation_t op, T alpha, host_matrix_t handle, host_matrix_descr descr,
                    host_layout_t layout, const T* x, I columns, I ldx, T beta, T* y, I ldy) {
   return guarded([&]() -> sparse_status_t {
     auto* A = typed<T, I>(handle);
-    if (A == nullptr) return handle == nullptr ? SPARSE_STATUS_NOT_INITIALIZED : SPARSE_STATUS_INVALID_VALUE;
-    if (!valid_operation(op) || !valid_descriptor(descr) || columns < 0)
+    if (A == nullptr) return refused(handle);
+    if (!valid_operation(op) || !valid_descriptor(descr) || !valid_layout(layout) || columns < 0)
       return SPARSE_STATUS_INVALID_VALUE;
-    operation_plan<T, I> plan;
-    if (!plan_operation(*A, op, descr, plan)) return SPARSE_STATUS_INVALID_VALUE;
-    const std::int64_t out_rows = plan.rows.rows, in_rows = plan.rows.cols;
-    if (layout == HOST_LAYOUT_ROW_MAJOR) {
-      if (ldx < columns || ldy < columns) return SPARSE_STATUS_INVALID_VALUE;
-    } else if (layout == HOST_LAYOUT_COLUMN_MAJOR) {
-      if (ldx < in_rows || ldy < out_rows) return SPARSE_STATUS_INVALID_VALUE;
-    } else {
+    if (descr.type != HOST_MATRIX_TYPE_GENERAL && A->rows != A->cols)
       return SPARSE_STATUS_INVALID_VALUE;
-    }
-    if (columns == 0 || out_rows == 0) return SPARSE_STATUS_SUCCESS;
-    if (x == nullptr || y == nullptr) return SPARSE_STATUS_INVALID_VALUE;
-    parallel_rows(plan.rows, [&](std::int64_t lo, std::int64_t hi) {
-      if (layout == HOST_LAYOUT_ROW_MAJOR)
-        row_major_rows(plan, lo, hi, columns, alpha, x, ldx, beta, y, ldy);
-      else
-        column_major_rows(plan, lo, hi, columns, alpha, x, ldx, beta, y, ldy);
+    const bool row_major = layout == HOST_LAYOUT_ROW_MAJOR;
+    const std::int64_t out_len = op == HOST_OPERATION_NON_TRANSPOSE ? A->rows : A->cols;
+    const std::int64_t in_len = op == HOST_OPERATION_NON_TRANSPOSE ? A->cols : A->rows;
+    if (row_major ? (ldx < columns || ldy < columns)
+                  : (ldx < std::max<std::int64_t>(in_len, 1) ||
+                     ldy < std::max<std::int64_t>(out_len, 1)))
+      return SPARSE_STATUS_INVALID_VALUE;
+    if (columns == 0 || out_len == 0) return SPARSE_STATUS_SUCCESS;
+    if (y == nullptr || (in_len > 0 && x == nullptr)) return SPARSE_STATUS_INVALID_VALUE;
+    mm_plan<T, I> p;
+    if (!plan_mm(*A, op, descr, p)) return SPARSE_STATUS_INVALID_VALUE;
+    const csr_view<T, I>& v = p.rows;
+    team crew((A->nnz + out_len) * static_cast<std::int64_t>(columns));
+    const bool filtered = !p.own.all();
+    run_team(crew.size(), [&](int t, int n) {
+      const std::int64_t lo = row_boundary(v.begin, v.end, v.rows, v.monotone, t, n);
+      const std::int64_t hi = row_boundary(v.begin, v.end, v.rows, v.monotone, t + 1, n);
+      with_flags<T>(filtered, v.perm != nullptr, p.conj, [&]<bool F, bool P, bool C>() {
+        if (row_major)
+          mm_rows<F, P, C, true>(p, lo, hi, columns, alpha, x, ldx, beta, y, ldy);
+        else
+          mm_rows<F, P, C, false>(p, lo, hi, columns, alpha, x, ldx, beta, y, ldy);
+      });
     });
     return SPARSE_STATUS_SUCCESS;
   });
 }
+
+}  // namespace
 
 }  // namespace vrt_host
 
@@ -96,9 +158,8 @@ extern "C" {
                                           host_matrix_descr d, host_layout_t layout, const C* x, \
                                           I columns, I ldx, C beta, C* y, I ldy) {               \
     using T = value_of<C>::type;                                                                 \
-    return mm<T, I>(op, scalar<T>(alpha), A, d, layout,                              \
-                    reinterpret_cast<const T*>(x), columns, ldx, scalar<T>(beta),     \
-                    reinterpret_cast<T*>(y), ldy);                                               \
+    return mm<T, I>(op, scalar<T>(alpha), A, d, layout, reinterpret_cast<const T*>(x), columns,  \
+                    ldx, scalar<T>(beta), reinterpret_cast<T*>(y), ldy);                         \
   }
 VRT_HOST_FOR_EACH_VARIANT(VRT_DEFINE_MM)
 }

@@ -1,86 +1,182 @@
-// y = alpha * op(A) * x + beta * y, and the same with the dot product of x and y.
-#include "row_kernels.hpp"
+// y = alpha op(A) x + beta y, and the same with the dot product of x and the new y.
+//
+// Rows of op(A) that are rows of a stored structure are gathered: each thread owns a range of
+// rows balanced by entries. A transposed product without the transpose's rows (optimize makes
+// them after a hint), and the mirrored half of a symmetric matrix, are scattered instead:
+// y[j] += a_ij x[i] into per-thread buffers that are added up at the end, so no atomics.
+#include <algorithm>
+
+#include "kernels.hpp"
+#include "team.hpp"
 
 namespace vrt_host {
 
 namespace {
 
-// The common case on its own: all entries, values in place, no conjugation.
 template <typename T, typename I>
-void general_rows(const csr_view<T, I>& v, std::int64_t lo, std::int64_t hi, T alpha,
-                  const T* x, T beta, T* y) {
-  const I* col = v.col;
-  const T* val = v.val;
-  const I base = v.base;
-  for (std::int64_t i = lo; i < hi; ++i) {
-    T sum = T(0);
-    const I end = v.end[i] - base;
-    if constexpr (is_complex<T>) {
-      for (I k = v.begin[i] - base; k < end; ++k) sum += val[k] * x[col[k] - base];
+struct mv_plan {
+  csr_view<T, I> rows;  // the rows swept
+  part gather = everything();
+  csr_view<T, I> mirror;  // symmetric with the transpose's rows: the other triangle from them
+  part mirror_part = nothing();
+  part scatter = nothing();
+  bool conj = false, unit = false;
+  std::int64_t out_len = 0, in_len = 0;
+};
+
+template <typename T, typename I>
+bool plan_mv(typed_matrix<T, I>& A, host_operation_t op, const host_matrix_descr& d,
+             mv_plan<T, I>& p) {
+  const bool transposed = op != HOST_OPERATION_NON_TRANSPOSE;
+  p.conj = op == HOST_OPERATION_CONJUGATE_TRANSPOSE;
+  p.out_len = transposed ? A.cols : A.rows;
+  p.in_len = transposed ? A.rows : A.cols;
+  if (d.type != HOST_MATRIX_TYPE_GENERAL && A.rows != A.cols) return false;
+  const bool lower = d.mode == HOST_FILL_MODE_LOWER;
+  p.unit = d.type != HOST_MATRIX_TYPE_GENERAL && d.diag == HOST_DIAG_UNIT;
+  const part own = d.type == HOST_MATRIX_TYPE_GENERAL ? everything() : triangle(lower, p.unit);
+  if (d.type == HOST_MATRIX_TYPE_SYMMETRIC) {
+    // A^T = A: the operation only decides conjugation.
+    p.rows = rows_of(A);
+    p.gather = own;
+    const csr_view<T, I> t = made_transpose(A);
+    if (t.begin != nullptr) {
+      p.mirror = t;
+      p.mirror_part = triangle(!lower, true);
     } else {
-#pragma omp simd reduction(+ : sum)
-      for (I k = v.begin[i] - base; k < end; ++k) sum += val[k] * x[col[k] - base];
+      p.scatter = triangle(lower, true);
     }
-    finish(y[i], alpha, beta, sum);
+    return true;
+  }
+  if (!transposed) {
+    p.rows = rows_of(A);
+    p.gather = own;
+    return true;
+  }
+  const csr_view<T, I> t = made_transpose(A);
+  if (t.begin != nullptr) {
+    p.rows = t;
+    p.gather = d.type == HOST_MATRIX_TYPE_GENERAL ? everything() : triangle(!lower, p.unit);
+  } else {
+    p.rows = rows_of(A);
+    p.gather = nothing();
+    p.scatter = own;
+  }
+  return true;
+}
+
+// Rows lo..hi gathered into y; returns the part of the dot product of these rows.
+template <bool Filtered, bool Perm, bool Conj, typename T, typename I>
+T gather_rows(const mv_plan<T, I>& p, std::int64_t lo, std::int64_t hi, T alpha, const T* x,
+              T beta, T* y, std::int64_t dot_len) {
+  T dot = T(0);
+  const bool mirrored = !p.mirror_part.none;
+  for (std::int64_t i = lo; i < hi; ++i) {
+    T s = gather_row<Filtered, Perm, Conj>(p.rows, i, x, p.gather);
+    if (mirrored) s += gather_row<true, true, Conj>(p.mirror, i, x, p.mirror_part);
+    if (p.unit) s += x[i];
+    const T yi = finish(alpha, s, beta, y[i]);
+    y[i] = yi;
+    if (i < dot_len) dot += mul(x[i], yi);
+  }
+  return dot;
+}
+
+// Rows lo..hi: the gathered part adds to y[i], the scattered part to out[j].
+template <bool Filtered, bool Perm, bool Conj, typename T, typename I>
+void scatter_rows(const mv_plan<T, I>& p, std::int64_t lo, std::int64_t hi, T alpha, const T* x,
+                  T* y, T* out) {
+  const csr_view<T, I>& v = p.rows;
+  const I base = v.base;
+  const bool gathers = !p.gather.none;
+  for (std::int64_t i = lo; i < hi; ++i) {
+    const T xi = mul(alpha, x[i]);
+    T s = T(0);
+    for (I k = v.begin[i] - base; k < v.end[i] - base; ++k) {
+      const std::int64_t j = v.col[k] - base;
+      const T a = entry<Perm, Conj>(v, k);
+      if (!Filtered || p.scatter.has(i, j)) out[j] += mul(a, xi);
+      if (gathers && p.gather.has(i, j)) s += mul(a, x[j]);
+    }
+    if (gathers) y[i] += mul(alpha, s);
   }
 }
 
 template <typename T, typename I>
-void planned_rows(const operation_plan<T, I>& plan, std::int64_t lo, std::int64_t hi, T alpha,
-                  const T* x, T beta, T* y) {
-  with_part(plan.first, [&]<part P>() {
-    for (std::int64_t i = lo; i < hi; ++i) {
-      T sum = T(0);
-      for_each_entry<P>(plan.rows, i, plan.conj, [&](std::int64_t j, T a) { sum += a * x[j]; });
-      if (plan.symmetric)
-        with_part(plan.second, [&]<part Q>() {
-          for_each_entry<Q>(plan.mirror, i, plan.conj, [&](std::int64_t j, T a) { sum += a * x[j]; });
-        });
-      if (plan.unit_diagonal) sum += x[i];
-      finish(y[i], alpha, beta, sum);
-    }
-  });
-}
-
-}  // namespace
-
-template <typename T, typename I>
 sparse_status_t mv(host_operation_t op, T alpha, host_matrix_t handle, host_matrix_descr descr,
-                   const T* x, T beta, T* y) {
+                   const T* x, T beta, T* y, bool with_dot, T* dot) {
   return guarded([&]() -> sparse_status_t {
     auto* A = typed<T, I>(handle);
-    if (A == nullptr) return handle == nullptr ? SPARSE_STATUS_NOT_INITIALIZED : SPARSE_STATUS_INVALID_VALUE;
+    if (A == nullptr) return refused(handle);
+    if (with_dot && dot == nullptr) return SPARSE_STATUS_INVALID_VALUE;
     if (!valid_operation(op) || !valid_descriptor(descr)) return SPARSE_STATUS_INVALID_VALUE;
-    operation_plan<T, I> plan;
-    if (!plan_operation(*A, op, descr, plan)) return SPARSE_STATUS_INVALID_VALUE;
-    if ((plan.rows.rows > 0 && y == nullptr) || (plan.rows.cols > 0 && x == nullptr))
+    mv_plan<T, I> p;
+    if (!plan_mv(*A, op, descr, p)) return SPARSE_STATUS_INVALID_VALUE;
+    if ((p.out_len > 0 && y == nullptr) || (p.in_len > 0 && x == nullptr))
       return SPARSE_STATUS_INVALID_VALUE;
-    const bool plain = descr.type == HOST_MATRIX_TYPE_GENERAL && plan.rows.perm == nullptr &&
-                       !(is_complex<T> && plan.conj);
-    parallel_rows(plan.rows, [&](std::int64_t lo, std::int64_t hi) {
-      if (plain)
-        general_rows(plan.rows, lo, hi, alpha, x, beta, y);
-      else
-        planned_rows(plan, lo, hi, alpha, x, beta, y);
-    });
+    const std::int64_t dot_len = std::min(p.out_len, p.in_len);
+    team crew(A->nnz + p.out_len);
+    const int threads = crew.size();
+    std::vector<T> partial(static_cast<std::size_t>(threads), T(0));
+    const csr_view<T, I>& v = p.rows;
+    const bool filtered = !p.gather.all();
+
+    if (p.scatter.none) {
+      run_team(threads, [&](int t, int n) {
+        const std::int64_t lo = row_boundary(v.begin, v.end, v.rows, v.monotone, t, n);
+        const std::int64_t hi = row_boundary(v.begin, v.end, v.rows, v.monotone, t + 1, n);
+        with_flags<T>(filtered, v.perm != nullptr, p.conj, [&]<bool F, bool P, bool C>() {
+          partial[t] = gather_rows<F, P, C>(p, lo, hi, alpha, x, beta, y, dot_len);
+        });
+      });
+    } else {
+      // The thread whose scatters stay inside its own rows writes y directly: the first for a
+      // lower triangle mirrored upwards, the last for an upper one, the first when nothing is
+      // gathered. The others scatter into zeroed buffers.
+      const bool gathers = !p.gather.none;
+      const bool upward = gathers && descr.mode == HOST_FILL_MODE_UPPER;
+      const std::size_t len = static_cast<std::size_t>(p.out_len);
+      std::unique_ptr<T[]> buffers(threads > 1 ? new T[len * (threads - 1)] : nullptr);
+      const bool scatter_filtered = !p.scatter.all();
+      run_team(threads, [&](int t, int n) {
+        const int direct = upward ? n - 1 : 0;
+        auto buffer_of = [&](int u) { return buffers.get() + len * (u < direct ? u : u - 1); };
+        const std::int64_t row_lo = row_boundary(v.begin, v.end, v.rows, v.monotone, t, n);
+        const std::int64_t row_hi = row_boundary(v.begin, v.end, v.rows, v.monotone, t + 1, n);
+        const std::int64_t lo = even_split(p.out_len, t, n), hi = even_split(p.out_len, t + 1, n);
+        for (std::int64_t j = lo; j < hi; ++j) {
+          T yj = beta == T(0) ? T(0) : mul(beta, y[j]);
+          if (p.unit) yj += mul(alpha, x[j]);
+          y[j] = yj;
+        }
+        T* out = t == direct ? y : buffer_of(t);
+        if (t != direct) std::fill(out, out + len, T(0));
+        team_barrier();
+        with_flags<T>(scatter_filtered, v.perm != nullptr, p.conj, [&]<bool F, bool P, bool C>() {
+          scatter_rows<F, P, C>(p, row_lo, row_hi, alpha, x, y, out);
+        });
+        team_barrier();
+        T d = T(0);
+        for (std::int64_t j = lo; j < hi; ++j) {
+          T yj = y[j];
+          for (int u = 0; u < n; ++u)
+            if (u != direct) yj += buffer_of(u)[j];
+          y[j] = yj;
+          if (j < dot_len) d += mul(x[j], yj);
+        }
+        partial[t] = d;
+      });
+    }
+    if (dot != nullptr) {
+      T d = T(0);
+      for (const T& s : partial) d += s;
+      *dot = d;
+    }
     return SPARSE_STATUS_SUCCESS;
   });
 }
 
-template <typename T, typename I>
-sparse_status_t dotmv(host_operation_t op, T alpha, host_matrix_t handle, host_matrix_descr descr,
-                      const T* x, T beta, T* y, T* d) {
-  if (d == nullptr) return SPARSE_STATUS_INVALID_VALUE;
-  const sparse_status_t status = mv<T, I>(op, alpha, handle, descr, x, beta, y);
-  if (status != SPARSE_STATUS_SUCCESS) return status;
-  auto* A = typed<T, I>(handle);
-  // Over the entries that x and y share when op(A) is not square.
-  const std::int64_t n = std::min(A->rows, A->cols);
-  T sum = T(0);
-  for (std::int64_t i = 0; i < n; ++i) sum += x[i] * y[i];
-  *d = sum;
-  return SPARSE_STATUS_SUCCESS;
-}
+}  // namespace
 
 }  // namespace vrt_host
 
@@ -91,16 +187,15 @@ extern "C" {
   sparse_status_t vrt_sparse_##p##_mv_##i(host_operation_t op, C alpha, host_matrix_t A,         \
                                           host_matrix_descr d, const C* x, C beta, C* y) {       \
     using T = value_of<C>::type;                                                                 \
-    return mv<T, I>(op, scalar<T>(alpha), A, d, reinterpret_cast<const T*>(x),        \
-                    scalar<T>(beta), reinterpret_cast<T*>(y));                        \
+    return mv<T, I>(op, scalar<T>(alpha), A, d, reinterpret_cast<const T*>(x), scalar<T>(beta), \
+                    reinterpret_cast<T*>(y), false, nullptr);                                           \
   }                                                                                              \
   sparse_status_t vrt_sparse_##p##_dotmv_##i(host_operation_t op, C alpha, host_matrix_t A,      \
                                              host_matrix_descr d, const C* x, C beta, C* y,      \
                                              C* dot) {                                           \
     using T = value_of<C>::type;                                                                 \
-    return dotmv<T, I>(op, scalar<T>(alpha), A, d, reinterpret_cast<const T*>(x),     \
-                       scalar<T>(beta), reinterpret_cast<T*>(y),                      \
-                       reinterpret_cast<T*>(dot));                                               \
+    return mv<T, I>(op, scalar<T>(alpha), A, d, reinterpret_cast<const T*>(x), scalar<T>(beta), \
+                    reinterpret_cast<T*>(y), true, reinterpret_cast<T*>(dot));                     \
   }
 VRT_HOST_FOR_EACH_VARIANT(VRT_DEFINE_MV)
 }
