@@ -71,6 +71,17 @@ struct engine;
                                        ldx, values(y), ldy);                                   \
     }                                                                                          \
     static sparse_status_t do_order(host_matrix_t A) { return vrt_sparse_##p##_do_order_##i(A); } \
+    static sparse_status_t export_csr(host_matrix_t A, int* b, I* r, I* c, I** rs, I** re,     \
+                                      I** ci, T** v) {                                         \
+      return vrt_sparse_##p##_export_csr_##i(A, b, r, c, rs, re, ci,                          \
+                                             reinterpret_cast<V**>(v));                        \
+    }                                                                                          \
+    static sparse_status_t get_nnz(host_matrix_t A, I* nnz) { return vrt_sparse_get_nnz_##i(A, nnz); } \
+    static sparse_status_t sp2m(host_operation_t oa, host_matrix_descr da, host_matrix_t A,    \
+                                host_operation_t ob, host_matrix_descr db, host_matrix_t B,    \
+                                host_request_t r, host_matrix_t* Cm) {                         \
+      return vrt_sparse_sp2m_##i(oa, da, A, ob, db, B, r, Cm);                                 \
+    }                                                                                          \
     static sparse_status_t destroy(host_matrix_t A) { return vrt_sparse_destroy_##i(A); }      \
     static sparse_status_t optimize(host_matrix_t A) { return vrt_sparse_optimize_##i(A); }    \
     static sparse_status_t mv_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d,  \

@@ -3,6 +3,7 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "cpu/matmat.hpp"
 #include "interface/backends.hpp"
 #include "interface/dispatch.hpp"
 #include "interface/frame.hpp"

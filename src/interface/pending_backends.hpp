@@ -50,11 +50,5 @@ sycl::event gpu::matmat_impl(sycl::queue&, matrix_handle*, matrix_handle*, matri
                              container_t<C, std::uint8_t>, const event_list&) {
   throw unimplemented("sparse", "matmat");
 }
-template <typename I, containerType C>
-sycl::event cpu::matmat_impl(sycl::queue&, matrix_handle*, matrix_handle*, matrix_handle*,
-                             matmat_request, matmat_descr*, container_t<C, std::int64_t>,
-                             container_t<C, std::uint8_t>, const event_list&) {
-  throw unimplemented("sparse", "matmat");
-}
 
 }  // namespace orvane::vrt::sparse

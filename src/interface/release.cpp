@@ -7,6 +7,7 @@
 #include "gpu/mv/gemv_data.hpp"
 #include "gpu/triangular/triangular_data.hpp"
 #include "platform/services.hpp"
+#include "vrt/host_sparse.h"
 
 namespace orvane::vrt::sparse {
 
@@ -62,6 +63,13 @@ void release_matrix_handle_impl(matrix_handle* h) {
     release_structure(h->upper_triangle);
     release_structure(h->reserved_structure_2);
     release_structure(h->reserved_structure_3);
+
+    // The host engine accepts a null matrix.
+    if constexpr (sizeof(I) == 4)
+      vrt_sparse_destroy_i4(h->host_matrix);
+    else
+      vrt_sparse_destroy_i8(h->host_matrix);
+    h->host_matrix = nullptr;
 
     coloringDataRelease<T, I>(as_slot(h->coloring_lower), h->context, C);
     if (!symmetric) {
