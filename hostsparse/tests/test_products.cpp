@@ -75,7 +75,7 @@ TYPED_TEST(HostProducts, MvRectangularEmptyAndZeroBeta) {
 TYPED_TEST(HostProducts, MvOnLargeMatricesWithThreads) {
   using C = typename TypeParam::C;
   using I = typename TypeParam::I;
-  auto m = random_csr<C, I>({30000, 30000, 6, true, 1, 21u, 40});
+  auto m = random_csr<C, I>({20000, 20000, 6, true, 1, 21u, 40});
   host_matrix_t A = m.make();
   for (auto op : all_ops)
     for (auto d : {general, host_matrix_descr{HOST_MATRIX_TYPE_SYMMETRIC, HOST_FILL_MODE_UPPER,
