@@ -112,6 +112,14 @@ struct solve_plan {
   bool missing_diagonal = false;
 };
 
+// Rows described by a few shapes: the columns of row i are i + delta[start[shape[i]] + t] for
+// t < length[shape[i]], in stored order. Stencils and bands have a handful of shapes, and a
+// product then reads no column indices at all.
+struct row_shapes {
+  std::vector<std::uint8_t> shape;
+  std::vector<std::int32_t> start, length, delta;
+};
+
 enum class format { csr, coo };
 
 template <typename T, typename I>
@@ -140,6 +148,8 @@ struct typed_matrix : vrt_host_matrix {
   // Derived on first need or by optimize; `lock` guards building them.
   std::mutex lock;
   std::unique_ptr<derived_csr<I>> coo_rows, transposed;
+  std::unique_ptr<row_shapes> shapes;
+  bool shapes_tried = false;  // set by optimize; calls before it read columns
   std::unique_ptr<solve_plan<I>> plans[2][2];  // [transposed][lower]
 
   typed_matrix() {
@@ -170,6 +180,9 @@ csr_view<T, I> rows_of_transpose(typed_matrix<T, I>& A);
 // The rows of A^T if they were made already; begin is null otherwise.
 template <typename T, typename I>
 csr_view<T, I> made_transpose(typed_matrix<T, I>& A);
+// The shapes of A's rows if optimize found few; null otherwise.
+template <typename T, typename I>
+const row_shapes* shapes_of(typed_matrix<T, I>& A);
 // Drops everything derived from the caller's arrays (after they changed order).
 template <typename T, typename I>
 void forget_derived(typed_matrix<T, I>& A);

@@ -82,6 +82,34 @@ T gather_rows(const mv_plan<T, I>& p, std::int64_t lo, std::int64_t hi, T alpha,
   return dot;
 }
 
+// Rows lo..hi of a general matrix by their shapes: no column indices are read.
+template <typename T, typename I>
+T shaped_rows(const mv_plan<T, I>& p, const row_shapes& s, std::int64_t lo, std::int64_t hi,
+              T alpha, const T* x, T beta, T* y, std::int64_t dot_len) {
+  const csr_view<T, I>& v = p.rows;
+  const T* val = v.val;
+  const I base = v.base;
+  T dot = T(0);
+  for (std::int64_t i = lo; i < hi; ++i) {
+    const std::int32_t shape = s.shape[i];
+    const std::int32_t* d = s.delta.data() + s.start[shape];
+    const std::int32_t len = s.length[shape];
+    const T* a = val + (v.begin[i] - base);
+    const T* xi = x + i;
+    T s0 = T(0), s1 = T(0);
+    std::int32_t t = 0;
+    for (; t + 2 <= len; t += 2) {
+      s0 += mul(a[t], xi[d[t]]);
+      s1 += mul(a[t + 1], xi[d[t + 1]]);
+    }
+    if (t < len) s0 += mul(a[t], xi[d[t]]);
+    const T yi = finish(alpha, s0 + s1, beta, y[i]);
+    y[i] = yi;
+    if (i < dot_len) dot += mul(x[i], yi);
+  }
+  return dot;
+}
+
 // Rows lo..hi: the gathered part adds to y[i], the scattered part to out[j].
 template <bool Filtered, bool Perm, bool Conj, typename T, typename I>
 void scatter_rows(const mv_plan<T, I>& p, std::int64_t lo, std::int64_t hi, T alpha, const T* x,
@@ -114,14 +142,23 @@ sparse_status_t mv(host_operation_t op, T alpha, host_matrix_t handle, host_matr
     if (!plan_mv(*A, op, descr, p)) return SPARSE_STATUS_INVALID_VALUE;
     if ((p.out_len > 0 && y == nullptr) || (p.in_len > 0 && x == nullptr))
       return SPARSE_STATUS_INVALID_VALUE;
-    const std::int64_t dot_len = std::min(p.out_len, p.in_len);
+    const std::int64_t dot_len = with_dot ? std::min(p.out_len, p.in_len) : 0;
     team crew(A->nnz + p.out_len);
     const int threads = crew.size();
     std::vector<T> partial(static_cast<std::size_t>(threads), T(0));
     const csr_view<T, I>& v = p.rows;
     const bool filtered = !p.gather.all();
 
-    if (p.scatter.none) {
+    const row_shapes* shapes = nullptr;
+    if (A->optimized && descr.type == HOST_MATRIX_TYPE_GENERAL && op == HOST_OPERATION_NON_TRANSPOSE)
+      shapes = shapes_of(*A);
+    if (shapes != nullptr) {
+      run_team(threads, [&](int t, int n) {
+        const std::int64_t lo = row_boundary(v.begin, v.end, v.rows, v.monotone, t, n);
+        const std::int64_t hi = row_boundary(v.begin, v.end, v.rows, v.monotone, t + 1, n);
+        partial[t] = shaped_rows(p, *shapes, lo, hi, alpha, x, beta, y, dot_len);
+      });
+    } else if (p.scatter.none) {
       run_team(threads, [&](int t, int n) {
         const std::int64_t lo = row_boundary(v.begin, v.end, v.rows, v.monotone, t, n);
         const std::int64_t hi = row_boundary(v.begin, v.end, v.rows, v.monotone, t + 1, n);

@@ -7,6 +7,7 @@ namespace vrt_host {
 template <typename T, typename I>
 void prepare(typed_matrix<T, I>& A) {
   rows_of(A);  // a COO matrix's rows
+  shapes_of(A);
   if (A.hint_transpose) rows_of_transpose(A);
   for (int transposed = 0; transposed < 2; ++transposed)
     for (int lower = 0; lower < 2; ++lower)

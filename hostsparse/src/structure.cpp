@@ -1,5 +1,8 @@
 // Structures derived from the caller's arrays: the rows of a COO matrix and the rows of the
 // transpose. Both keep positions into the caller's values, so values changed in place count.
+#include <algorithm>
+#include <climits>
+
 #include "matrix.hpp"
 
 namespace vrt_host {
@@ -99,9 +102,67 @@ csr_view<T, I> made_transpose(typed_matrix<T, I>& A) {
   return view_of<T, I>(*A.transposed, A.cols, A.rows, A.values);
 }
 
+namespace {
+
+// Finds the shapes of a CSR matrix's rows; null when there are more than a byte can name, or
+// when rows are not consecutive in the arrays.
+template <typename T, typename I>
+std::unique_ptr<row_shapes> find_shapes(const typed_matrix<T, I>& A) {
+  constexpr std::size_t most = 255;
+  const std::int64_t n = A.rows;
+  if (A.fmt != format::csr || n == 0) return nullptr;
+  for (std::int64_t i = 0; i + 1 < n; ++i)
+    if (A.rows_end[i] != A.rows_start[i + 1]) return nullptr;
+  auto s = std::make_unique<row_shapes>();
+  s->shape.resize(static_cast<std::size_t>(n));
+  std::vector<std::int32_t> row;
+  std::int64_t last = -1;  // rows often repeat the previous row's shape
+  for (std::int64_t i = 0; i < n; ++i) {
+    row.clear();
+    for (std::int64_t k = A.rows_start[i] - A.base; k < A.rows_end[i] - A.base; ++k) {
+      const std::int64_t d = static_cast<std::int64_t>(A.col_indx[k] - A.base) - i;
+      if (d < INT32_MIN || d > INT32_MAX) return nullptr;
+      row.push_back(static_cast<std::int32_t>(d));
+    }
+    auto same = [&](std::int64_t p) {
+      return s->length[p] == static_cast<std::int32_t>(row.size()) &&
+             std::equal(row.begin(), row.end(), s->delta.begin() + s->start[p]);
+    };
+    std::int64_t found = -1;
+    if (last >= 0 && same(last)) found = last;
+    for (std::size_t p = 0; found < 0 && p < s->start.size(); ++p)
+      if (same(static_cast<std::int64_t>(p))) found = static_cast<std::int64_t>(p);
+    if (found < 0) {
+      if (s->start.size() == most) return nullptr;
+      found = static_cast<std::int64_t>(s->start.size());
+      s->start.push_back(static_cast<std::int32_t>(s->delta.size()));
+      s->length.push_back(static_cast<std::int32_t>(row.size()));
+      s->delta.insert(s->delta.end(), row.begin(), row.end());
+      if (s->delta.size() > 4096) return nullptr;  // shapes must stay in the first cache level
+    }
+    s->shape[i] = static_cast<std::uint8_t>(found);
+    last = found;
+  }
+  return s;
+}
+
+}  // namespace
+
+template <typename T, typename I>
+const row_shapes* shapes_of(typed_matrix<T, I>& A) {
+  std::lock_guard<std::mutex> hold(A.lock);
+  if (!A.shapes_tried) {
+    A.shapes = find_shapes(A);
+    A.shapes_tried = true;
+  }
+  return A.shapes.get();
+}
+
 template <typename T, typename I>
 void forget_derived(typed_matrix<T, I>& A) {
   std::lock_guard<std::mutex> hold(A.lock);
+  A.shapes.reset();
+  A.shapes_tried = false;
   A.coo_rows.reset();
   A.transposed.reset();
   for (auto& by_op : A.plans)
@@ -112,7 +173,8 @@ void forget_derived(typed_matrix<T, I>& A) {
   template csr_view<T, I> rows_of<T, I>(typed_matrix<T, I>&);            \
   template csr_view<T, I> rows_of_transpose<T, I>(typed_matrix<T, I>&);  \
   template csr_view<T, I> made_transpose<T, I>(typed_matrix<T, I>&);     \
-  template void forget_derived<T, I>(typed_matrix<T, I>&);
+  template void forget_derived<T, I>(typed_matrix<T, I>&);                \
+  template const row_shapes* shapes_of<T, I>(typed_matrix<T, I>&);
 VRT_HOST_FOR_EACH_TYPE(VRT_INSTANTIATE_STRUCTURE)
 
 }  // namespace vrt_host
