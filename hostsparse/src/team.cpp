@@ -9,7 +9,7 @@ namespace vrt_host {
 namespace {
 std::atomic<int> threads_in_use{0};
 
-int cap_from_environment() {
+[[maybe_unused]] int cap_from_environment() {
   const char* cap = std::getenv("VRT_HOST_SPARSE_THREADS");
   if (cap == nullptr) return 0;
   const int limit = std::atoi(cap);

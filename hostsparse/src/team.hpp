@@ -32,7 +32,7 @@ int max_team();
 
 // Runs body(thread, threads) on `threads` threads; body must not throw.
 template <typename Body>
-void run_team(int threads, Body&& body) {
+void run_team([[maybe_unused]] int threads, Body&& body) {
 #if defined(_OPENMP)
   if (threads > 1) {
 #pragma omp parallel num_threads(threads)
