@@ -25,10 +25,10 @@ inline T finish(T alpha, T s, T beta, const T& y) {
   return beta == T(0) ? mul(alpha, s) : mul(alpha, s) + mul(beta, y);
 }
 
-// Columns per block of a dense operand: a few cache lines of accumulators.
+// Columns per block of a dense operand: one cache line of accumulators.
 template <typename T>
 constexpr int block_columns() {
-  return static_cast<int>(128 / sizeof(T));
+  return static_cast<int>(64 / sizeof(T));
 }
 
 // Which entries (i, j) of a row take part, as a range of j - i: everything, one triangle with

@@ -51,8 +51,9 @@ sparse_status_t record_hint(host_matrix_t handle, host_operation_t op, host_matr
       const bool transposed = op != HOST_OPERATION_NON_TRANSPOSE;
       if (d.type != HOST_MATRIX_TYPE_GENERAL && A.rows != A.cols) return SPARSE_STATUS_INVALID_VALUE;
       if (kind == hint::product) {
-        // Transposed products, and the mirrored half of symmetric ones, gather from A^T's rows.
-        if (transposed || d.type == HOST_MATRIX_TYPE_SYMMETRIC) A.hint_transpose = true;
+        // The mirrored half of a symmetric product gathers from A^T's rows; transposed
+        // products of other kinds scatter, which needs nothing prepared.
+        if (d.type == HOST_MATRIX_TYPE_SYMMETRIC) A.hint_transpose = true;
         return SPARSE_STATUS_SUCCESS;
       }
       if (d.type != HOST_MATRIX_TYPE_TRIANGULAR) return SPARSE_STATUS_INVALID_VALUE;

@@ -13,7 +13,7 @@ namespace vrt_host {
 namespace {
 
 // Rows per level, on average, below which barriers cost more than two threads save.
-constexpr std::int64_t least_rows_per_level = 2048;
+constexpr std::int64_t least_rows_per_level = 16384;
 
 template <typename T, typename I>
 std::unique_ptr<solve_plan<I>> make_plan(const csr_view<T, I>& v, bool lower) {

@@ -118,7 +118,7 @@ csr<C, I> wide_levels(std::int64_t n, std::int64_t reach, int base) {
 TYPED_TEST(HostSolves, LevelSetsAcrossThreadsMatchTheSerialSweep) {
   using C = typename TypeParam::C;
   using I = typename TypeParam::I;
-  auto m = wide_levels<C, I>(20000, 4000, 0);
+  auto m = wide_levels<C, I>(50000, 17000, 0);
   host_matrix_t A = m.make();
   host_matrix_t B = m.make();
   for (auto op : all_ops)
