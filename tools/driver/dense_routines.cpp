@@ -1,0 +1,57 @@
+// Products and solves with dense matrices: trsm and gemm.
+#include "arrays.hpp"
+#include "routines.hpp"
+
+namespace vrt_driver {
+
+template <typename T, typename I>
+result run_dense_routine(sycl::queue& q, const options& o, const host_matrix<T, I>& A) {
+  const bool solve = o.routine == "trsm";
+  const auto op = to_transpose(o.op);
+  const auto ul = o.uplo == "lower" ? vrt::uplo::lower : vrt::uplo::upper;
+  const auto dg = o.diag == "unit" ? vrt::diag::unit : vrt::diag::nonunit;
+  const bool row_major = o.layout == "row";
+  const auto lay = row_major ? vrt::layout::row_major : vrt::layout::col_major;
+  const bool transposed = op != vrt::transpose::nontrans;
+  // op(A) is m x k: the right operand has k rows, the result m.
+  const std::int64_t m = transposed ? A.ncols : A.nrows;
+  const std::int64_t k = transposed ? A.nrows : A.ncols;
+  const std::int64_t n = o.columns;
+  const dense_shape in = make_shape(k, n, row_major, o.ld_pad);
+  const dense_shape res = make_shape(m, n, row_major, o.ld_pad);
+  const T alpha = from_complex<T>(o.alpha), beta = from_complex<T>(o.beta);
+  const bool usm = o.memory == "usm";
+
+  bound_matrix<T, I> M(q, usm, A);
+  device_array<T> b(q, usm, dense_operand<T>(in, [](auto r, auto j) { return x_entry<T>(r, j); }));
+  device_array<T> c(q, usm, dense_operand<T>(res, [](auto r, auto j) { return y_entry<T>(r, j); }));
+  vs::matrix_handle* h = M.handle;
+  // The dense operands are never transposed: the library takes only nontrans for them.
+  const auto dense_op = vrt::transpose::nontrans;
+
+  with_model(usm, [&](auto model) {
+    vs::event_list deps = {M.ready};
+    if (o.optimize) deps = {vs::optimize_trsm(q, lay, ul, op, dg, h, n, deps)};
+    sycl::event done;
+    if (solve)
+      done = invoke(model, deps, VRT_DRIVER_ROUTINE(trsm), q, lay, op, dense_op, ul, dg, alpha, h,
+                    operand(model, b), n, in.ld, operand(model, c), res.ld);
+    else
+      done = invoke(model, deps, VRT_DRIVER_ROUTINE(gemm), q, lay, op, dense_op, alpha, h,
+                    operand(model, b), n, in.ld, beta, operand(model, c), res.ld);
+    done.wait();
+    return 0;
+  });
+
+  result out;
+  out.rows = m;
+  out.cols = n;
+  out.dense = column_major(res, c.read());
+  return out;
+}
+
+#define VRT_DRIVER_INSTANTIATE(T, I) \
+  template result run_dense_routine<T, I>(sycl::queue&, const options&, const host_matrix<T, I>&);
+VRT_DRIVER_FOR_EACH_VARIANT(VRT_DRIVER_INSTANTIATE)
+
+}  // namespace vrt_driver

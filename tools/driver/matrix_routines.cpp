@@ -1,0 +1,218 @@
+// Routines whose result is a sparse matrix: sort_matrix, omatcopy and the staged matmat.
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "arrays.hpp"
+#include "routines.hpp"
+
+namespace vrt_driver {
+
+namespace {
+
+// The first nnz entries of a matrix's arrays as a coordinate matrix, in array order.
+template <typename T, typename I>
+mm::coordinate_matrix to_coordinate(const host_matrix<T, I>& r, std::int64_t nnz) {
+  mm::coordinate_matrix m;
+  m.rows = r.nrows;
+  m.cols = r.ncols;
+  for (std::int64_t k = 0; k < nnz; ++k) {
+    m.col.push_back(r.cols[static_cast<std::size_t>(k)] - r.base);
+    m.value.emplace_back(r.values[static_cast<std::size_t>(k)]);
+  }
+  if (r.csr) {
+    for (std::int64_t i = 0; i < r.nrows; ++i) {
+      const auto row = static_cast<std::size_t>(i);
+      for (I k = r.rows[row]; k < r.rows[row + 1]; ++k) m.row.push_back(i);
+    }
+  } else {
+    for (std::int64_t k = 0; k < nnz; ++k)
+      m.row.push_back(r.rows[static_cast<std::size_t>(k)] - r.base);
+  }
+  return m;
+}
+
+template <typename T, typename I>
+result sparse_result(const host_matrix<T, I>& r, std::int64_t nnz) {
+  result out;
+  out.rows = r.nrows;
+  out.cols = r.ncols;
+  out.sparse = to_coordinate(r, nnz);
+  return out;
+}
+
+// sort_matrix sorts A's arrays in place; omatcopy writes op(A) into a second handle bound to
+// arrays of the right sizes, with A's format and index base.
+template <typename T, typename I>
+result run_format_routine(sycl::queue& q, const options& o, const host_matrix<T, I>& A) {
+  const bool usm = o.memory == "usm";
+  bound_matrix<T, I> M(q, usm, A);
+  if (o.routine == "sort_matrix") {
+    vs::sort_matrix(q, M.handle, {M.ready}).wait();
+    return sparse_result(M.read(), A.nnz);
+  }
+  const auto op = to_transpose(o.op);
+  const bool transposed = op != vrt::transpose::nontrans;
+  host_matrix<T, I> shape = A;
+  if (transposed) std::swap(shape.nrows, shape.ncols);
+  if (A.csr) shape.rows.assign(static_cast<std::size_t>(shape.nrows + 1), 0);
+  bound_matrix<T, I> B(q, usm, shape);
+  vs::omatcopy(q, op, M.handle, B.handle, {M.ready, B.ready}).wait();
+  return sparse_result(B.read(), A.nnz);
+}
+
+// The matmat descriptor, released when it goes.
+struct descr_owner {
+  descr_owner() { vs::init_matmat_descr(&descr); }
+  descr_owner(const descr_owner&) = delete;
+  descr_owner& operator=(const descr_owner&) = delete;
+  ~descr_owner() { vs::release_matmat_descr(&descr); }
+  vs::matmat_descr* descr = nullptr;
+};
+
+// The size variable and the workspaces of the staged requests, in one memory model. A stage
+// gets a workspace only when it asks for one.
+class matmat_workspace {
+ public:
+  matmat_workspace(sycl::queue& q, bool usm) : queue_(q), usm_(usm) {
+    if (usm) size_usm_ = sycl::malloc_shared<std::int64_t>(1, q);
+  }
+  matmat_workspace(const matmat_workspace&) = delete;
+  matmat_workspace& operator=(const matmat_workspace&) = delete;
+  ~matmat_workspace() {
+    for (void* p : temps_usm_) sycl::free(p, queue_);
+    if (size_usm_ != nullptr) sycl::free(size_usm_, queue_);
+  }
+
+  // One request, waited for; temp is the index of a workspace from allocate() or -1.
+  void request(vs::matrix_handle* a, vs::matrix_handle* b, vs::matrix_handle* c,
+               vs::matmat_request r, vs::matmat_descr* d, int temp = -1) {
+    if (usm_) {
+      void* t = temp >= 0 ? temps_usm_[static_cast<std::size_t>(temp)] : nullptr;
+      vs::matmat(queue_, a, b, c, r, d, size_usm_, t).wait();
+    } else {
+      auto* t = temp >= 0 ? temps_buffer_[static_cast<std::size_t>(temp)].get() : nullptr;
+      vs::matmat(queue_, a, b, c, r, d, &size_buffer_, t);
+    }
+  }
+
+  std::int64_t size() {
+    if (usm_) return *size_usm_;
+    sycl::host_accessor view(size_buffer_, sycl::read_only);
+    return view[0];
+  }
+
+  // A workspace of the size the last request reported, or -1 when it reported none.
+  int allocate() {
+    const std::int64_t bytes = size();
+    if (bytes <= 0) return -1;
+    if (usm_) {
+      temps_usm_.push_back(
+          sycl::malloc_device<std::uint8_t>(static_cast<std::size_t>(bytes), queue_));
+      return static_cast<int>(temps_usm_.size() - 1);
+    }
+    temps_buffer_.push_back(std::make_unique<sycl::buffer<std::uint8_t, 1>>(
+        sycl::range<1>(static_cast<std::size_t>(bytes))));
+    return static_cast<int>(temps_buffer_.size() - 1);
+  }
+
+ private:
+  sycl::queue& queue_;
+  bool usm_;
+  std::int64_t* size_usm_ = nullptr;
+  sycl::buffer<std::int64_t, 1> size_buffer_{sycl::range<1>(1)};
+  std::vector<void*> temps_usm_;
+  std::vector<std::unique_ptr<sycl::buffer<std::uint8_t, 1>>> temps_buffer_;
+};
+
+// C = op(A) op(B) through every request in order: work estimation, structure, the count of
+// entries (C's columns and values bound then), the structure's export, values, their export.
+template <typename T, typename I>
+result run_matmat(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
+                  const std::optional<host_matrix<T, I>>& B) {
+  const auto op_a = to_transpose(o.op), op_b = to_transpose(o.op_b);
+  const host_matrix<T, I>& Bm = B ? *B : A;
+  const bool ta = op_a != vrt::transpose::nontrans, tb = op_b != vrt::transpose::nontrans;
+  const std::int64_t rows = ta ? A.ncols : A.nrows, inner = ta ? A.nrows : A.ncols;
+  const std::int64_t cols = tb ? Bm.nrows : Bm.ncols, inner_b = tb ? Bm.ncols : Bm.nrows;
+  if (inner != inner_b)
+    throw std::invalid_argument("matmat: op(A) has " + std::to_string(inner) +
+                                " columns, op(B) has " + std::to_string(inner_b) + " rows");
+  const bool usm = o.memory == "usm";
+
+  bound_matrix<T, I> Ma(q, usm, A);
+  std::optional<bound_matrix<T, I>> Mb;
+  if (B) Mb.emplace(q, usm, *B);
+  vs::matrix_handle* a = Ma.handle;
+  vs::matrix_handle* b = Mb ? Mb->handle : a;
+  Ma.ready.wait();
+  if (Mb) Mb->ready.wait();
+
+  // C starts with its row pointers; the other arrays are placeholders until the count is known.
+  host_matrix<T, I> C;
+  C.nrows = rows;
+  C.ncols = cols;
+  C.base = o.base;
+  device_array<I> c_rows(q, usm, std::vector<I>(static_cast<std::size_t>(rows + 1), 0));
+  std::unique_ptr<device_array<I>> c_cols =
+      std::make_unique<device_array<I>>(q, usm, std::vector<I>{});
+  std::unique_ptr<device_array<T>> c_values =
+      std::make_unique<device_array<T>>(q, usm, std::vector<T>{});
+  // Arrays C was bound to before stay until C is released.
+  std::vector<std::unique_ptr<device_array<I>>> old_cols;
+  std::vector<std::unique_ptr<device_array<T>>> old_values;
+  handle_owner c_owner(q, usm);
+  vs::matrix_handle* c = c_owner.handle;
+  auto bind_c = [&](std::int64_t nnz) {
+    with_model(usm, [&](auto model) {
+      return bind_arrays(model, q, c, true, rows, cols, nnz, o.base, c_rows, *c_cols, *c_values);
+    }).wait();
+  };
+  bind_c(0);
+
+  descr_owner descr;
+  const auto general = vs::matrix_view_descr::general;
+  vs::set_matmat_data(descr.descr, general, op_a, general, op_b, general);
+  matmat_workspace work(q, usm);
+  using R = vs::matmat_request;
+  auto request = [&](R r, int temp = -1) { work.request(a, b, c, r, descr.descr, temp); };
+
+  request(R::get_work_estimation_buf_size);
+  request(R::work_estimation, work.allocate());
+  request(R::get_compute_structure_buf_size);
+  request(R::compute_structure, work.allocate());
+  request(R::get_nnz);
+  const std::int64_t nnz = work.size();
+  old_cols.push_back(std::move(c_cols));
+  old_values.push_back(std::move(c_values));
+  c_cols = std::make_unique<device_array<I>>(q, usm, std::vector<I>(static_cast<std::size_t>(nnz)));
+  c_values =
+      std::make_unique<device_array<T>>(q, usm, std::vector<T>(static_cast<std::size_t>(nnz)));
+  bind_c(nnz);
+  request(R::finalize_structure);
+  request(R::get_compute_buf_size);
+  request(R::compute, work.allocate());
+  request(R::finalize);
+
+  C.rows = c_rows.read();
+  C.cols = c_cols->read();
+  C.values = c_values->read();
+  // Row pointers in C's base: to_coordinate counts entries from their differences.
+  return sparse_result(C, nnz);
+}
+
+}  // namespace
+
+template <typename T, typename I>
+result run_matrix_routine(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
+                          const std::optional<host_matrix<T, I>>& B) {
+  if (o.routine == "matmat") return run_matmat<T, I>(q, o, A, B);
+  return run_format_routine<T, I>(q, o, A);
+}
+
+#define VRT_DRIVER_INSTANTIATE(T, I)                                                               \
+  template result run_matrix_routine<T, I>(sycl::queue&, const options&, const host_matrix<T, I>&, \
+                                           const std::optional<host_matrix<T, I>>&);
+VRT_DRIVER_FOR_EACH_VARIANT(VRT_DRIVER_INSTANTIATE)
+
+}  // namespace vrt_driver

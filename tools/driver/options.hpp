@@ -1,0 +1,30 @@
+// The driver's command line: its options and the --help text.
+#pragma once
+
+#include <complex>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace vrt_driver {
+
+struct options {
+  std::string matrix, matrix_b, routine = "gemv", device = "emu-a2", value = "d", memory = "usm";
+  std::string format = "csr", op = "n", op_b = "n", uplo = "lower", diag = "nonunit";
+  std::string layout = "row", output;
+  int index = 32, base = 0;
+  std::int64_t columns = 3, ld_pad = 0;
+  std::complex<double> alpha = 1.0, beta = 0.0;
+  // trsv takes the overload without alpha unless --alpha is given.
+  bool alpha_given = false, optimize = false, dominant = false;
+};
+
+extern const char* const usage;
+
+// The options, or nothing on a usage error. --help prints the usage and exits.
+std::optional<options> parse(int argc, char** argv);
+
+// Routines that have an optimize_* routine of their own.
+bool has_optimize(const std::string& routine);
+
+}  // namespace vrt_driver
