@@ -1,0 +1,370 @@
+#!/usr/bin/python3
+"""Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
+on the CPU device in several variants (value types, index widths, bases, memory models,
+formats, operations, triangles, diagonals, layouts, column counts, with and without optimize)
+and compares each result with SciPy/NumPy on the same matrix and the same deterministic inputs.
+
+Products are compared entry by entry with a bound that grows with the row length and the
+magnitudes the row adds. Solves run on the driver's --dominant matrix and are checked by their
+residual op(T) y - alpha x, which substitution keeps within a few roundings of |op(T)| |y| per
+row whatever the conditioning. Routines on square matrices only are skipped for rectangular ones.
+
+usage: driver_routines_vs_scipy.py DRIVER MATRIX
+"""
+import io
+import itertools
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+import numpy as np
+import scipy.io
+import scipy.sparse
+
+EPS = {"s": np.finfo(np.float32).eps, "d": np.finfo(np.float64).eps,
+       "c": np.finfo(np.float32).eps, "z": np.finfo(np.float64).eps}
+# Below the smallest normal number roundings are absolute.
+TINY = {"s": np.finfo(np.float32).tiny, "d": np.finfo(np.float64).tiny,
+        "c": np.finfo(np.float32).tiny, "z": np.finfo(np.float64).tiny}
+DTYPE = {"s": np.float32, "d": np.float64, "c": np.complex64, "z": np.complex128}
+# Sparse products take about a second per 300k entries to write and read: above the first
+# size one product runs, above the second the matrix is multiplied by a selection matrix.
+MANY_PRODUCTS, LARGE_PRODUCT = 100000, 500000
+# Reading a matrix this large costs the driver a quarter of a second: every other variant runs.
+LARGE_MATRIX = 150000
+
+
+def x_dense(rows, cols, real):
+    r, c = np.arange(rows)[:, None], np.arange(cols)[None, :]
+    return 1.0 + ((r + 2 * c) % 7) / 4.0 + (0 if real else 1j * ((r + c) % 3) / 2.0)
+
+
+def y_dense(rows, cols, real):
+    r, c = np.arange(rows)[:, None], np.arange(cols)[None, :]
+    return 0.5 - ((r + 3 * c) % 5) / 8.0 + (0 if real else 1j * ((r + c) % 4) / 4.0)
+
+
+def dominant(A):
+    """The driver's --dominant: row i divided by the smallest power of two above 4 n_i m_i,
+    then 1 added to the diagonal."""
+    A = scipy.sparse.coo_matrix(A)
+    data = A.data.astype(np.complex128)
+    mag = np.maximum(np.abs(data.real), np.abs(data.imag))
+    largest = np.zeros(A.shape[0])
+    np.maximum.at(largest, A.row, mag)
+    count = np.bincount(A.row[mag != 0], minlength=A.shape[0])
+    _, exponent = np.frexp(4.0 * count * largest)
+    scale = np.where(largest > 0, np.ldexp(1.0, exponent), 1.0)[A.row]
+    scaled = data.real / scale + 1j * (data.imag / scale)
+    eye = scipy.sparse.eye(A.shape[0], A.shape[1], dtype=np.complex128, format="csr")
+    return scipy.sparse.csr_matrix((scaled, (A.row, A.col)), shape=A.shape) + eye
+
+
+def bound_values(A, value):
+    """A as the driver binds it: values rounded to the value type, computed on in double."""
+    A = scipy.sparse.csr_matrix(A)
+    if value in "sd":
+        A = scipy.sparse.csr_matrix(A.real)
+    B = A.astype(DTYPE[value]).astype(np.complex128 if value in "cz" else np.float64)
+    B.sort_indices()
+    return B
+
+
+def op_of(A, op):
+    return scipy.sparse.csr_matrix({"n": A, "t": A.T, "c": A.T.conj()}[op])
+
+
+def triangle(A, uplo, diag):
+    T = scipy.sparse.tril(A, 0 if diag == "nonunit" else -1) if uplo == "lower" else \
+        scipy.sparse.triu(A, 0 if diag == "nonunit" else 1)
+    if diag == "unit":
+        T = T + scipy.sparse.eye(A.shape[0], dtype=A.dtype)
+    return scipy.sparse.csr_matrix(T)
+
+
+def lengths(M):
+    return np.diff(scipy.sparse.csr_matrix(M).indptr)
+
+
+def run(driver, args):
+    done = subprocess.run([driver] + args, capture_output=True, text=True)
+    if done.returncode != 0:
+        raise RuntimeError(" ".join(args) + "\n" + done.stderr)
+    return done.stdout
+
+
+def read_dense(text):
+    dot = re.search(r"^% dot (\S+) (\S+)$", text, re.M)
+    got = np.asarray(scipy.io.mmread(io.StringIO(text)))
+    return got, (complex(float(dot.group(1)), float(dot.group(2))) if dot else None)
+
+
+def within(got, want, bound):
+    """The first entry off and a description, or None."""
+    if got.shape != want.shape:
+        return f"shape {got.shape} != {want.shape}"
+    err = np.abs(got - want)
+    bad = np.argwhere(~(err <= bound))
+    if len(bad):
+        k = tuple(bad[0])
+        return (f"{len(bad)} entries off, first {k}: {got[k]} vs {want[k]} "
+                f"(error {err[k]:.3g}, bound {bound[k]:.3g})")
+    return None
+
+
+def check_vector(value, got, want, scale, len_):
+    """y against the reference: roundings grow with the row's length and magnitudes."""
+    bound = 8 * EPS[value] * (len_ + 2) * scale + 8 * (len_ + 2) * TINY[value]
+    return within(got.ravel(), want, bound)
+
+
+def check_gemvdot(args, value, A, real):
+    op, alpha, beta = args["--op"], args["alpha"], args["beta"]
+    opA = op_of(A, op)
+    x = x_dense(opA.shape[1], 1, real).ravel()
+    y = y_dense(opA.shape[0], 1, real).ravel()
+    want = alpha * (opA @ x) + beta * y
+    scale = abs(alpha) * (abs(opA) @ abs(x)) + abs(beta) * abs(y)
+
+    def check(text):
+        got, dot = read_dense(text)
+        problem = check_vector(value, got, want, scale, lengths(opA))
+        if problem:
+            return problem
+        # d from the y the driver wrote: only its own summation rounds.
+        m = min(A.shape)
+        got = got.ravel()
+        dot_want = np.sum(x[:m] * got[:m])
+        dot_bound = 8 * EPS[value] * (m + 2) * np.sum(np.abs(x[:m]) * np.abs(got[:m])) + TINY[value]
+        if dot is None or not abs(dot - dot_want) <= dot_bound:
+            return f"dot {dot} vs {dot_want} (bound {dot_bound:.3g})"
+        return None
+    return check
+
+
+def check_symv(args, value, A, real):
+    uplo, alpha, beta = args["--uplo"], args["alpha"], args["beta"]
+    if uplo == "lower":
+        S = scipy.sparse.tril(A) + scipy.sparse.tril(A, -1).T
+    else:
+        S = scipy.sparse.triu(A) + scipy.sparse.triu(A, 1).T
+    S = scipy.sparse.csr_matrix(S)
+    x = x_dense(A.shape[1], 1, real).ravel()
+    y = y_dense(A.shape[0], 1, real).ravel()
+    want = alpha * (S @ x) + beta * y
+    scale = abs(alpha) * (abs(S) @ abs(x)) + abs(beta) * abs(y)
+    return lambda text: check_vector(value, read_dense(text)[0], want, scale, lengths(S))
+
+
+def check_trmv(args, value, A, real):
+    alpha, beta = args["alpha"], args["beta"]
+    T = op_of(triangle(A, args["--uplo"], args["--diag"]), args["--op"])
+    x = x_dense(A.shape[1], 1, real).ravel()
+    y = y_dense(A.shape[0], 1, real).ravel()
+    want = alpha * (T @ x) + beta * y
+    scale = abs(alpha) * (abs(T) @ abs(x)) + abs(beta) * abs(y)
+    return lambda text: check_vector(value, read_dense(text)[0], want, scale, lengths(T))
+
+
+def residual_check(value, T, rhs, got):
+    """op(T) Y = rhs within the backward error of substitution, row by row."""
+    if not np.all(np.isfinite(got)):
+        return "result not finite"
+    residual = T @ got - rhs
+    scale = abs(T) @ np.abs(got) + np.abs(rhs)
+    len_ = lengths(T)[:, None] if got.ndim == 2 else lengths(T)
+    bound = 8 * EPS[value] * (len_ + 2) * scale + 8 * (len_ + 2) * TINY[value]
+    return within(residual, np.zeros_like(residual), bound)
+
+
+def check_trsv(args, value, A, real):
+    alpha = args["alpha"] if "--alpha" in args else 1.0
+    T = op_of(triangle(A, args["--uplo"], args["--diag"]), args["--op"])
+    rhs = alpha * x_dense(A.shape[0], 1, real).ravel()
+    return lambda text: residual_check(value, T, rhs, read_dense(text)[0].ravel())
+
+
+def check_trsm(args, value, A, real):
+    alpha = args["alpha"]
+    T = op_of(triangle(A, args["--uplo"], args["--diag"]), args["--op"])
+    rhs = alpha * x_dense(A.shape[0], int(args["--columns"]), real)
+    return lambda text: residual_check(value, T, rhs, read_dense(text)[0])
+
+
+def check_gemm(args, value, A, real):
+    alpha, beta, n = args["alpha"], args["beta"], int(args["--columns"])
+    opA = op_of(A, args["--op"])
+    B = x_dense(opA.shape[1], n, real)
+    C = y_dense(opA.shape[0], n, real)
+    want = alpha * (opA @ B) + beta * C
+    scale = abs(alpha) * (abs(opA) @ np.abs(B)) + abs(beta) * np.abs(C)
+    len_ = lengths(opA)[:, None]
+    bound = 8 * EPS[value] * (len_ + 2) * scale + 8 * (len_ + 2) * TINY[value]
+    return lambda text: within(read_dense(text)[0], want, bound)
+
+
+def check_matmat(args, value, A, real):
+    B = A
+    if args.get("--matrix-b", "") and args["--matrix-b"] != args["matrix"]:
+        B = bound_values(scipy.io.mmread(args["--matrix-b"]), value)
+    opA, opB = op_of(A, args["--op"]), op_of(B, args["--op-b"])
+    want = scipy.sparse.csr_matrix(opA @ opB)
+    # Every product of stored entries is an entry of C, zero or not.
+    structure = scipy.sparse.csr_matrix(pattern(opA) @ pattern(opB))
+    scale = scipy.sparse.csr_matrix(abs(opA) @ abs(opB))
+
+    def check(text):
+        got = scipy.sparse.coo_matrix(scipy.io.mmread(io.StringIO(text)))
+        if got.shape != want.shape:
+            return f"shape {got.shape} != {want.shape}"
+        keys = got.row.astype(np.int64) * got.shape[1] + got.col
+        if len(np.unique(keys)) != len(keys):
+            return "duplicate entries"
+        s = scipy.sparse.coo_matrix(structure)
+        if got.nnz != s.nnz or not np.array_equal(np.sort(keys),
+                                                  np.sort(s.row.astype(np.int64) * s.shape[1] + s.col)):
+            return f"pattern: {got.nnz} entries, the product of the patterns has {s.nnz}"
+        got = scipy.sparse.csr_matrix(got)
+        diff = (got - want).toarray() if got.shape[0] * got.shape[1] <= 4e6 else None
+        if diff is None:  # large products: entry by entry on the structure
+            d = scipy.sparse.coo_matrix(got - want)
+            sc = np.asarray(scale[d.row, d.col]).ravel()
+            len_ = lengths(opA)[d.row]
+            bound = 8 * EPS[value] * (len_ + 2) * sc + 8 * (len_ + 2) * TINY[value]
+            return within(np.abs(d.data), np.zeros(len(d.data)), bound)
+        len_ = lengths(opA)[:, None]
+        bound = 8 * EPS[value] * (len_ + 2) * scale.toarray() + 8 * (len_ + 2) * TINY[value]
+        return within(diff, np.zeros_like(diff), bound)
+    return check
+
+
+CHECKS = {"gemvdot": check_gemvdot, "symv": check_symv, "trmv": check_trmv, "trsv": check_trsv,
+          "trsm": check_trsm, "gemm": check_gemm, "matmat": check_matmat}
+
+
+def selection(n):
+    """n x n with one entry a row, in column 7 j mod n: A times it has at most A's entries."""
+    j = np.arange(n)
+    return scipy.sparse.csr_matrix((1.0 + (j % 3) / 2.0, (j, (7 * j) % n)), shape=(n, n))
+
+
+def pattern(M):
+    P = scipy.sparse.csr_matrix(M, copy=True)
+    P.data = np.ones_like(P.data, dtype=np.float64)
+    return P
+
+
+def plan(A, matrix, selection_file):
+    """The variants for this matrix: (routine, options) pairs."""
+    square = A.shape[0] == A.shape[1]
+    runs = [("gemvdot", {"--op": op}) for op in ["n", "t", "c", "n"]]
+    runs[1][1]["--optimize"] = None
+    if square:
+        runs += [("symv", {"--uplo": "lower"}), ("symv", {"--uplo": "upper", "beta": 0})]
+        runs += [("trmv", {"--uplo": "lower", "--op": "n", "--diag": "nonunit"}),
+                 ("trmv", {"--uplo": "upper", "--op": "t", "--diag": "unit", "--optimize": None}),
+                 ("trmv", {"--uplo": "upper", "--op": "c", "--diag": "nonunit"})]
+        runs += [("trsv", {"--uplo": "lower", "--op": "n", "--diag": "nonunit"}),
+                 ("trsv", {"--uplo": "upper", "--op": "t", "--diag": "nonunit", "--alpha": None,
+                           "--optimize": None}),
+                 ("trsv", {"--uplo": "lower", "--op": "c", "--diag": "unit", "--alpha": None}),
+                 ("trsv", {"--uplo": "upper", "--op": "n", "--diag": "unit", "--optimize": None})]
+        runs += [("trsm", {"--layout": "row", "--columns": "1", "--uplo": "lower", "--op": "n",
+                           "--diag": "nonunit"}),
+                 ("trsm", {"--layout": "col", "--columns": "3", "--uplo": "upper", "--op": "t",
+                           "--diag": "unit", "--ld-pad": "2", "--optimize": None}),
+                 ("trsm", {"--layout": "row", "--columns": "5", "--uplo": "lower", "--op": "c",
+                           "--diag": "nonunit", "--ld-pad": "1"}),
+                 ("trsm", {"--layout": "col", "--columns": "2", "--uplo": "upper", "--op": "n",
+                           "--diag": "nonunit"})]
+    runs += [("gemm", {"--layout": "row", "--columns": "1", "--op": "n"}),
+             ("gemm", {"--layout": "col", "--columns": "4", "--op": "t", "--ld-pad": "2", "beta": 0}),
+             ("gemm", {"--layout": "row", "--columns": "7", "--op": "c", "--ld-pad": "1"}),
+             ("gemm", {"--layout": "col", "--columns": "3", "--op": "n"})]
+    products = [("n", "n"), ("t", "n"), ("n", "c")] if square else [("t", "n"), ("n", "t")]
+    if A.nnz > LARGE_MATRIX:
+        runs = runs[::2]
+    P = pattern(A)
+    first = P @ P if square else P.T @ P
+    if first.nnz > LARGE_PRODUCT:
+        runs.append(("matmat", {"--op": "n", "--op-b": "t", "--format": "csr",
+                                "--matrix-b": selection_file}))
+        return runs
+    for k, (op_a, op_b) in enumerate(products[:1] if first.nnz > MANY_PRODUCTS else products):
+        opts = {"--op": op_a, "--op-b": op_b, "--format": "csr"}
+        if k == 1:
+            opts["--matrix-b"] = matrix
+        runs.append(("matmat", opts))
+    return runs
+
+
+def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
+    """Runs one variant and prints its verdict; 1 on a failure."""
+    index, base, memory, fmt = setup
+    real = value in "sd"
+    fmt = opts.pop("--format", fmt)
+    # The CPU device reads COO dense operands in only two base and layout pairs, and plans
+    # solves of CSR matrices only.
+    if routine in ("trsm", "gemm") and (base, opts["--layout"]) not in ((0, "row"), (1, "col")):
+        fmt = "csr"
+    if routine == "trsm" and "--optimize" in opts:
+        fmt = "csr"
+    alpha = complex(1.5, 0 if real else -0.5)
+    beta = complex(-0.5, 0 if real else 0.25) if opts.pop("beta", None) is None else 0j
+    solve = routine in ("trsv", "trsm")
+    opts = dict(opts, alpha=alpha, beta=beta, matrix=matrix)
+    args = ["--matrix", matrix, "--routine", routine, "--device", "cpu", "--value", value,
+            "--index", str(index), "--base", str(base), "--memory", memory, "--format", fmt]
+    for key, val in opts.items():
+        if key in ("alpha", "beta", "matrix"):
+            continue
+        if key == "--alpha":
+            args += ["--alpha", f"{alpha.real},{alpha.imag}"]
+        elif val is None:
+            args.append(key)
+        else:
+            args += [key, val]
+    if routine not in ("trsv", "matmat"):
+        args += ["--alpha", f"{alpha.real},{alpha.imag}"]
+    if not solve and routine != "matmat":
+        args += ["--beta", f"{beta.real},{beta.imag}"]
+    if solve:
+        args.append("--dominant")
+    Av = bound_values(Adom if solve else A, value)
+    check = CHECKS[routine](opts, value, Av, real)
+    what = " ".join(args[2:])
+    try:
+        problem = check(run(driver, args))
+    except RuntimeError as e:
+        problem = f"driver failed: {e}"
+    if problem:
+        print(f"FAIL {what}: {problem}")
+        return 1
+    print(f"ok   {what}")
+    return 0
+
+
+def main():
+    driver, matrix = sys.argv[1], sys.argv[2]
+    A = scipy.sparse.csr_matrix(scipy.io.mmread(matrix))
+    is_complex = np.iscomplexobj(A.data)
+    values = itertools.cycle(["c", "z"] if is_complex else ["s", "d", "c", "z"])
+    # Index width, base, memory model and format rotate through the runs.
+    setups = itertools.cycle([(32, 0, "usm", "csr"), (64, 1, "buffer", "csr"),
+                              (32, 1, "buffer", "coo"), (64, 0, "usm", "coo"),
+                              (64, 1, "usm", "csr"), (32, 0, "buffer", "csr")])
+    Adom = dominant(A)
+    failures = 0
+    with tempfile.TemporaryDirectory() as scratch:
+        selection_file = os.path.join(scratch, "selection.mtx")
+        scipy.io.mmwrite(selection_file, selection(A.shape[1]))
+        for routine, opts in plan(A, matrix, selection_file):
+            failures += run_variant(driver, matrix, A, Adom, routine, opts, next(values),
+                                    next(setups))
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
