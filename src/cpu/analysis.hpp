@@ -89,13 +89,6 @@ sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A,
   return sycl::event();
 }
 
-// A copy with a new base is the same work on every device: the device routine runs it.
-template <typename T, typename I, containerType C>
-sycl::event omatcopy_impl(sycl::queue& queue, transpose op, matrix_handle* A, matrix_handle* B,
-                          const std::vector<sycl::event>& deps) {
-  return gpu::omatcopy_impl<T, I, C>(queue, op, A, B, deps);
-}
-
 #define VRT_CPU_ANALYSIS_NAMES(T, I, C)                                                          \
   template sycl::event optimize_gemv_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,      \
                                                    const std::vector<sycl::event>&);             \
@@ -109,9 +102,7 @@ sycl::event omatcopy_impl(sycl::queue& queue, transpose op, matrix_handle* A, ma
                                                    matrix_handle*, std::int64_t,                 \
                                                    const std::vector<sycl::event>&);             \
   template sycl::event sort_matrix_impl<T, I, C>(sycl::queue&, matrix_handle*,                   \
-                                                 const std::vector<sycl::event>&);               \
-  template sycl::event omatcopy_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,           \
-                                              matrix_handle*, const std::vector<sycl::event>&);
+                                                 const std::vector<sycl::event>&);
 #define VRT_INSTANTIATE_CPU_ANALYSIS(p, T, i, I)                  \
   namespace orvane::vrt::sparse::cpu {                            \
   VRT_CPU_ANALYSIS_NAMES(T, I, container_usm)                     \

@@ -76,6 +76,13 @@ struct engine;
       return vrt_sparse_##p##_export_csr_##i(A, b, r, c, rs, re, ci,                          \
                                              reinterpret_cast<V**>(v));                        \
     }                                                                                          \
+    static sparse_status_t csr_transpose(host_operation_t op, int b, I r, I c, const I* rs,    \
+                                         const I* re, const I* ci, const T* v, int ob, I* ors, \
+                                         I* oci, T* ov) {                                      \
+      return vrt_sparse_##p##_csr_transpose_##i(op, b, r, c, rs, re, ci,                      \
+                                                reinterpret_cast<const V*>(v), ob, ors, oci,   \
+                                                values(ov));                                   \
+    }                                                                                          \
     static sparse_status_t get_nnz(host_matrix_t A, I* nnz) { return vrt_sparse_get_nnz_##i(A, nnz); } \
     static sparse_status_t sp2m(host_operation_t oa, host_matrix_descr da, host_matrix_t A,    \
                                 host_operation_t ob, host_matrix_descr db, host_matrix_t B,    \

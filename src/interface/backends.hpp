@@ -93,6 +93,9 @@ sycl::event update_diagonal_values_impl(sycl::queue& queue, matrix_handle* A, st
 
 namespace cpu {
 VRT_BACKEND_ENTRY_POINTS
+template <typename T, typename I, containerType C>
+sycl::event make_transpose_impl(sycl::queue& queue, transpose op, matrix_handle* A,
+                                matrix_handle* B, const std::vector<sycl::event>& deps);
 }  // namespace cpu
 
 #undef VRT_BACKEND_ENTRY_POINTS

@@ -62,8 +62,10 @@ sparseStructSelection do_transpose_and_select_sparse_struct(
 
 sycl::event dispatch_make_transpose(sycl::queue& queue, transpose op, matrix_handle* src,
                                     matrix_handle* dst, const std::vector<sycl::event>& deps) {
+  const bool on_cpu = queue.get_device().is_cpu();
   return visit_variant(src, "omatcopy", [&]<typename T, typename I, containerType C>() {
-    return gpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps);
+    return on_cpu ? cpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps)
+                  : gpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps);
   });
 }
 

@@ -321,6 +321,53 @@ TYPED_TEST(Transpose, ExplicitTransposesMatchTheReference) {
   }
 }
 
+// On a CPU queue the host engine transposes: rows come out sorted, so arrays match exactly.
+TYPED_TEST(Transpose, OnTheCpuDeviceTheHostEngineTransposes) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{sycl::cpu_selector_v};
+  const auto wide = vrt_test::random_csr<T, I>(40, 300, 6, 5, 1);
+  const auto large = vrt_test::random_csr<T, I>(20000, 3000, 8, 13, 0);  // split between threads
+  const auto no_columns = vrt_test::random_csr<T, I>(5, 0, 3, 7);
+  for (const auto* A : {&wide, &large, &no_columns}) {
+    for (model m : {model::usm, model::buffer}) {
+      for (vrt::transpose op : {vrt::transpose::trans, vrt::transpose::conjtrans}) {
+        device_matrix<T, I> D(q, m, *A);
+        const auto got = own_transpose(q, D, op);
+        const auto want = reference_transpose(*A, op == vrt::transpose::conjtrans);
+        EXPECT_EQ(got.base, 0);
+        EXPECT_EQ(got.row_ptr, want.row_ptr);
+        EXPECT_EQ(got.col_ind, want.col_ind);
+        EXPECT_EQ(got.values, want.values);
+        // Into a second handle bound one-based, arrays of the right sizes holding garbage.
+        auto target = want;
+        for (auto& r : target.row_ptr) r = I(-1);
+        std::fill(target.col_ind.begin(), target.col_ind.end(), I(-1));
+        target.base = 1;
+        device_matrix<T, I> B(q, m, target);
+        vs::omatcopy(q, op, D.h, B.h).wait();
+        const auto copy = B.read(A->ncols, A->nrows, 1);
+        for (std::size_t r = 0; r < copy.row_ptr.size(); ++r)
+          ASSERT_EQ(copy.row_ptr[r], want.row_ptr[r] + 1) << r;
+        for (std::size_t k = 0; k < copy.col_ind.size(); ++k)
+          ASSERT_EQ(copy.col_ind[k], want.col_ind[k] + 1) << k;
+        EXPECT_EQ(copy.values, want.values);
+      }
+    }
+  }
+  const auto small = vrt_test::random_csr<T, I>(6, 6, 3, 11);
+  device_matrix<T, I> D(q, model::usm, small);
+  device_matrix<T, I> S(q, model::usm, small, false);
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::omatcopy(q, vrt::transpose::trans, S.h, D.h); },
+      "orvane::vrt::sparse::omatcopy: invalid argument: Either both input `a` and output `a^T` "
+      "arrays must be emptyor both must be allocated with `a^T` at least as long as `a`");
+  // Structure only on both sides.
+  vs::omatcopy(q, vrt::transpose::trans, S.h, S.h).wait();
+  EXPECT_EQ(S.h->transposed->values, nullptr);
+  EXPECT_EQ(S.h->transposed->nnz, D.h->primary->nnz);
+}
+
 TYPED_TEST(Transpose, HostMemoryTakesTheSingleWorkItemPathWithSortedRows) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;

@@ -52,8 +52,12 @@ def main():
         checks = []
         for op in ["n", "t", "c"]:
             want = {"n": Av, "t": Av.T, "c": Av.conj().T}[op]
-            got = run(driver, common + ["--format", fmt, "--routine", "omatcopy", "--op", op])
-            checks.append((f"omatcopy --op {op} --format {fmt}", same_entries(got, want)))
+            # The CPU device transposes CSR in the host engine.
+            for device in ["emu-a2", "cpu"]:
+                got = run(driver, common + ["--format", fmt, "--routine", "omatcopy", "--op", op,
+                                            "--device", device])
+                checks.append((f"omatcopy --op {op} --format {fmt} on {device}",
+                               same_entries(got, want)))
         # The sorted matrix: the same entries, and the file lists each row's columns ascending;
         # on the emulated GPU and on the CPU (the host engine).
         for device in ["emu-a2", "cpu"]:

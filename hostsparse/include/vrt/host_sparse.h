@@ -109,6 +109,11 @@ typedef struct vrt_host_matrix* host_matrix_t;
  * export_csr: the arrays of a product made by vrt_sparse_sp2m_* (owned by the product and
  *         valid until it is destroyed), with the product's index base; or the caller's
  *         arrays of a CSR matrix.
+ * csr_transpose: op(A) (11 or 12; 10 is SPARSE_STATUS_NOT_SUPPORTED) of the CSR arrays given,
+ *         written into the caller's out_rows_start (cols + 1 entries), out_col_indx and
+ *         out_values (nnz entries each) with index base out_base; no matrix object is involved.
+ *         values and out_values are both null for a structure only. Rows of the result come out
+ *         sorted by column.
  */
 #define VRT_HOST_SPARSE_TYPED(p, T, i, I)                                                       \
   sparse_status_t vrt_sparse_##p##_create_csr_##i(host_matrix_t* A, int index_base, I rows,     \
@@ -133,7 +138,11 @@ typedef struct vrt_host_matrix* host_matrix_t;
   sparse_status_t vrt_sparse_##p##_do_order_##i(host_matrix_t A);                               \
   sparse_status_t vrt_sparse_##p##_export_csr_##i(host_matrix_t C, int* index_base, I* rows,    \
                                                   I* cols, I** rows_start, I** rows_end,        \
-                                                  I** col_indx, T** values);
+                                                  I** col_indx, T** values);                    \
+  sparse_status_t vrt_sparse_##p##_csr_transpose_##i(                                           \
+      host_operation_t op, int index_base, I rows, I cols, const I* rows_start,                 \
+      const I* rows_end, const I* col_indx, const T* values, int out_base, I* out_rows_start,   \
+      I* out_col_indx, T* out_values);
 
 /* Per index width:
  *

@@ -51,6 +51,10 @@ T conj_value(T v, bool conj) {
 }
 
 inline constexpr const char* omatcopy_word = "omatcopy";
+// Input and output of a transpose must both have values or both be structures only.
+inline constexpr const char* values_mismatch =
+    "Either both input `a` and output `a^T` arrays must be emptyor both must be allocated with "
+    "`a^T` at least as long as `a`";
 
 // Host or unknown USM cannot take device atomics: one work-item does the work there.
 template <containerType C>
@@ -75,9 +79,7 @@ template <typename T, typename I, containerType C>
 sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructure* in,
                                  sparseStructure* out, const std::vector<sycl::event>& deps) {
   if ((in->values == nullptr) != (out->values == nullptr))
-    throw invalid_argument("sparse", omatcopy_word,
-                           "Either both input `a` and output `a^T` arrays must be emptyor both "
-                           "must be allocated with `a^T` at least as long as `a`");
+    throw invalid_argument("sparse", omatcopy_word, values_mismatch);
   set_nnz_value(queue, in, deps).wait();
   void* total = allocate_device_container<long>(1, queue, C);
   if (total == nullptr) throw device_bad_alloc("sparse", omatcopy_word, queue.get_device());
@@ -234,9 +236,7 @@ template <typename T, typename I, containerType C>
 sycl::event coo_transpose_kernel(sycl::queue& queue, transpose op, sparseStructure* in,
                                  sparseStructure* out, const std::vector<sycl::event>& deps) {
   if ((in->values == nullptr) != (out->values == nullptr))
-    throw invalid_argument("sparse", omatcopy_word,
-                           "Either both input `a` and output `a^T` arrays must be emptyor both "
-                           "must be allocated with `a^T` at least as long as `a`");
+    throw invalid_argument("sparse", omatcopy_word, values_mismatch);
   const auto nnz = static_cast<std::size_t>(in->nnz);
   const I shift = static_cast<I>((out->index != 0) - (in->index != 0));
   const bool conj = op == transpose::conjtrans && is_complex_v<T>;

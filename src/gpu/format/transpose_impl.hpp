@@ -5,6 +5,16 @@
 
 namespace orvane::vrt::sparse::gpu {
 
+// Where the CSR transpose itself runs: the device kernels here; CPU queues substitute the host
+// engine and keep the frames below.
+struct device_csr_transpose {
+  template <typename T, typename I, containerType C>
+  static sycl::event run(sycl::queue& queue, transpose op, sparseStructure* in,
+                         sparseStructure* out, const std::vector<sycl::event>& deps) {
+    return kernels::csr_transpose_kernel<T, I, C>(queue, op, in, out, deps);
+  }
+};
+
 namespace detail {
 inline constexpr const char* not_fully_initialized =
     "Only supports transpose on fully initialized matrix handles. Please call set_xxx_data "
@@ -22,7 +32,7 @@ inline void check_frame(matrix_handle* A, matrix_handle* B, bool same_handle_ski
 }
 
 // The library's own transpose of A, kept in the slot of op and owned by it.
-template <typename T, typename I, containerType C>
+template <typename T, typename I, containerType C, typename CsrTranspose>
 sycl::event build_own_transpose(sycl::queue& queue, transpose op, matrix_handle* A,
                                 const std::vector<sycl::event>& deps) {
   sparseStructure* in = A->primary;
@@ -59,7 +69,7 @@ sycl::event build_own_transpose(sycl::queue& queue, transpose op, matrix_handle*
     set_coo_data_impl(out, in->ncols, in->nrows, in->nnz, index_base::zero, in->fp_type,
                       in->int_type, C, row_ptr, col_ind, values, true);
   try {
-    return csr ? kernels::csr_transpose_kernel<T, I, C>(queue, op, in, out, {})
+    return csr ? CsrTranspose::template run<T, I, C>(queue, op, in, out, {})
                : kernels::coo_transpose_kernel<T, I, C>(queue, op, in, out, {});
   } catch (...) {
     // The structure owns its arrays: releasing it frees them.
@@ -70,19 +80,19 @@ sycl::event build_own_transpose(sycl::queue& queue, transpose op, matrix_handle*
 }  // namespace detail
 
 namespace csr {
-template <typename T, typename I, containerType C>
+template <typename T, typename I, containerType C, typename CsrTranspose>
 sycl::event transpose_impl(sycl::queue& queue, transpose op, matrix_handle* A, matrix_handle* B,
                            const std::vector<sycl::event>& deps) {
   if (op == transpose::nontrans) throw computation_error("sparse", "omatcopy", "internal error");
   if (A->primary->format != format_csr)
     throw invalid_argument("sparse", "omatcopy", detail::not_fully_initialized);
-  if (A == B) return detail::build_own_transpose<T, I, C>(queue, op, A, deps);
+  if (A == B) return detail::build_own_transpose<T, I, C, CsrTranspose>(queue, op, A, deps);
   if (B->primary->format != format_csr)
     throw invalid_argument("sparse", "omatcopy", detail::not_fully_initialized);
   sparseStructure* stored = op == transpose::conjtrans ? A->conj_transposed : A->transposed;
   if (stored != nullptr && stored->format == format_csr)
     return kernels::omatcopy_kernel<T, I, C>(queue, stored, B->primary, deps);
-  return kernels::csr_transpose_kernel<T, I, C>(queue, op, A->primary, B->primary, deps);
+  return CsrTranspose::template run<T, I, C>(queue, op, A->primary, B->primary, deps);
 }
 
 template <typename T, typename I, containerType C>
@@ -104,7 +114,7 @@ sycl::event transpose_impl(sycl::queue& queue, transpose op, matrix_handle* A, m
   if (op == transpose::nontrans) throw computation_error("sparse", "omatcopy", "internal error");
   if (A->primary->format != format_coo)
     throw invalid_argument("sparse", "omatcopy", detail::not_fully_initialized);
-  if (A == B) return detail::build_own_transpose<T, I, C>(queue, op, A, deps);
+  if (A == B) return detail::build_own_transpose<T, I, C, device_csr_transpose>(queue, op, A, deps);
   if (B->primary->format != format_coo)
     throw invalid_argument("sparse", "omatcopy", detail::not_fully_initialized);
   return kernels::coo_transpose_kernel<T, I, C>(queue, op, A->primary, B->primary, deps);
@@ -122,13 +132,21 @@ sycl::event omatcopy_impl(sycl::queue& queue, transpose op, matrix_handle* A, ma
 }
 }  // namespace coo
 
+// The frame of an explicit transpose with the CSR step of the caller's choice.
+template <typename T, typename I, containerType C, typename CsrTranspose>
+sycl::event make_transpose_with(sycl::queue& queue, transpose op, matrix_handle* A,
+                                matrix_handle* B, const std::vector<sycl::event>& deps) {
+  detail::check_frame(A, B, true);
+  return A->primary->format == format_csr
+             ? csr::transpose_impl<T, I, C, CsrTranspose>(queue, op, A, B, deps)
+             : coo::transpose_impl<T, I, C>(queue, op, A, B, deps);
+}
+
 // gpu::?transpose_impl: what dispatch_make_transpose reaches.
 template <typename T, typename I, containerType C>
 sycl::event make_transpose_impl(sycl::queue& queue, transpose op, matrix_handle* A,
                                 matrix_handle* B, const std::vector<sycl::event>& deps) {
-  detail::check_frame(A, B, true);
-  return A->primary->format == format_csr ? csr::transpose_impl<T, I, C>(queue, op, A, B, deps)
-                                          : coo::transpose_impl<T, I, C>(queue, op, A, B, deps);
+  return make_transpose_with<T, I, C, device_csr_transpose>(queue, op, A, B, deps);
 }
 
 template <typename T, typename I, containerType C>
