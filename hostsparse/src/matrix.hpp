@@ -151,6 +151,7 @@ struct typed_matrix : vrt_host_matrix {
   std::unique_ptr<row_shapes> shapes;
   bool shapes_tried = false;  // set by optimize; calls before it read columns
   std::unique_ptr<solve_plan<I>> plans[2][2];  // [transposed][lower]
+  std::vector<T> workspace;  // scratch of products kept between calls, taken under `lock`
 
   typed_matrix() {
     value_tag = vrt_host::value_tag<T>();

@@ -1,9 +1,11 @@
+
 // y = alpha op(A) x + beta y, and the same with the dot product of x and the new y.
 //
-// Rows of op(A) that are rows of a stored structure are gathered: each thread owns a range of
-// rows balanced by entries. A transposed product, and the mirrored half of a symmetric matrix
-// without the transpose's rows (optimize makes them after a hint), are scattered instead:
-// y[j] += a_ij x[i] into per-thread buffers that are added up at the end, so no atomics.
+// Rows of op(A) that are rows of a stored structure are gathered, in chunks of rows balanced by
+// entries that free threads claim in turn. A transposed product, and the mirrored half of a
+// symmetric matrix without the transpose's rows (optimize makes them after a hint), are
+// scattered instead: y[j] += a_ij x[i] into per-thread buffers that are added up at the end, so
+// no atomics.
 #include <algorithm>
 
 #include "kernels.hpp"
@@ -78,19 +80,23 @@ T gather_rows(const mv_plan<T, I>& p, std::int64_t lo, std::int64_t hi, T alpha,
   return dot;
 }
 
-// Rows lo..hi of a general matrix by their shapes: no column indices are read.
+// Rows lo..hi of a general matrix by their shapes: no column indices are read. Shapes exist only
+// for rows stored back to back, so the values of row i + 1 follow those of row i.
 template <typename T, typename I>
 T shaped_rows(const mv_plan<T, I>& p, const row_shapes& s, std::int64_t lo, std::int64_t hi,
               T alpha, const T* x, T beta, T* y, std::int64_t dot_len) {
   const csr_view<T, I>& v = p.rows;
-  const T* val = v.val;
-  const I base = v.base;
+  if (lo >= hi) return T(0);
+  const T* a = v.val + (v.begin[lo] - v.base);
+  const std::uint8_t* shape = s.shape.data();
+  const std::int32_t* start = s.start.data();
+  const std::int32_t* length = s.length.data();
+  const std::int32_t* delta = s.delta.data();
   T dot = T(0);
   for (std::int64_t i = lo; i < hi; ++i) {
-    const std::int32_t shape = s.shape[i];
-    const std::int32_t* d = s.delta.data() + s.start[shape];
-    const std::int32_t len = s.length[shape];
-    const T* a = val + (v.begin[i] - base);
+    const std::int32_t sh = shape[i];
+    const std::int32_t* d = delta + start[sh];
+    const std::int32_t len = length[sh];
     const T* xi = x + i;
     T s0 = T(0), s1 = T(0);
     std::int32_t t = 0;
@@ -99,6 +105,7 @@ T shaped_rows(const mv_plan<T, I>& p, const row_shapes& s, std::int64_t lo, std:
       s1 += mul(a[t + 1], xi[d[t + 1]]);
     }
     if (t < len) s0 += mul(a[t], xi[d[t]]);
+    a += len;
     const T yi = finish(alpha, s0 + s1, beta, y[i]);
     y[i] = yi;
     if (i < dot_len) dot += mul(x[i], yi);
@@ -148,20 +155,32 @@ sparse_status_t mv(host_operation_t op, T alpha, host_matrix_t handle, host_matr
     const row_shapes* shapes = nullptr;
     if (A->optimized && descr.type == HOST_MATRIX_TYPE_GENERAL && op == HOST_OPERATION_NON_TRANSPOSE)
       shapes = shapes_of(*A);
+    // Gathered rows go in chunks claimed by whichever thread is free; each chunk keeps its
+    // part of the dot product, summed in chunk order, so the result is the same on any team.
+    const std::int64_t chunks = chunk_count(A->nnz + p.out_len);
+    auto bounds = [&](std::int64_t c) {
+      return std::pair{row_boundary(v.begin, v.end, v.rows, v.monotone, static_cast<int>(c),
+                                    static_cast<int>(chunks)),
+                       row_boundary(v.begin, v.end, v.rows, v.monotone, static_cast<int>(c + 1),
+                                    static_cast<int>(chunks))};
+    };
+    std::vector<T> chunk_dot(with_dot && p.scatter.none ? static_cast<std::size_t>(chunks) : 0, T(0));
     if (shapes != nullptr) {
-      run_team(threads, [&](int t, int n) {
-        const std::int64_t lo = row_boundary(v.begin, v.end, v.rows, v.monotone, t, n);
-        const std::int64_t hi = row_boundary(v.begin, v.end, v.rows, v.monotone, t + 1, n);
-        partial[t] = shaped_rows(p, *shapes, lo, hi, alpha, x, beta, y, dot_len);
+      run_chunks(threads, chunks, [&](std::int64_t c) {
+        const auto [lo, hi] = bounds(c);
+        const T d = shaped_rows(p, *shapes, lo, hi, alpha, x, beta, y, dot_len);
+        if (with_dot) chunk_dot[c] = d;
       });
+      for (const T& d : chunk_dot) partial[0] += d;
     } else if (p.scatter.none) {
-      run_team(threads, [&](int t, int n) {
-        const std::int64_t lo = row_boundary(v.begin, v.end, v.rows, v.monotone, t, n);
-        const std::int64_t hi = row_boundary(v.begin, v.end, v.rows, v.monotone, t + 1, n);
-        with_flags<T>(filtered, v.perm != nullptr, p.conj, [&]<bool F, bool P, bool C>() {
-          partial[t] = gather_rows<F, P, C>(p, lo, hi, alpha, x, beta, y, dot_len);
+      with_flags<T>(filtered, v.perm != nullptr, p.conj, [&]<bool F, bool P, bool C>() {
+        run_chunks(threads, chunks, [&](std::int64_t c) {
+          const auto [lo, hi] = bounds(c);
+          const T d = gather_rows<F, P, C>(p, lo, hi, alpha, x, beta, y, dot_len);
+          if (with_dot) chunk_dot[c] = d;
         });
       });
+      for (const T& d : chunk_dot) partial[0] += d;
     } else {
       // The thread whose scatters stay inside its own rows writes y directly: the first for a
       // lower triangle mirrored upwards, the last for an upper one, the first when nothing is

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #if defined(_OPENMP)
@@ -72,6 +73,32 @@ std::int64_t row_boundary(const I* begin, const I* end, std::int64_t rows, bool 
       hi = mid;
   }
   return lo;
+}
+
+// Runs fn(ctx, c) for every c in [0, chunks), claimed in order by the calling thread and by up
+// to threads - 1 helper threads that join if they wake in time. The caller never waits for a
+// helper that has not claimed a chunk: on a busy machine a late helper costs nothing, where a
+// fork-join team would stall on it. fn must not throw.
+void run_chunks_erased(int threads, std::int64_t chunks, void (*fn)(void*, std::int64_t),
+                       void* ctx);
+
+template <typename Body>
+void run_chunks(int threads, std::int64_t chunks, Body&& body) {
+  if (threads <= 1 || chunks <= 1) {
+    for (std::int64_t c = 0; c < chunks; ++c) body(c);
+    return;
+  }
+  using B = std::remove_reference_t<Body>;
+  run_chunks_erased(
+      threads, chunks, [](void* b, std::int64_t c) { (*static_cast<B*>(b))(c); },
+      const_cast<void*>(static_cast<const void*>(&body)));
+}
+
+// Chunks for `work` units: enough that threads finishing at different times even out, few
+// enough that claiming one costs nothing. It never depends on the team, so results do not
+// either.
+inline std::int64_t chunk_count(std::int64_t work) {
+  return std::clamp<std::int64_t>(work / 16384, 1, 1024);
 }
 
 // Boundaries splitting n items evenly.
