@@ -9,7 +9,8 @@ namespace vrt_host {
 
 namespace {
 
-// Sorts entries [first, last) of the arrays by key, values alongside; `order` is scratch.
+// Sorts entries [first, last) of the arrays by key, values alongside, keeping equal keys in
+// their order; `order` is scratch.
 template <typename T, typename I, typename Key>
 void sort_range(I* cols, T* vals, std::int64_t first, std::int64_t last, Key&& key,
                 std::vector<std::int64_t>& order, std::vector<I>& c_tmp, std::vector<T>& v_tmp) {
@@ -26,6 +27,39 @@ void sort_range(I* cols, T* vals, std::int64_t first, std::int64_t last, Key&& k
   }
   std::copy(c_tmp.begin(), c_tmp.end(), cols + first);
   std::copy(v_tmp.begin(), v_tmp.end(), vals + first);
+}
+
+// Short rows: insertion sort in place, stable, without scratch.
+template <typename T, typename I>
+void insertion_sort_row(I* cols, T* vals, std::int64_t n) {
+  for (std::int64_t k = 1; k < n; ++k) {
+    const I c = cols[k];
+    if (cols[k - 1] <= c) continue;
+    const T v = vals[k];
+    std::int64_t j = k;
+    for (; j > 0 && cols[j - 1] > c; --j) {
+      cols[j] = cols[j - 1];
+      vals[j] = vals[j - 1];
+    }
+    cols[j] = c;
+    vals[j] = v;
+  }
+}
+
+// Longer rows: (column, position) pairs sorted directly, which keeps equal columns in order
+// and compares without indirection; then values are gathered by position.
+template <typename T, typename I>
+void pair_sort_row(I* cols, T* vals, std::int64_t n, std::vector<std::pair<I, I>>& keys,
+                   std::vector<T>& v_tmp) {
+  keys.resize(static_cast<std::size_t>(n));
+  for (std::int64_t k = 0; k < n; ++k) keys[k] = {cols[k], static_cast<I>(k)};
+  std::sort(keys.begin(), keys.end());
+  v_tmp.resize(static_cast<std::size_t>(n));
+  for (std::int64_t k = 0; k < n; ++k) {
+    cols[k] = keys[k].first;
+    v_tmp[k] = vals[keys[k].second];
+  }
+  std::copy(v_tmp.begin(), v_tmp.end(), vals);
 }
 
 template <typename T, typename I>
@@ -50,14 +84,17 @@ sparse_status_t do_order(host_matrix_t handle) {
       I* cols = A->col_indx;
       team crew(A->nnz * 4);
       run_team(crew.size(), [&](int t, int threads) {
-        std::vector<std::int64_t> order;
-        std::vector<I> c_tmp;
+        std::vector<std::pair<I, I>> keys;
         std::vector<T> v_tmp;
-        for (std::int64_t i = even_split(n, t, threads); i < even_split(n, t + 1, threads); ++i) {
+        const std::int64_t lo = row_boundary(A->rows_start, A->rows_end, n, A->monotone, t, threads);
+        const std::int64_t hi =
+            row_boundary(A->rows_start, A->rows_end, n, A->monotone, t + 1, threads);
+        for (std::int64_t i = lo; i < hi; ++i) {
           const std::int64_t first = A->rows_start[i] - A->base, last = A->rows_end[i] - A->base;
-          if (std::is_sorted(cols + first, cols + last)) continue;
-          sort_range(cols, A->values, first, last, [&](std::int64_t k) { return cols[k]; }, order,
-                     c_tmp, v_tmp);
+          if (last - first <= 32)
+            insertion_sort_row(cols + first, A->values + first, last - first);
+          else if (!std::is_sorted(cols + first, cols + last))
+            pair_sort_row(cols + first, A->values + first, last - first, keys, v_tmp);
         }
       });
     }

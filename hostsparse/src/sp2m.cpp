@@ -5,6 +5,7 @@
 // dense accumulator per thread and sorts each row. C owns its arrays.
 #include <algorithm>
 
+#include "huge_pages.hpp"
 #include "kernels.hpp"
 #include "team.hpp"
 
@@ -71,10 +72,13 @@ void count(const operands<T, I>& o, const std::vector<std::int64_t>& work, int t
            std::vector<I>& ptr) {
   const std::int64_t rows = o.a.rows;
   const std::size_t width = static_cast<std::size_t>(o.b.cols);
+  reserve_on_huge_pages(ptr, static_cast<std::size_t>(rows) + 1);
   ptr.assign(static_cast<std::size_t>(rows) + 1, 0);
-  std::vector<std::int64_t> marks(width * static_cast<std::size_t>(threads), -1);
+  // Each thread clears its own markers: first touches spread over the team.
+  const auto marks = uninitialised_array<std::int64_t>(width * static_cast<std::size_t>(threads));
   run_team(threads, [&](int t, int n) {
-    std::int64_t* mark = marks.data() + width * static_cast<std::size_t>(t);
+    std::int64_t* mark = marks.get() + width * static_cast<std::size_t>(t);
+    std::fill(mark, mark + width, std::int64_t{-1});
     const auto [lo, hi] = rows_of_thread(work, t, n);
     for (std::int64_t i = lo; i < hi; ++i) {
       I c = 0;
@@ -96,11 +100,13 @@ template <bool Values, bool Known, typename T, typename I>
 void fill(const operands<T, I>& o, const std::vector<std::int64_t>& work, int threads,
           const std::vector<I>& ptr, I* col, T* val) {
   const std::size_t width = static_cast<std::size_t>(o.b.cols);
-  std::vector<std::int64_t> marks(Known ? 0 : width * static_cast<std::size_t>(threads), -1);
-  std::vector<T> sums(Values ? width * static_cast<std::size_t>(threads) : 0);
+  const auto marks =
+      uninitialised_array<std::int64_t>(Known ? 0 : width * static_cast<std::size_t>(threads));
+  const auto sums = uninitialised_array<T>(Values ? width * static_cast<std::size_t>(threads) : 0);
   run_team(threads, [&](int t, int n) {
-    std::int64_t* mark = Known ? nullptr : marks.data() + width * static_cast<std::size_t>(t);
-    T* sum = Values ? sums.data() + width * static_cast<std::size_t>(t) : nullptr;
+    std::int64_t* mark = Known ? nullptr : marks.get() + width * static_cast<std::size_t>(t);
+    T* sum = Values ? sums.get() + width * static_cast<std::size_t>(t) : nullptr;
+    if (!Known) std::fill(mark, mark + width, std::int64_t{-1});
     const auto [lo, hi] = rows_of_thread(work, t, n);
     auto row = [&]<bool ConjA, bool ConjB>(std::int64_t i) {
       const std::int64_t first = ptr[i], last = ptr[i + 1];
@@ -203,8 +209,13 @@ sparse_status_t product(typed_matrix<T, I>& A, host_operation_t opA, typed_matri
     } else {
       std::vector<I> ptr;
       count(o, work, threads, ptr);
-      std::vector<I> col(static_cast<std::size_t>(ptr.back()));
-      std::vector<T> val(col.size(), T(0));
+      const auto entries = static_cast<std::size_t>(ptr.back());
+      std::vector<I> col;
+      std::vector<T> val;
+      reserve_on_huge_pages(col, entries);
+      reserve_on_huge_pages(val, entries);
+      col.resize(entries);
+      val.assign(entries, T(0));
       if (request == HOST_REQUEST_FULL_MULT)
         fill<true, false>(o, work, threads, ptr, col.data(), val.data());
       else

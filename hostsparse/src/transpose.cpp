@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "huge_pages.hpp"
 #include "matrix.hpp"
 #include "team.hpp"
 
@@ -75,12 +76,12 @@ template <typename T, typename I>
 void transpose_parallel(const transpose_call<T, I>& c, int threads) {
   const auto cols = static_cast<std::size_t>(c.cols);
   // counts[t * cols + j]: entries of column j in the rows of thread t; then that thread's cursor.
-  std::vector<I> counts(static_cast<std::size_t>(threads) * cols);
+  const auto counts = uninitialised_array<I>(static_cast<std::size_t>(threads) * cols);
   std::vector<std::int64_t> block_sum(static_cast<std::size_t>(threads) + 1, 0);
   run_team(threads, [&](int t, int parts) {
     const std::int64_t first = row_boundary(c.begin, c.end, c.rows, true, t, parts);
     const std::int64_t last = row_boundary(c.begin, c.end, c.rows, true, t + 1, parts);
-    I* mine = counts.data() + static_cast<std::size_t>(t) * cols;
+    I* mine = counts.get() + static_cast<std::size_t>(t) * cols;
     std::fill(mine, mine + cols, I(0));
     for (std::int64_t r = first; r < last; ++r) {
       const std::int64_t e = static_cast<std::int64_t>(c.end[r]) - c.base;
