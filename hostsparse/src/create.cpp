@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "matrix.hpp"
+#include "row_pointers.hpp"
 
 namespace vrt_host {
 
@@ -12,15 +13,8 @@ sparse_status_t create_csr(host_matrix_t* A, int base, I rows, I cols, I* rows_s
     if (A == nullptr || rows < 0 || cols < 0 || (base != 0 && base != 1) ||
         (rows > 0 && (rows_start == nullptr || rows_end == nullptr)))
       return SPARSE_STATUS_INVALID_VALUE;
-    // One pass over the row pointers: rows must not end before they start, and knowing that
-    // they ascend lets every call split rows by a binary search.
-    bool monotone = true;
-    std::int64_t nnz = 0;
-    for (I i = 0; i < rows; ++i) {
-      if (rows_end[i] < rows_start[i] || rows_start[i] < base) return SPARSE_STATUS_INVALID_VALUE;
-      if (i > 0 && rows_start[i] < rows_start[i - 1]) monotone = false;
-      nnz += rows_end[i] - rows_start[i];
-    }
+    const auto [valid, monotone, nnz] = scan_row_pointers(rows_start, rows_end, rows, base);
+    if (!valid) return SPARSE_STATUS_INVALID_VALUE;
     if (nnz > 0 && (col_indx == nullptr || values == nullptr)) return SPARSE_STATUS_INVALID_VALUE;
     auto m = std::make_unique<typed_matrix<T, I>>();
     m->fmt = format::csr;

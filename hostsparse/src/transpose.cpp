@@ -9,6 +9,7 @@
 
 #include "huge_pages.hpp"
 #include "matrix.hpp"
+#include "row_pointers.hpp"
 #include "team.hpp"
 
 namespace vrt_host {
@@ -135,13 +136,8 @@ sparse_status_t csr_transpose(host_operation_t op, int base, I rows, I cols, con
         out_rows_start == nullptr || (rows > 0 && (rows_start == nullptr || rows_end == nullptr)) ||
         (values == nullptr) != (out_values == nullptr))
       return SPARSE_STATUS_INVALID_VALUE;
-    bool monotone = true;
-    std::int64_t nnz = 0;
-    for (I i = 0; i < rows; ++i) {
-      if (rows_end[i] < rows_start[i] || rows_start[i] < base) return SPARSE_STATUS_INVALID_VALUE;
-      if (i > 0 && rows_start[i] < rows_start[i - 1]) monotone = false;
-      nnz += rows_end[i] - rows_start[i];
-    }
+    const auto [valid, monotone, nnz] = scan_row_pointers(rows_start, rows_end, rows, base);
+    if (!valid) return SPARSE_STATUS_INVALID_VALUE;
     if (nnz > 0 && (col_indx == nullptr || out_col_indx == nullptr))
       return SPARSE_STATUS_INVALID_VALUE;
     const transpose_call<T, I> call{rows,       cols,         static_cast<I>(base),
