@@ -110,6 +110,11 @@ struct solve_plan {
   std::vector<I> diag;       // value position of each row's diagonal (in order), -1 if none
   bool parallel = false;
   bool missing_diagonal = false;
+  // When every row's strict triangle lies back to back in the caller's arrays (sorted CSR
+  // rows), the plan keeps where it starts instead of copies: entry t of row r is column
+  // col_indx[first[r] + t] - base with value values[first[r] + t]; col and pos stay empty.
+  std::vector<I> first;
+  bool in_place = false;
 };
 
 // Rows described by a few shapes: the columns of row i are i + delta[start[shape[i]] + t] for

@@ -1,19 +1,16 @@
-// Triangular solve plans, made by optimize after a solve hint: rows grouped in level sets
-// (a row's level is one more than the deepest level it depends on), the strict triangle of
-// each row copied out in solve order so a solve streams through it without testing columns.
-// Levels are solved in parallel only when they are wide enough to pay for a barrier each;
-// otherwise the plan keeps the natural order and one level, and the solve is serial.
+// Triangular solve plans, made by optimize after a solve hint: the strict triangle of each row
+// copied out in solve order, so a solve streams through it without testing columns. Solves are
+// serial. Level sets with a barrier a level lost to the serial sweep on two threads, and by
+// far on a busy machine (a power-law triangle: 174 ms against 27); so did threads solving
+// neighbouring chunks of rows and waiting on flags of the rows they need, because a thread
+// descheduled inside its chunk stalls every later chunk that reads one of its rows.
 #include <algorithm>
 
 #include "matrix.hpp"
-#include "team.hpp"
 
 namespace vrt_host {
 
 namespace {
-
-// Rows per level, on average, below which barriers cost more than two threads save.
-constexpr std::int64_t least_rows_per_level = 16384;
 
 template <typename T, typename I>
 std::unique_ptr<solve_plan<I>> make_plan(const csr_view<T, I>& v, bool lower) {
@@ -23,35 +20,10 @@ std::unique_ptr<solve_plan<I>> make_plan(const csr_view<T, I>& v, bool lower) {
   auto position = [&](std::int64_t k) -> I { return v.perm != nullptr ? v.perm[k] : static_cast<I>(k); };
   auto depends = [&](std::int64_t i, std::int64_t j) { return lower ? j < i : j > i; };
 
-  // Levels, walking rows in dependency order.
-  std::vector<I> level(static_cast<std::size_t>(n), 0);
-  std::int64_t depth = n > 0 ? 1 : 0;
-  for (std::int64_t s_ = 0; s_ < n; ++s_) {
-    const std::int64_t i = lower ? s_ : n - 1 - s_;
-    I l = 0;
-    for (std::int64_t k = v.begin[i] - base; k < v.end[i] - base; ++k) {
-      const std::int64_t j = v.col[k] - base;
-      if (depends(i, j)) l = std::max<I>(l, level[j] + 1);
-    }
-    level[i] = l;
-    depth = std::max<std::int64_t>(depth, static_cast<std::int64_t>(l) + 1);
-  }
-  s->parallel = max_team() > 1 && n >= least_rows_per_level * depth;
-
+  // Natural order, one level: solved serially.
   s->order.resize(static_cast<std::size_t>(n));
-  if (s->parallel) {
-    s->level_ptr.assign(static_cast<std::size_t>(depth) + 1, 0);
-    for (std::int64_t i = 0; i < n; ++i) ++s->level_ptr[level[i] + 1];
-    for (std::int64_t l = 0; l < depth; ++l) s->level_ptr[l + 1] += s->level_ptr[l];
-    std::vector<I> cursor(s->level_ptr.begin(), s->level_ptr.end() - 1);
-    for (std::int64_t s_ = 0; s_ < n; ++s_) {
-      const std::int64_t i = lower ? s_ : n - 1 - s_;
-      s->order[cursor[level[i]]++] = static_cast<I>(i);
-    }
-  } else {
-    s->level_ptr = {0, static_cast<I>(n)};
-    for (std::int64_t s_ = 0; s_ < n; ++s_) s->order[s_] = static_cast<I>(lower ? s_ : n - 1 - s_);
-  }
+  s->level_ptr = {0, static_cast<I>(n)};
+  for (std::int64_t s_ = 0; s_ < n; ++s_) s->order[s_] = static_cast<I>(lower ? s_ : n - 1 - s_);
 
   // The strict triangle of each row in solve order, and its diagonal.
   s->ptr.assign(static_cast<std::size_t>(n) + 1, 0);
@@ -70,6 +42,28 @@ std::unique_ptr<solve_plan<I>> make_plan(const csr_view<T, I>& v, bool lower) {
     }
     s->ptr[r + 1] = s->ptr[r] + count;
     if (s->diag[r] == I(-1)) s->missing_diagonal = true;
+  }
+  // Strict triangles back to back in the caller's arrays are read there: 12 bytes an entry
+  // rather than 16 for a copied column and value position.
+  if (v.perm == nullptr) {
+    std::vector<I> first(static_cast<std::size_t>(n));
+    bool in_place = true;
+    for (std::int64_t r = 0; r < n && in_place; ++r) {
+      const std::int64_t i = s->order[r];
+      std::int64_t lo = -1, hi = -1;
+      for (std::int64_t k = v.begin[i] - base; k < v.end[i] - base; ++k) {
+        if (!depends(i, v.col[k] - base)) continue;
+        if (lo < 0) lo = k;
+        else if (k != hi) in_place = false;
+        hi = k + 1;
+      }
+      first[r] = static_cast<I>(lo < 0 ? 0 : lo);
+    }
+    if (in_place) {
+      s->first = std::move(first);
+      s->in_place = true;
+      return s;
+    }
   }
   s->col.resize(static_cast<std::size_t>(s->ptr[n]));
   s->pos.resize(static_cast<std::size_t>(s->ptr[n]));

@@ -3,13 +3,10 @@
 // A solve sweeps the rows of A, or of A^T for a transposed operation (where the triangle
 // flips): forward for a lower triangle, backward for an upper one. Without a plan the sweep
 // reads rows as stored and skips entries outside the triangle; with the plan optimize makes
-// after a solve hint it streams the prepared strict triangle, level by level across threads
-// when levels are wide.
+// after a solve hint it streams the prepared strict triangle.
 #include <algorithm>
-#include <atomic>
 
 #include "kernels.hpp"
-#include "team.hpp"
 
 namespace vrt_host {
 
@@ -44,19 +41,47 @@ inline void store_row(const solve_args<T>& a, std::int64_t i, std::int64_t c0, i
     at<RowMajor>(a.y, a.ldy, i, c0 + c) = mul(acc[c], inverse);
 }
 
-// Row i of a plan (position r in solve order), columns c0 .. c0 + width.
-template <bool Conj, bool RowMajor, int W, typename T, typename I>
-inline void planned_row(const solve_plan<I>& s, const T* val, std::int64_t r,
-                        const solve_args<T>& a, std::int64_t c0, int width) {
+// Row i of a plan (position r in solve order), columns c0 .. c0 + width. InPlace: the strict
+// triangle is read from the caller's arrays (cols, with `base`) at s.first[r].
+template <bool Conj, bool RowMajor, int W, bool InPlace, typename T, typename I>
+inline void planned_row(const solve_plan<I>& s, const T* val, const I* cols, I base,
+                        std::int64_t r, const solve_args<T>& a, std::int64_t c0, int width) {
   constexpr int N = W > 0 ? W : block_columns<T>();
-  const int cols = W > 0 ? W : width;
+  const int cols_ = W > 0 ? W : width;
   const std::int64_t i = s.order[r];
   T acc[N];
-  for (int c = 0; c < cols; ++c) acc[c] = mul(a.alpha, at<RowMajor>(a.x, a.ldx, i, c0 + c));
-  for (std::int64_t k = s.ptr[r]; k < s.ptr[r + 1]; ++k) {
-    const std::int64_t j = s.col[k];
-    const T v = maybe_conj<Conj>(val[s.pos[k]]);
-    for (int c = 0; c < cols; ++c) acc[c] -= mul(v, at<RowMajor>(a.y, a.ldy, j, c0 + c));
+  for (int c = 0; c < cols_; ++c) acc[c] = mul(a.alpha, at<RowMajor>(a.x, a.ldx, i, c0 + c));
+  const std::int64_t count = s.ptr[r + 1] - s.ptr[r];
+  const std::int64_t from = InPlace ? static_cast<std::int64_t>(s.first[r]) : static_cast<std::int64_t>(s.ptr[r]);
+  auto column = [&](std::int64_t k) -> std::int64_t {
+    if constexpr (InPlace)
+      return cols[k] - base;
+    else
+      return s.col[k];
+  };
+  auto value = [&](std::int64_t k) -> T {
+    if constexpr (InPlace)
+      return maybe_conj<Conj>(val[k]);
+    else
+      return maybe_conj<Conj>(val[s.pos[k]]);
+  };
+  std::int64_t k = from;
+  if constexpr (W == 1) {
+    // One right-hand side: two partial sums halve the chain of subtractions a long row waits
+    // on; the last entry, usually the row just solved, joins at the end.
+    if (count > 2) {
+      T s0 = T(0), s1 = T(0);
+      for (; k + 2 < from + count; k += 2) {
+        s0 += mul(value(k), at<RowMajor>(a.y, a.ldy, column(k), c0));
+        s1 += mul(value(k + 1), at<RowMajor>(a.y, a.ldy, column(k + 1), c0));
+      }
+      acc[0] -= s0 + s1;
+    }
+  }
+  for (; k < from + count; ++k) {
+    const T v = value(k);
+    const std::int64_t j = column(k);
+    for (int c = 0; c < cols_; ++c) acc[c] -= mul(v, at<RowMajor>(a.y, a.ldy, j, c0 + c));
   }
   const T d = a.unit ? T(1) : maybe_conj<Conj>(val[s.diag[r]]);
   store_row<RowMajor, W>(a, i, c0, width, acc, d);
@@ -106,21 +131,13 @@ bool solve_block(typed_matrix<T, I>& A, const csr_view<T, I>& v, const solve_pla
       return;
     }
     const T* val = A.values;
-    const std::int64_t levels = static_cast<std::int64_t>(s->level_ptr.size()) - 1;
-    team crew(s->parallel ? static_cast<std::int64_t>(s->ptr[n]) + n : 0);
-    if (crew.size() == 1) {
-      for (std::int64_t r = 0; r < n; ++r) planned_row<Conj, RowMajor, W>(*s, val, r, a, c0, width);
-      return;
+    if (s->in_place) {
+      for (std::int64_t r = 0; r < n; ++r)
+        planned_row<Conj, RowMajor, W, true>(*s, val, v.col, v.base, r, a, c0, width);
+    } else {
+      for (std::int64_t r = 0; r < n; ++r)
+        planned_row<Conj, RowMajor, W, false>(*s, val, v.col, v.base, r, a, c0, width);
     }
-    run_team(crew.size(), [&](int t, int threads) {
-      for (std::int64_t l = 0; l < levels; ++l) {
-        const std::int64_t first = s->level_ptr[l], count = s->level_ptr[l + 1] - first;
-        const std::int64_t lo = first + even_split(count, t, threads);
-        const std::int64_t hi = first + even_split(count, t + 1, threads);
-        for (std::int64_t r = lo; r < hi; ++r) planned_row<Conj, RowMajor, W>(*s, val, r, a, c0, width);
-        team_barrier();
-      }
-    });
   };
   if (is_complex<T> && conj)
     body.template operator()<true>();
