@@ -52,8 +52,9 @@ bool plan_mm(typed_matrix<T, I>& A, host_operation_t op, const host_matrix_descr
 // acc[c] += sum over the row's entries in the part of a_ij X(j, c0 + c), for W columns (or
 // `width` when W is 0). X(j, c) is x[j * row_step + c * col_step].
 template <bool Filtered, bool Perm, bool Conj, bool RowMajor, int W, typename T, typename I>
-inline void accumulate(const csr_view<T, I>& v, std::int64_t i, const part& p, const T* x,
-                       std::int64_t ld, int width, T* acc) {
+[[gnu::always_inline]] inline void accumulate(const csr_view<T, I>& v, std::int64_t i,
+                                              const part& p, const T* x, std::int64_t ld,
+                                              int width, T* acc) {
   const I base = v.base;
   for (std::int64_t k = v.begin[i] - base; k < v.end[i] - base; ++k) {
     const std::int64_t j = v.col[k] - base;

@@ -65,20 +65,7 @@ inline void planned_row(const solve_plan<I>& s, const T* val, const I* cols, I b
     else
       return maybe_conj<Conj>(val[s.pos[k]]);
   };
-  std::int64_t k = from;
-  if constexpr (W == 1) {
-    // One right-hand side: two partial sums halve the chain of subtractions a long row waits
-    // on; the last entry, usually the row just solved, joins at the end.
-    if (count > 2) {
-      T s0 = T(0), s1 = T(0);
-      for (; k + 2 < from + count; k += 2) {
-        s0 += mul(value(k), at<RowMajor>(a.y, a.ldy, column(k), c0));
-        s1 += mul(value(k + 1), at<RowMajor>(a.y, a.ldy, column(k + 1), c0));
-      }
-      acc[0] -= s0 + s1;
-    }
-  }
-  for (; k < from + count; ++k) {
+  for (std::int64_t k = from; k < from + count; ++k) {
     const T v = value(k);
     const std::int64_t j = column(k);
     for (int c = 0; c < cols_; ++c) acc[c] -= mul(v, at<RowMajor>(a.y, a.ldy, j, c0 + c));
