@@ -386,7 +386,10 @@ void BM_SpGemm_Eigen(benchmark::State& state) {
   }
 }
 
-#define HS_BENCH(f) BENCHMARK(f)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(5)->ReportAggregatesOnly(true)
+// Repetitions come from the command line, so that they can be interleaved with the peer's
+// (--benchmark_enable_random_interleaving): on a shared machine back-to-back repetitions of one
+// benchmark see one phase of the neighbours' load.
+#define HS_BENCH(f) BENCHMARK(f)->Unit(benchmark::kMillisecond)->UseRealTime()
 
 HS_BENCH(BM_StreamTriad);
 HS_BENCH(BM_SpMV_Engine)->DenseRange(lap2d, shared);

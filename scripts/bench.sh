@@ -12,6 +12,6 @@ export OMP_NUM_THREADS=${OMP_NUM_THREADS:-$(nproc)}
 build/release/bench/bench_hostsycl --benchmark_repetitions=5 \
   --benchmark_report_aggregates_only=true "$@"
 build/release/bench/bench_format "$@"
-build/release/bench/bench_host_sparse --benchmark_repetitions=5 \
-  --benchmark_report_aggregates_only=true "$@"
+build/release/bench/bench_host_sparse --benchmark_repetitions=7 \
+  --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true "$@"
 /usr/bin/python3 bench/vs_scipy.py build/release/bench/bench_host_vs_scipy
