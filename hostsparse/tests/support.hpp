@@ -57,6 +57,11 @@ using W = std::complex<double>;
   static sparse_status_t export_csr(host_matrix_t A, int* b, I* r, I* c, I** rs, I** re, I** ci, \
                                     C** v) {                                                     \
     return vrt_sparse_##p##_export_csr_##i(A, b, r, c, rs, re, ci, v);                           \
+  }                                                                                              \
+  static sparse_status_t csr_transpose(host_operation_t op, int b, I r, I c, const I* rs,        \
+                                       const I* re, const I* ci, const C* v, int ob, I* ors,     \
+                                       I* oci, C* ov) {                                          \
+    return vrt_sparse_##p##_csr_transpose_##i(op, b, r, c, rs, re, ci, v, ob, ors, oci, ov);     \
   }
 #define HS_TEST_INDEXED(i, I)                                                                    \
   static sparse_status_t destroy(host_matrix_t A) { return vrt_sparse_destroy_##i(A); }          \

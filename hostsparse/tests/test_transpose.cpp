@@ -6,21 +6,6 @@ namespace {
 
 using namespace hs_test;
 
-#define HS_TRANSPOSE_CALL(p, C, i, I)                                                          \
-  sparse_status_t csr_transpose(host_operation_t op, int b, I r, I c, const I* rs, const I* re, \
-                                const I* ci, const C* v, int ob, I* ors, I* oci, C* ov) {       \
-    return vrt_sparse_##p##_csr_transpose_##i(op, b, r, c, rs, re, ci, v, ob, ors, oci, ov);    \
-  }
-HS_TRANSPOSE_CALL(s, float, i4, int32_t)
-HS_TRANSPOSE_CALL(s, float, i8, int64_t)
-HS_TRANSPOSE_CALL(d, double, i4, int32_t)
-HS_TRANSPOSE_CALL(d, double, i8, int64_t)
-HS_TRANSPOSE_CALL(c, vrt_complex8, i4, int32_t)
-HS_TRANSPOSE_CALL(c, vrt_complex8, i8, int64_t)
-HS_TRANSPOSE_CALL(z, vrt_complex16, i4, int32_t)
-HS_TRANSPOSE_CALL(z, vrt_complex16, i8, int64_t)
-#undef HS_TRANSPOSE_CALL
-
 template <typename V>
 class HostTranspose : public ::testing::Test {};
 TYPED_TEST_SUITE(HostTranspose, variants);
@@ -55,9 +40,9 @@ void expect_transpose(const csr<C, I>& a, host_operation_t op, int out_base) {
   const auto want = reference_transpose(a, op, out_base);
   std::vector<I> ptr(static_cast<std::size_t>(a.cols) + 1, I(-7)), col(a.col.size(), I(-7));
   std::vector<C> val(a.val.size());
-  ASSERT_EQ(csr_transpose(op, a.base, static_cast<I>(a.rows), static_cast<I>(a.cols),
-                          a.ptr.data(), a.ptr.data() + 1, a.col.data(), a.val.data(), out_base,
-                          ptr.data(), col.data(), val.data()),
+  ASSERT_EQ(api<I>::csr_transpose(op, a.base, static_cast<I>(a.rows), static_cast<I>(a.cols),
+                                  a.ptr.data(), a.ptr.data() + 1, a.col.data(), a.val.data(),
+                                  out_base, ptr.data(), col.data(), val.data()),
             SPARSE_STATUS_SUCCESS);
   EXPECT_EQ(ptr, want.ptr);
   EXPECT_EQ(col, want.col);
@@ -106,9 +91,9 @@ TYPED_TEST(HostTranspose, StructureOnly) {
   const auto a = random_csr<C, I>({300, 200, 8, false, 1, 6});
   const auto want = reference_transpose(a, HOST_OPERATION_TRANSPOSE, 0);
   std::vector<I> ptr(201), col(a.col.size());
-  ASSERT_EQ(csr_transpose(HOST_OPERATION_TRANSPOSE, 1, I(300), I(200), a.ptr.data(),
-                          a.ptr.data() + 1, a.col.data(), static_cast<const C*>(nullptr), 0,
-                          ptr.data(), col.data(), static_cast<C*>(nullptr)),
+  ASSERT_EQ(api<I>::csr_transpose(HOST_OPERATION_TRANSPOSE, 1, I(300), I(200), a.ptr.data(),
+                                  a.ptr.data() + 1, a.col.data(), static_cast<const C*>(nullptr), 0,
+                                  ptr.data(), col.data(), static_cast<C*>(nullptr)),
             SPARSE_STATUS_SUCCESS);
   EXPECT_EQ(ptr, want.ptr);
   EXPECT_EQ(col, want.col);
@@ -121,8 +106,8 @@ TYPED_TEST(HostTranspose, Refusals) {
   std::vector<I> ptr(9), col(a.col.size() + 1);
   std::vector<C> val(a.val.size() + 1);
   auto call = [&](host_operation_t op, int base, const C* v, C* ov, I* out_ptr) {
-    return csr_transpose(op, base, I(10), I(8), a.ptr.data(), a.ptr.data() + 1, a.col.data(), v,
-                         0, out_ptr, col.data(), ov);
+    return api<I>::csr_transpose(op, base, I(10), I(8), a.ptr.data(), a.ptr.data() + 1,
+                                 a.col.data(), v, 0, out_ptr, col.data(), ov);
   };
   EXPECT_EQ(call(HOST_OPERATION_NON_TRANSPOSE, 0, a.val.data(), val.data(), ptr.data()),
             SPARSE_STATUS_NOT_SUPPORTED);
@@ -137,9 +122,9 @@ TYPED_TEST(HostTranspose, Refusals) {
             SPARSE_STATUS_INVALID_VALUE);
   // A row ending before it starts.
   const std::vector<I> bad_ptr{0, 2, 1};
-  EXPECT_EQ(csr_transpose(HOST_OPERATION_TRANSPOSE, 0, I(2), I(8), bad_ptr.data(),
-                          bad_ptr.data() + 1, a.col.data(), a.val.data(), 0, ptr.data(),
-                          col.data(), val.data()),
+  EXPECT_EQ(api<I>::csr_transpose(HOST_OPERATION_TRANSPOSE, 0, I(2), I(8), bad_ptr.data(),
+                                  bad_ptr.data() + 1, a.col.data(), a.val.data(), 0, ptr.data(),
+                                  col.data(), val.data()),
             SPARSE_STATUS_INVALID_VALUE);
   vrt_sparse_testing_force_status(SPARSE_STATUS_EXECUTION_FAILED, 1);
   EXPECT_EQ(call(HOST_OPERATION_TRANSPOSE, 0, a.val.data(), val.data(), ptr.data()),

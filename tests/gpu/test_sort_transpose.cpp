@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <initializer_list>
 #include <set>
 #include <tuple>
 #include <thread>
@@ -295,6 +296,23 @@ csr_matrix<T, I> own_transpose(sycl::queue& q, device_matrix<T, I>& D, vrt::tran
   return t;
 }
 
+// check(A, model, op, D, got, want) for every matrix, memory model and transposing op: D binds A,
+// got is the library's own transpose of D and want the reference.
+template <typename T, typename I, typename Check>
+void for_each_transpose(sycl::queue& q, std::initializer_list<const csr_matrix<T, I>*> matrices,
+                        Check&& check) {
+  for (const auto* A : matrices) {
+    for (model m : {model::usm, model::buffer}) {
+      for (vrt::transpose op : {vrt::transpose::trans, vrt::transpose::conjtrans}) {
+        device_matrix<T, I> D(q, m, *A);
+        const auto got = own_transpose(q, D, op);
+        const auto want = reference_transpose(*A, op == vrt::transpose::conjtrans);
+        check(*A, m, op, D, got, want);
+      }
+    }
+  }
+}
+
 template <typename V>
 class Transpose : public ::testing::Test {};
 TYPED_TEST_SUITE(Transpose, all_variants);
@@ -307,18 +325,13 @@ TYPED_TEST(Transpose, ExplicitTransposesMatchTheReference) {
   const auto wide = vrt_test::random_csr<T, I>(40, 300, 6, 5, 1);
   const auto tall = vrt_test::random_csr<T, I>(2500, 37, 4, 6, 0, 2, 400);
   const auto no_columns = vrt_test::random_csr<T, I>(5, 0, 3, 7);
-  for (const auto* A : {&wide, &tall, &no_columns}) {
-    for (model m : {model::usm, model::buffer}) {
-      for (vrt::transpose op : {vrt::transpose::trans, vrt::transpose::conjtrans}) {
-        device_matrix<T, I> D(q, m, *A);
-        const auto got = own_transpose(q, D, op);
-        const auto want = reference_transpose(*A, op == vrt::transpose::conjtrans);
-        EXPECT_EQ(got.base, 0);
-        EXPECT_EQ(got.row_ptr, want.row_ptr);
-        EXPECT_EQ(row_sets(got), row_sets(want));
-      }
-    }
-  }
+  for_each_transpose(q, {&wide, &tall, &no_columns},
+                     [&](const csr_matrix<T, I>&, model, vrt::transpose, device_matrix<T, I>&,
+                         const csr_matrix<T, I>& got, const csr_matrix<T, I>& want) {
+                       EXPECT_EQ(got.base, 0);
+                       EXPECT_EQ(got.row_ptr, want.row_ptr);
+                       EXPECT_EQ(row_sets(got), row_sets(want));
+                     });
 }
 
 // On a CPU queue the host engine transposes: rows come out sorted, so arrays match exactly.
@@ -329,12 +342,10 @@ TYPED_TEST(Transpose, OnTheCpuDeviceTheHostEngineTransposes) {
   const auto wide = vrt_test::random_csr<T, I>(40, 300, 6, 5, 1);
   const auto large = vrt_test::random_csr<T, I>(20000, 3000, 8, 13, 0);  // split between threads
   const auto no_columns = vrt_test::random_csr<T, I>(5, 0, 3, 7);
-  for (const auto* A : {&wide, &large, &no_columns}) {
-    for (model m : {model::usm, model::buffer}) {
-      for (vrt::transpose op : {vrt::transpose::trans, vrt::transpose::conjtrans}) {
-        device_matrix<T, I> D(q, m, *A);
-        const auto got = own_transpose(q, D, op);
-        const auto want = reference_transpose(*A, op == vrt::transpose::conjtrans);
+  for_each_transpose(
+      q, {&wide, &large, &no_columns},
+      [&](const csr_matrix<T, I>& A, model m, vrt::transpose op, device_matrix<T, I>& D,
+          const csr_matrix<T, I>& got, const csr_matrix<T, I>& want) {
         EXPECT_EQ(got.base, 0);
         EXPECT_EQ(got.row_ptr, want.row_ptr);
         EXPECT_EQ(got.col_ind, want.col_ind);
@@ -346,15 +357,13 @@ TYPED_TEST(Transpose, OnTheCpuDeviceTheHostEngineTransposes) {
         target.base = 1;
         device_matrix<T, I> B(q, m, target);
         vs::omatcopy(q, op, D.h, B.h).wait();
-        const auto copy = B.read(A->ncols, A->nrows, 1);
+        const auto copy = B.read(A.ncols, A.nrows, 1);
         for (std::size_t r = 0; r < copy.row_ptr.size(); ++r)
           ASSERT_EQ(copy.row_ptr[r], want.row_ptr[r] + 1) << r;
         for (std::size_t k = 0; k < copy.col_ind.size(); ++k)
           ASSERT_EQ(copy.col_ind[k], want.col_ind[k] + 1) << k;
         EXPECT_EQ(copy.values, want.values);
-      }
-    }
-  }
+      });
   const auto small = vrt_test::random_csr<T, I>(6, 6, 3, 11);
   device_matrix<T, I> D(q, model::usm, small);
   device_matrix<T, I> S(q, model::usm, small, false);
