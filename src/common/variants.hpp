@@ -1,34 +1,71 @@
-// The sixteen variants of every generated family: four value types, each with a letter, times two
-// index widths, each with a suffix. Both memory models of a variant are overloads of one name.
+// The one list of the library's variants: four value types, each with a letter, times two index
+// widths, each with a suffix, times two memory models. Families, the host engine's wrappers,
+// containers and the tests all take their type lists from here.
 //
-// A family is written once as templates over (T, I) and turned into named functions by one macro
-// X(p, T, i, I) per family, applied by VRT_FOR_EACH_VARIANT (all sixteen) or VRT_VARIANTS_OF_<p>
-// (the two index widths of one value type, so that a family's instantiations can be spread over
-// one translation unit per value type: see cmake/Variants.cmake).
+// A family is written once as templates over <T, I, C>. Its instantiations are one macro
+// X(T, I, C) that the build applies per value type through VRT_FOR_EACH_INSTANCE (one
+// translation unit per value type, see cmake/Variants.cmake). Internal names such as
+// dgemv_impl_i4_usm come from VRT_NAME_VARIANTS and nowhere else.
+//
+// A developer build may leave value types out of the kernel families (CMake VRT_VALUE_TYPES):
+// their generated units are not built, and the dispatch refuses those types at run time
+// (value_type_built). Records, containers and names always cover all four.
 #pragma once
 
 #include <complex>
 #include <cstdint>
 
-#define VRT_VARIANTS_OF_s(X) X(s, float, i4, std::int32_t) X(s, float, i8, std::int64_t)
-#define VRT_VARIANTS_OF_d(X) X(d, double, i4, std::int32_t) X(d, double, i8, std::int64_t)
-#define VRT_VARIANTS_OF_c(X) \
-  X(c, std::complex<float>, i4, std::int32_t) X(c, std::complex<float>, i8, std::int64_t)
-#define VRT_VARIANTS_OF_z(X) \
-  X(z, std::complex<double>, i4, std::int32_t) X(z, std::complex<double>, i8, std::int64_t)
+#include "common/internal_types.hpp"
 
-#define VRT_FOR_EACH_VARIANT(X) \
-  VRT_VARIANTS_OF_s(X) VRT_VARIANTS_OF_d(X) VRT_VARIANTS_OF_c(X) VRT_VARIANTS_OF_z(X)
+// X(letter, T, extra...) for every value type.
+#define VRT_FOR_EACH_VALUE(X, ...)                                               \
+  X(s, float, __VA_ARGS__) X(d, double, __VA_ARGS__) X(c, std::complex<float>, __VA_ARGS__) \
+  X(z, std::complex<double>, __VA_ARGS__)
 
-// The four value types alone, for routines whose index width is chosen at run time.
-#define VRT_FOR_EACH_VALUE(X) \
-  X(s, float) X(d, double) X(c, std::complex<float>) X(z, std::complex<double>)
+#define VRT_BOTH_INDEX_WIDTHS(p, T, X, ...) \
+  X(p, T, i4, std::int32_t, __VA_ARGS__) X(p, T, i8, std::int64_t, __VA_ARGS__)
 
-// The two index widths alone.
-#define VRT_FOR_EACH_INDEX(X) X(i4, std::int32_t) X(i8, std::int64_t)
+// X(letter, T, index suffix, I, extra...) for every (value, index) pair.
+#define VRT_FOR_EACH_VARIANT(X, ...) VRT_FOR_EACH_VALUE(VRT_BOTH_INDEX_WIDTHS, X, __VA_ARGS__)
 
-// Keeps its argument for the real value types only (families without complex members).
-#define VRT_IF_REAL_s(x) x
-#define VRT_IF_REAL_d(x) x
-#define VRT_IF_REAL_c(x)
-#define VRT_IF_REAL_z(x)
+// X(T, I, C) for the two index widths and both memory models of value type T.
+#define VRT_FOR_EACH_INSTANCE(T, X)                                                      \
+  X(T, std::int32_t, ::orvane::vrt::sparse::container_usm)                               \
+  X(T, std::int32_t, ::orvane::vrt::sparse::container_buffer)                            \
+  X(T, std::int64_t, ::orvane::vrt::sparse::container_usm)                               \
+  X(T, std::int64_t, ::orvane::vrt::sparse::container_buffer)
+
+// X(T, I, C) for every instance of every value type, for families instantiated in one unit.
+#define VRT_INSTANCES_OF_VALUE(p, T, X) VRT_FOR_EACH_INSTANCE(T, X)
+#define VRT_FOR_EACH_INSTANCE_OF_ALL(X) VRT_FOR_EACH_VALUE(VRT_INSTANCES_OF_VALUE, X)
+
+// Internal names of a template over <T, I, C>: <letter><name>_<i4|i8>_<usm|buf>, references to
+// the instances (no code of their own). Use inside the template's namespace.
+#define VRT_NAME_ONE_VARIANT(p, T, i, I, name)                                       \
+  inline constexpr auto& p##name##_##i##_usm = name<T, I, container_usm>;            \
+  inline constexpr auto& p##name##_##i##_buf = name<T, I, container_buffer>;
+#define VRT_NAME_VARIANTS(name) VRT_FOR_EACH_VARIANT(VRT_NAME_ONE_VARIANT, name)
+
+namespace orvane::vrt::sparse {
+
+// Whether value type T is built in this configuration.
+template <typename T>
+inline constexpr bool value_type_built = false;
+#if !defined(VRT_WITHOUT_s)
+template <>
+inline constexpr bool value_type_built<float> = true;
+#endif
+#if !defined(VRT_WITHOUT_d)
+template <>
+inline constexpr bool value_type_built<double> = true;
+#endif
+#if !defined(VRT_WITHOUT_c)
+template <>
+inline constexpr bool value_type_built<std::complex<float>> = true;
+#endif
+#if !defined(VRT_WITHOUT_z)
+template <>
+inline constexpr bool value_type_built<std::complex<double>> = true;
+#endif
+
+}  // namespace orvane::vrt::sparse

@@ -4,6 +4,8 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/variants.hpp"
+
 namespace orvane::vrt::sparse {
 
 namespace {
@@ -106,8 +108,8 @@ sycl::buffer<U, 1>* convert_sub_type(sycl::buffer<unsigned char, 1>* workspace,
   return new sycl::buffer<U, 1>(part.template reinterpret<U, 1>(sycl::range<1>(count)));
 }
 
-// One list of the element types that containers hold; every function above is instantiated for
-// each of them here and nowhere else.
+// Containers hold the value types, the index types and bytes; every function above is
+// instantiated for each of them here and nowhere else.
 #define VRT_CONTAINER_FUNCTIONS(T)                                                              \
   template void* allocate_device_container<T>(std::size_t, sycl::queue&, containerType);        \
   template void* allocate_shared_container<T>(std::size_t, sycl::queue&, containerType);        \
@@ -125,12 +127,11 @@ sycl::buffer<U, 1>* convert_sub_type(sycl::buffer<unsigned char, 1>* workspace,
   template T* convert_sub_type<unsigned char, T>(void*, std::size_t, std::size_t, std::size_t); \
   template sycl::buffer<T, 1>* convert_sub_type<unsigned char, T>(                              \
       sycl::buffer<unsigned char, 1>*, std::size_t, std::size_t, std::size_t);
-VRT_CONTAINER_FUNCTIONS(int)
-VRT_CONTAINER_FUNCTIONS(long)
-VRT_CONTAINER_FUNCTIONS(float)
-VRT_CONTAINER_FUNCTIONS(double)
-VRT_CONTAINER_FUNCTIONS(std::complex<float>)
-VRT_CONTAINER_FUNCTIONS(std::complex<double>)
+#define VRT_CONTAINER_FUNCTIONS_OF_VALUE(p, T, unused) VRT_CONTAINER_FUNCTIONS(T)
+VRT_FOR_EACH_VALUE(VRT_CONTAINER_FUNCTIONS_OF_VALUE, 0)
+#undef VRT_CONTAINER_FUNCTIONS_OF_VALUE
+VRT_CONTAINER_FUNCTIONS(std::int32_t)
+VRT_CONTAINER_FUNCTIONS(std::int64_t)
 VRT_CONTAINER_FUNCTIONS(unsigned char)
 #undef VRT_CONTAINER_FUNCTIONS
 

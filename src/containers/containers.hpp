@@ -47,32 +47,6 @@ template <typename T>
 sycl::event copy_container(sycl::queue& queue, sycl::buffer<T, 1>* src, sycl::buffer<T, 1>* dst,
                            std::size_t count, const std::vector<sycl::event>& deps);
 
-// Accessor helpers, so that a kernel body is written once for both memory models.
-template <typename T>
-auto get_read_accessor(sycl::buffer<T, 1>& b, sycl::handler& h) {
-  return sycl::accessor(b, h, sycl::read_only);
-}
-template <typename T>
-auto get_write_accessor(sycl::buffer<T, 1>& b, sycl::handler& h) {
-  return sycl::accessor(b, h, sycl::write_only);
-}
-template <typename T>
-auto get_read_write_accessor(sycl::buffer<T, 1>& b, sycl::handler& h) {
-  return sycl::accessor(b, h, sycl::read_write);
-}
-template <typename T>
-auto get_read_accessor(sycl::buffer<T, 1>& b) {
-  return sycl::host_accessor(b, sycl::read_only);
-}
-template <typename T>
-auto get_read_write_accessor(sycl::buffer<T, 1>& b) {
-  return sycl::host_accessor(b, sycl::read_write);
-}
-template <typename T>
-auto get_local_read_write_accessor(std::size_t count, sycl::handler& h) {
-  return sycl::local_accessor<T, 1>(sycl::range<1>(count), h);
-}
-
 // Carves count elements of U at offset_bytes out of a workspace of total_bytes. The buffer form
 // returns a new heap object that the caller deletes.
 template <typename T, typename U>

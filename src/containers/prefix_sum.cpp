@@ -8,53 +8,25 @@
 #include <orvane/vrt/sparse.hpp>
 
 #include "containers/containers.hpp"
+#include "containers/views.hpp"
 
 namespace orvane::vrt::sparse {
 
-template <typename I, typename Memory>
+template <typename I, containerType C>
 class prefix_sum_final_scan_kernel;
-template <typename I, typename Memory>
+template <typename I, containerType C>
 class prefix_sum_subdivide_kernel;
-template <typename I, typename Memory>
+template <typename I, containerType C>
 class prefix_sum_join_kernel;
-struct usm_memory;
-struct buffer_memory;
+template <typename I, containerType C>
+class prefix_sum_empty_kernel;
 template <typename I>
 class copy_and_adjust_indexing_kernel;
 
-using prefix_sum_final_scan_i4_usm = prefix_sum_final_scan_kernel<int, usm_memory>;
-using prefix_sum_final_scan_i8_usm = prefix_sum_final_scan_kernel<long, usm_memory>;
-using prefix_sum_final_scan_i4_buf = prefix_sum_final_scan_kernel<int, buffer_memory>;
-using prefix_sum_final_scan_i8_buf = prefix_sum_final_scan_kernel<long, buffer_memory>;
-using prefix_sum_subdivide_i4_usm = prefix_sum_subdivide_kernel<int, usm_memory>;
-using prefix_sum_subdivide_i8_usm = prefix_sum_subdivide_kernel<long, usm_memory>;
-using prefix_sum_subdivide_i4_buf = prefix_sum_subdivide_kernel<int, buffer_memory>;
-using prefix_sum_subdivide_i8_buf = prefix_sum_subdivide_kernel<long, buffer_memory>;
-using prefix_sum_join_i4_usm = prefix_sum_join_kernel<int, usm_memory>;
-using prefix_sum_join_i8_usm = prefix_sum_join_kernel<long, usm_memory>;
-using prefix_sum_join_i4_buf = prefix_sum_join_kernel<int, buffer_memory>;
-using prefix_sum_join_i8_buf = prefix_sum_join_kernel<long, buffer_memory>;
-
 namespace {
 
-// How a scan reaches its arrays: USM pointers as they are, buffers through accessors made in
-// the command group. The kernels below are written once over what these return.
-template <typename I>
-struct usm_arrays {
-  using memory = usm_memory;
-  I* data;
-  long* total;
-  I* view(sycl::handler&) const { return data; }
-  long* total_view(sycl::handler&) const { return total; }
-};
-template <typename I>
-struct buffer_arrays {
-  using memory = buffer_memory;
-  sycl::buffer<I, 1>* data;
-  sycl::buffer<long, 1>* total;
-  auto view(sycl::handler& h) const { return sycl::accessor(*data, h, sycl::read_write); }
-  auto total_view(sycl::handler& h) const { return sycl::accessor(*total, h, sycl::write_only); }
-};
+// Largest work-group a scan uses, whatever the device allows.
+constexpr std::size_t scan_group_cap = 1024;
 
 struct scan_shape {
   std::size_t count, local, groups, global;
@@ -62,8 +34,8 @@ struct scan_shape {
 };
 
 scan_shape shape_of(const sycl::queue& queue, std::size_t count) {
-  const std::size_t local =
-      std::min<std::size_t>(queue.get_device().get_info<sycl::info::device::max_work_group_size>(), 1024);
+  const std::size_t local = std::min<std::size_t>(
+      queue.get_device().get_info<sycl::info::device::max_work_group_size>(), scan_group_cap);
   const std::size_t groups = (count + local - 1) / local;
   int steps = 0;
   while ((std::size_t{1} << steps) < local) ++steps;
@@ -86,9 +58,9 @@ void scan_in_group(const sycl::nd_item<1>& it, const Scratch& scratch, int steps
 }
 
 // Scans the work-group's slice of data in place (elements past count read as zero).
-template <typename I, typename Data, typename Scratch>
-void scan_slice(const sycl::nd_item<1>& it, const Data& data, const Scratch& scratch,
-                std::size_t count, int steps) {
+template <typename I, typename Scratch>
+void scan_slice(const sycl::nd_item<1>& it, I* data, const Scratch& scratch, std::size_t count,
+                int steps) {
   const std::size_t g = it.get_global_id(0), l = it.get_local_id(0);
   scratch[l] = g < count ? data[g] : I(0);
   sycl::group_barrier(it.get_group());
@@ -96,124 +68,126 @@ void scan_slice(const sycl::nd_item<1>& it, const Data& data, const Scratch& scr
   if (g < count) data[g] = scratch[l];
 }
 
-template <typename I, typename Arrays>
-sycl::event submit_final_scan(sycl::queue& queue, const Arrays& arrays, const scan_shape& s,
+template <typename I, containerType C>
+sycl::event submit_final_scan(sycl::queue& queue, container_t<C, I> data,
+                              container_t<C, long> total, const scan_shape& s,
                               const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    h.depends_on(deps);
-    auto data = arrays.view(h);
-    auto total = arrays.total_view(h);
+    depend_on<C>(h, deps);
+    auto d = bind(h, data, sycl::read_write);
+    auto t = bind(h, total, sycl::write_only);
     sycl::local_accessor<I, 1> scratch(sycl::range<1>(s.local), h);
     const std::size_t count = s.count;
     const int steps = s.steps;
-    h.parallel_for<prefix_sum_final_scan_kernel<I, typename Arrays::memory>>(
+    h.parallel_for<prefix_sum_final_scan_kernel<I, C>>(
         sycl::nd_range<1>(s.global, s.local), [=](sycl::nd_item<1> it) {
           const std::size_t g = it.get_global_id(0), l = it.get_local_id(0);
-          scan_slice<I>(it, data, scratch, count, steps);
-          if (g == count - 1) total[0] = static_cast<long>(scratch[l]);
+          scan_slice<I>(it, raw(d), scratch, count, steps);
+          if (g == count - 1) raw(t)[0] = static_cast<long>(scratch[l]);
         });
   });
 }
 
-template <typename I, typename Arrays, typename Partial>
-sycl::event submit_subdivide(sycl::queue& queue, const Arrays& arrays, const Partial& partial,
+template <typename I, containerType C>
+sycl::event submit_subdivide(sycl::queue& queue, container_t<C, I> data, container_t<C, I> partial,
                              const scan_shape& s, const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    h.depends_on(deps);
-    auto data = arrays.view(h);
-    auto sums = partial.view(h);
+    depend_on<C>(h, deps);
+    auto d = bind(h, data, sycl::read_write);
+    auto sums = bind(h, partial, sycl::write_only);
     sycl::local_accessor<I, 1> scratch(sycl::range<1>(s.local), h);
     const std::size_t count = s.count, local = s.local;
     const int steps = s.steps;
-    h.parallel_for<prefix_sum_subdivide_kernel<I, typename Arrays::memory>>(
+    h.parallel_for<prefix_sum_subdivide_kernel<I, C>>(
         sycl::nd_range<1>(s.global, s.local), [=](sycl::nd_item<1> it) {
           const std::size_t g = it.get_global_id(0), l = it.get_local_id(0);
-          scan_slice<I>(it, data, scratch, count, steps);
-          if (l == 0) sums[it.get_group(0) + 1] = scratch[local - 1];
-          if (g == 0) sums[0] = I(0);
+          scan_slice<I>(it, raw(d), scratch, count, steps);
+          if (l == 0) raw(sums)[it.get_group(0) + 1] = scratch[local - 1];
+          if (g == 0) raw(sums)[0] = I(0);
         });
   });
 }
 
-template <typename I, typename Arrays, typename Partial>
-sycl::event submit_join(sycl::queue& queue, const Arrays& arrays, const Partial& partial,
-                        const scan_shape& s, const std::vector<sycl::event>& deps) {
+template <typename I, containerType C>
+sycl::event submit_join(sycl::queue& queue, container_t<C, I> data, container_t<C, I> partial,
+                        container_t<C, long> total, const scan_shape& s,
+                        const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    h.depends_on(deps);
-    auto data = arrays.view(h);
-    auto total = arrays.total_view(h);
-    auto sums = partial.view(h);
+    depend_on<C>(h, deps);
+    auto d = bind(h, data, sycl::read_write);
+    auto t = bind(h, total, sycl::write_only);
+    auto sums = bind(h, partial, sycl::read_only);
     const std::size_t count = s.count;
-    h.parallel_for<prefix_sum_join_kernel<I, typename Arrays::memory>>(
+    h.parallel_for<prefix_sum_join_kernel<I, C>>(
         sycl::nd_range<1>(s.global, s.local), [=](sycl::nd_item<1> it) {
           const std::size_t g = it.get_global_id(0);
-          if (g < count) data[g] += sums[it.get_group(0)];
-          if (g == count - 1) total[0] = static_cast<long>(data[g]);
+          if (g < count) raw(d)[g] += raw(sums)[it.get_group(0)];
+          if (g == count - 1) raw(t)[0] = static_cast<long>(raw(d)[g]);
         });
   });
 }
 
-template <typename I, typename Arrays>
-sycl::event scan(sycl::queue& queue, const Arrays& arrays, std::size_t count,
-                 containerType container, const std::vector<sycl::event>& deps) {
-  // Buffers order themselves; only a USM container honours the caller's events.
-  const std::vector<sycl::event> none;
-  const std::vector<sycl::event>& wait_for = container == container_usm ? deps : none;
+template <typename I, containerType C>
+sycl::event scan(sycl::queue& queue, container_t<C, I> data, std::size_t count,
+                 container_t<C, long> total, const std::vector<sycl::event>& deps) {
   if (count == 0) {
     return queue.submit([&](sycl::handler& h) {
-      h.depends_on(wait_for);
-      auto total = arrays.total_view(h);
-      h.single_task([=] { total[0] = 0; });
+      depend_on<C>(h, deps);
+      auto t = bind(h, total, sycl::write_only);
+      h.single_task<prefix_sum_empty_kernel<I, C>>([=] { raw(t)[0] = 0; });
     });
   }
   const scan_shape s = shape_of(queue, count);
-  if (s.groups == 1) return submit_final_scan<I>(queue, arrays, s, wait_for);
+  if (s.groups == 1) return submit_final_scan<I, C>(queue, data, total, s, deps);
 
-  void* partial = allocate_device_container<I>(s.groups + 1, queue, container);
+  void* partial = allocate_device_container<I>(s.groups + 1, queue, C);
   if (partial == nullptr) throw device_bad_alloc("sparse", "", queue.get_device());
+  const auto sums = as_container<C, I>(partial);
   sycl::event joined;
   try {
-    if constexpr (std::is_same_v<Arrays, usm_arrays<I>>) {
-      const usm_arrays<I> sums{static_cast<I*>(partial), arrays.total};
-      auto split = submit_subdivide<I>(queue, arrays, sums, s, wait_for);
-      auto scanned = scan<I>(queue, sums, s.groups + 1, container, {split});
-      joined = submit_join<I>(queue, arrays, sums, s, {scanned});
-    } else {
-      const buffer_arrays<I> sums{static_cast<sycl::buffer<I, 1>*>(partial), arrays.total};
-      auto split = submit_subdivide<I>(queue, arrays, sums, s, wait_for);
-      auto scanned = scan<I>(queue, sums, s.groups + 1, container, {split});
-      joined = submit_join<I>(queue, arrays, sums, s, {scanned});
-    }
+    auto split = submit_subdivide<I, C>(queue, data, sums, s, deps);
+    auto scanned = scan<I, C>(queue, sums, s.groups + 1, total, {split});
+    joined = submit_join<I, C>(queue, data, sums, total, s, {scanned});
     joined.wait();
   } catch (...) {
     queue.wait();
-    deallocate_container<I>(partial, queue, container);
+    deallocate_container<I>(partial, queue, C);
     throw;
   }
-  deallocate_container<I>(partial, queue, container);
+  deallocate_container<I>(partial, queue, C);
   return joined;
+}
+
+// Buffers order themselves; the container of a USM scan may still say buffer, and then the
+// caller's events are not waited for (as the buffer form would not).
+template <typename I, containerType C>
+sycl::event scan_container(sycl::queue& queue, container_t<C, I> data, std::size_t count,
+                           containerType container, container_t<C, long> total,
+                           const std::vector<sycl::event>& deps) {
+  const std::vector<sycl::event> none;
+  return scan<I, C>(queue, data, count, total, container == container_usm ? deps : none);
 }
 
 }  // namespace
 
 sycl::event prefix_sum(sycl::queue& queue, int* data, std::size_t count, containerType container,
                        long* total, const std::vector<sycl::event>& deps) {
-  return scan<int>(queue, usm_arrays<int>{data, total}, count, container, deps);
+  return scan_container<int, container_usm>(queue, data, count, container, total, deps);
 }
 sycl::event prefix_sum(sycl::queue& queue, long* data, std::size_t count,
                        containerType container, long* total,
                        const std::vector<sycl::event>& deps) {
-  return scan<long>(queue, usm_arrays<long>{data, total}, count, container, deps);
+  return scan_container<long, container_usm>(queue, data, count, container, total, deps);
 }
 sycl::event prefix_sum(sycl::queue& queue, sycl::buffer<int, 1>* data, std::size_t count,
                        containerType container, sycl::buffer<long, 1>* total,
                        const std::vector<sycl::event>& deps) {
-  return scan<int>(queue, buffer_arrays<int>{data, total}, count, container, deps);
+  return scan_container<int, container_buffer>(queue, data, count, container, total, deps);
 }
 sycl::event prefix_sum(sycl::queue& queue, sycl::buffer<long, 1>* data, std::size_t count,
                        containerType container, sycl::buffer<long, 1>* total,
                        const std::vector<sycl::event>& deps) {
-  return scan<long>(queue, buffer_arrays<long>{data, total}, count, container, deps);
+  return scan_container<long, container_buffer>(queue, data, count, container, total, deps);
 }
 
 template <typename I>

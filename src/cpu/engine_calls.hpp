@@ -26,7 +26,7 @@ struct engine_value<std::complex<double>> {
 template <typename T, typename I>
 struct engine;
 
-#define VRT_ENGINE_CALLS(p, T, i, I)                                                           \
+#define VRT_ENGINE_CALLS(p, T, i, I, unused)                                                         \
   template <>                                                                                  \
   struct engine<T, I> {                                                                        \
     using V = engine_value<T>::type;                                                           \
@@ -104,7 +104,7 @@ struct engine;
       return vrt_sparse_set_sm_hint_##i(A, op, d, l, columns, calls);                          \
     }                                                                                          \
   };
-VRT_FOR_EACH_VARIANT(VRT_ENGINE_CALLS)
+VRT_FOR_EACH_VARIANT(VRT_ENGINE_CALLS, 0)
 #undef VRT_ENGINE_CALLS
 
 }  // namespace orvane::vrt::sparse::cpu

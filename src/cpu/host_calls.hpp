@@ -12,7 +12,7 @@
 
 #include "containers/views.hpp"
 #include "cpu/engine_calls.hpp"
-#include "interface/handle.hpp"
+#include "handle/handle.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 

@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "cpu/host_calls.hpp"
-#include "interface/backends.hpp"
-#include "interface/matmat_descr.hpp"
+#include "cpu/entry_points.hpp"
+#include "handle/matmat_descr.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 

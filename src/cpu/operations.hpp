@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "cpu/host_calls.hpp"
-#include "interface/backends.hpp"
+#include "cpu/entry_points.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 
@@ -33,7 +33,7 @@ inline void refuse_coo_layout(const sparseStructure* s, layout lay, const char* 
 template <typename T, typename I, containerType C, typename Call>
 sycl::event call_with_vectors(sycl::queue& queue, matrix_handle* A, const char* word,
                               container_t<C, T> x, container_t<C, T> y,
-                              const std::vector<sycl::event>& deps, Call&& call) {
+                              const event_list& deps, Call&& call) {
   primary_of(A, word);
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, word, chain);
@@ -50,7 +50,7 @@ sycl::event call_with_vectors(sycl::queue& queue, matrix_handle* A, const char* 
 template <typename T, typename I, containerType C>
 sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* A,
                       container_t<C, T> x, T beta, container_t<C, T> y,
-                      const std::vector<sycl::event>& deps) {
+                      const event_list& deps) {
   const host_operation_t hop = host_operation(op);
   return detail::call_with_vectors<T, I, C>(
       queue, A, "gemv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
@@ -61,7 +61,7 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* 
 template <typename T, typename I, containerType C>
 sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* A,
                          container_t<C, T> x, T beta, container_t<C, T> y, container_t<C, T> d,
-                         const std::vector<sycl::event>& deps) {
+                         const event_list& deps) {
   detail::primary_of(A, "gemvdot");
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, "gemvdot", chain);
@@ -82,7 +82,7 @@ sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handl
 template <typename T, typename I, containerType C>
 sycl::event symv_impl(sycl::queue& queue, uplo ul, T alpha, matrix_handle* A,
                       container_t<C, T> x, T beta, container_t<C, T> y,
-                      const std::vector<sycl::event>& deps) {
+                      const event_list& deps) {
   if (ul != uplo::lower && ul != uplo::upper) throw invalid_argument("sparse", "symv", "uplo_flag");
   const host_matrix_descr d{HOST_MATRIX_TYPE_SYMMETRIC,
                             ul == uplo::lower ? HOST_FILL_MODE_LOWER : HOST_FILL_MODE_UPPER,
@@ -96,7 +96,7 @@ sycl::event symv_impl(sycl::queue& queue, uplo ul, T alpha, matrix_handle* A,
 template <typename T, typename I, containerType C>
 sycl::event trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha,
                       matrix_handle* A, container_t<C, T> x, T beta, container_t<C, T> y,
-                      const std::vector<sycl::event>& deps) {
+                      const event_list& deps) {
   if (ul != uplo::lower && ul != uplo::upper) throw invalid_argument("sparse", "trmv", "uplo_flag");
   const host_operation_t hop = host_operation(op);
   const host_matrix_descr d = triangular_descr(ul, dg);
@@ -109,7 +109,7 @@ sycl::event trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alph
 template <typename T, typename I, containerType C>
 sycl::event trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha,
                       matrix_handle* A, container_t<C, T> x, container_t<C, T> y,
-                      const std::vector<sycl::event>& deps) {
+                      const event_list& deps) {
   const host_operation_t hop = host_operation(op);
   const host_matrix_descr d = triangular_descr(ul, dg);
   return detail::call_with_vectors<T, I, C>(
@@ -122,7 +122,7 @@ template <typename T, typename I, containerType C>
 sycl::event trsm_impl(sycl::queue& queue, layout lay, transpose opA, transpose opX, uplo ul,
                       diag dg, T alpha, matrix_handle* A, container_t<C, T> x,
                       std::int64_t columns, std::int64_t ldx, container_t<C, T> y,
-                      std::int64_t ldy, const std::vector<sycl::event>& deps) {
+                      std::int64_t ldy, const event_list& deps) {
   if (ul != uplo::lower && ul != uplo::upper)
     throw invalid_argument("sparse", "trsm", "uplo_flag is invalid");
   if (!detail::fits<I>(columns) || !detail::fits<I>(ldx) || !detail::fits<I>(ldy))
@@ -146,7 +146,7 @@ template <typename T, typename I, containerType C>
 sycl::event gemm_impl(sycl::queue& queue, layout lay, transpose opA, transpose opB, T alpha,
                       matrix_handle* A, container_t<C, T> b, std::int64_t columns,
                       std::int64_t ldb, T beta, container_t<C, T> c, std::int64_t ldc,
-                      const std::vector<sycl::event>& deps) {
+                      const event_list& deps) {
   if (opB != transpose::nontrans)
     throw unimplemented("sparse", "gemm",
                         "currently does not support non-transpose op on B/dense matrix");
@@ -162,35 +162,31 @@ sycl::event gemm_impl(sycl::queue& queue, layout lay, transpose opA, transpose o
       });
 }
 
-// The instantiations of one variant (cpu::dgemv_impl_i4 and the like).
-#define VRT_CPU_OPERATION_NAMES(p, T, i, I, C, suffix)                                            \
-  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,             \
-                                          container_t<C, T>, T, container_t<C, T>,                \
-                                          const std::vector<sycl::event>&);                       \
-  template sycl::event gemvdot_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,          \
-                                             container_t<C, T>, T, container_t<C, T>,             \
-                                             container_t<C, T>, const std::vector<sycl::event>&); \
-  template sycl::event symv_impl<T, I, C>(sycl::queue&, uplo, T, matrix_handle*,                  \
-                                          container_t<C, T>, T, container_t<C, T>,                \
-                                          const std::vector<sycl::event>&);                       \
-  template sycl::event trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                 \
-                                          matrix_handle*, container_t<C, T>, T,                   \
-                                          container_t<C, T>, const std::vector<sycl::event>&);    \
-  template sycl::event trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                 \
-                                          matrix_handle*, container_t<C, T>, container_t<C, T>,   \
-                                          const std::vector<sycl::event>&);                       \
-  template sycl::event trsm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, uplo, diag, \
-                                          T, matrix_handle*, container_t<C, T>, std::int64_t,     \
-                                          std::int64_t, container_t<C, T>, std::int64_t,          \
-                                          const std::vector<sycl::event>&);                       \
-  template sycl::event gemm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, T,          \
-                                          matrix_handle*, container_t<C, T>, std::int64_t,        \
-                                          std::int64_t, T, container_t<C, T>, std::int64_t,       \
-                                          const std::vector<sycl::event>&);
-#define VRT_INSTANTIATE_CPU_OPERATIONS(p, T, i, I)                                 \
-  namespace orvane::vrt::sparse::cpu {                                             \
-  VRT_CPU_OPERATION_NAMES(p, T, i, I, container_usm, usm)                          \
-  VRT_CPU_OPERATION_NAMES(p, T, i, I, container_buffer, buf)                       \
-  }
-
 }  // namespace orvane::vrt::sparse::cpu
+
+#define VRT_INSTANTIATE_CPU_OPERATIONS(T, I, C)                                                  \
+  namespace orvane::vrt::sparse::cpu {                                                           \
+  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,            \
+                                          container_t<C, T>, T, container_t<C, T>,               \
+                                          const event_list&);                                    \
+  template sycl::event gemvdot_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,         \
+                                             container_t<C, T>, T, container_t<C, T>,            \
+                                             container_t<C, T>, const event_list&);              \
+  template sycl::event symv_impl<T, I, C>(sycl::queue&, uplo, T, matrix_handle*,                 \
+                                          container_t<C, T>, T, container_t<C, T>,               \
+                                          const event_list&);                                    \
+  template sycl::event trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                \
+                                          matrix_handle*, container_t<C, T>, T,                  \
+                                          container_t<C, T>, const event_list&);                 \
+  template sycl::event trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                \
+                                          matrix_handle*, container_t<C, T>, container_t<C, T>,  \
+                                          const event_list&);                                    \
+  template sycl::event trsm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, uplo,      \
+                                          diag, T, matrix_handle*, container_t<C, T>,            \
+                                          std::int64_t, std::int64_t, container_t<C, T>,         \
+                                          std::int64_t, const event_list&);                      \
+  template sycl::event gemm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, T,         \
+                                          matrix_handle*, container_t<C, T>, std::int64_t,       \
+                                          std::int64_t, T, container_t<C, T>, std::int64_t,      \
+                                          const event_list&);                                    \
+  }

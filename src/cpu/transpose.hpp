@@ -1,22 +1,22 @@
-// Explicit transposes and omatcopy on CPU queues. The frames (refusals, the handle's own
-// transpose slots, reuse of a stored transpose) are the device's; the CSR transpose itself is the
-// host engine's counting transpose in a host task, which leaves output rows sorted.
+// Explicit transposes and omatcopy on CPU queues: the shared frames, with the host engine's
+// counting transpose in a host task as the CSR step (its output rows come out sorted).
 #pragma once
 
 #include <functional>
 #include <vector>
 
+#include "cpu/entry_points.hpp"
 #include "cpu/host_calls.hpp"
-#include "gpu/format/transpose_impl.hpp"
+#include "transpose/frames.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 
 struct host_csr_transpose {
   template <typename T, typename I, containerType C>
   static sycl::event run(sycl::queue& queue, transpose op, sparseStructure* in,
-                         sparseStructure* out, const std::vector<sycl::event>& deps) {
+                         sparseStructure* out, const event_list& deps) {
     if ((in->values == nullptr) != (out->values == nullptr))
-      throw invalid_argument("sparse", "omatcopy", gpu::kernels::values_mismatch);
+      throw invalid_argument("sparse", "omatcopy", transpose_kernels::values_mismatch);
     set_nnz_value(queue, in, deps).wait();
     const int in_base = in->index != 0 ? 1 : 0, out_base = out->index != 0 ? 1 : 0;
     const I rows = static_cast<I>(in->nrows), cols = static_cast<I>(in->ncols);
@@ -43,28 +43,23 @@ struct host_csr_transpose {
 
 template <typename T, typename I, containerType C>
 sycl::event make_transpose_impl(sycl::queue& queue, transpose op, matrix_handle* A,
-                                matrix_handle* B, const std::vector<sycl::event>& deps) {
-  return gpu::make_transpose_with<T, I, C, host_csr_transpose>(queue, op, A, B, deps);
+                                matrix_handle* B, const event_list& deps) {
+  return transpose_frames::make_transpose<T, I, C, host_csr_transpose>(queue, op, A, B, deps);
 }
 
-// A copy with a new base is the same elementwise work on every device: the device routine
-// runs it.
+// A copy with a new base is the same elementwise work on every device.
 template <typename T, typename I, containerType C>
 sycl::event omatcopy_impl(sycl::queue& queue, transpose op, matrix_handle* A, matrix_handle* B,
-                          const std::vector<sycl::event>& deps) {
-  return gpu::omatcopy_impl<T, I, C>(queue, op, A, B, deps);
+                          const event_list& deps) {
+  return transpose_frames::omatcopy<T, I, C>(queue, op, A, B, deps);
 }
 
-#define VRT_CPU_TRANSPOSE_NAMES(T, I, C)                                                       \
-  template sycl::event make_transpose_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,   \
-                                                    matrix_handle*,                            \
-                                                    const std::vector<sycl::event>&);          \
-  template sycl::event omatcopy_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,         \
-                                              matrix_handle*, const std::vector<sycl::event>&);
-#define VRT_INSTANTIATE_CPU_TRANSPOSE(p, T, i, I) \
-  namespace orvane::vrt::sparse::cpu {            \
-  VRT_CPU_TRANSPOSE_NAMES(T, I, container_usm)    \
-  VRT_CPU_TRANSPOSE_NAMES(T, I, container_buffer) \
-  }
-
 }  // namespace orvane::vrt::sparse::cpu
+
+#define VRT_INSTANTIATE_CPU_TRANSPOSE(T, I, C)                                              \
+  namespace orvane::vrt::sparse::cpu {                                                      \
+  template sycl::event make_transpose_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*, \
+                                                    matrix_handle*, const event_list&);     \
+  template sycl::event omatcopy_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,      \
+                                              matrix_handle*, const event_list&);           \
+  }

@@ -1,11 +1,10 @@
 // Public routines that exist once for all variants: analysis, sorting and copies.
 #include <orvane/vrt/sparse.hpp>
 
-#include "interface/backends.hpp"
+#include "cpu/entry_points.hpp"
+#include "gpu/entry_points.hpp"
 #include "interface/dispatch.hpp"
 #include "interface/frame.hpp"
-#include "interface/pending_backends.hpp"
-#include "interface/select_structure.hpp"
 
 namespace orvane::vrt::sparse {
 
@@ -21,6 +20,16 @@ void optimize_frame(sycl::queue& queue, matrix_handle* A, const event_list& deps
 }
 
 bool single_precision(const matrix_handle* h) { return !is_double_precision(h->fp_type); }
+
+// The explicit transpose of src into dst, chosen by src's types.
+sycl::event dispatch_make_transpose(sycl::queue& queue, transpose op, matrix_handle* src,
+                                    matrix_handle* dst, const event_list& deps) {
+  const bool on_cpu = queue.get_device().is_cpu();
+  return visit_variant(src, "omatcopy", [&]<typename T, typename I, containerType C>() {
+    return on_cpu ? cpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps)
+                  : gpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps);
+  });
+}
 }  // namespace
 
 sycl::event dispatch_optimize_gemv(sycl::queue& q, transpose op, matrix_handle* A,

@@ -1,12 +1,11 @@
 // Binding the caller's CSR and COO arrays to a handle.
 #include <orvane/vrt/sparse.hpp>
 
-#include "common/variants.hpp"
-#include "interface/coalesce_events.hpp"
+#include "handle/coalesce_events.hpp"
+#include "handle/handle.hpp"
+#include "handle/nnz.hpp"
+#include "handle/value_types.hpp"
 #include "interface/frame.hpp"
-#include "interface/handle.hpp"
-#include "interface/nnz.hpp"
-#include "interface/value_types.hpp"
 
 namespace orvane::vrt::sparse {
 
@@ -38,9 +37,8 @@ void bind_csr(matrix_handle* handle, sycl::queue* queue, I nrows, I ncols, index
 }
 
 template <typename T, typename I>
-void bind_coo(sycl::queue& queue, matrix_handle* handle, I nrows, I ncols, I nnz,
-              index_base index, containerType container, void* row_ind, void* col_ind,
-              void* values) {
+void bind_coo(sycl::queue& queue, matrix_handle* handle, I nrows, I ncols, I nnz, index_base index,
+              containerType container, void* row_ind, void* col_ind, void* values) {
   if (handle->primary == nullptr) {
     initSparseStructure(reinterpret_cast<void**>(&handle->primary));
     cache_context(queue, handle);
@@ -64,8 +62,8 @@ void set_csr_data_no_queue(matrix_handle_t handle, I nrows, I ncols, index_base 
 
 template <typename T, typename I>
 void set_csr_data_buffer(sycl::queue& queue, matrix_handle_t handle, I nrows, I ncols,
-                         index_base index, sycl::buffer<I, 1>& row_ptr,
-                         sycl::buffer<I, 1>& col_ind, sycl::buffer<T, 1>& values) {
+                         index_base index, sycl::buffer<I, 1>& row_ptr, sycl::buffer<I, 1>& col_ind,
+                         sycl::buffer<T, 1>& values) {
   verify_device_for<T>(queue, "set_csr_data");
   if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", "hMatrix");
   bind_csr<T, I>(handle, &queue, nrows, ncols, index, container_buffer, &row_ptr, &col_ind,
@@ -74,8 +72,8 @@ void set_csr_data_buffer(sycl::queue& queue, matrix_handle_t handle, I nrows, I 
 }
 
 template <typename T, typename I>
-void set_csr_data_no_queue(matrix_handle_t handle, I nrows, I ncols, index_base index,
-                           I* row_ptr, I* col_ind, T* values) {
+void set_csr_data_no_queue(matrix_handle_t handle, I nrows, I ncols, index_base index, I* row_ptr,
+                           I* col_ind, T* values) {
   if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", csr_usm_word);
   bind_csr<T, I>(handle, nullptr, nrows, ncols, index, container_usm, row_ptr, col_ind, values);
 }
@@ -97,8 +95,8 @@ sycl::event set_csr_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows
 
 template <typename T, typename I>
 void set_coo_data_buffer(sycl::queue& queue, matrix_handle_t handle, I nrows, I ncols, I nnz,
-                         index_base index, sycl::buffer<I, 1>& row_ind,
-                         sycl::buffer<I, 1>& col_ind, sycl::buffer<T, 1>& values) {
+                         index_base index, sycl::buffer<I, 1>& row_ind, sycl::buffer<I, 1>& col_ind,
+                         sycl::buffer<T, 1>& values) {
   verify_device_for<T>(queue, "set_coo_data");
   if (handle == nullptr) throw uninitialized("sparse", "set_coo_data", coo_word);
   bind_coo<T, I>(queue, handle, nrows, ncols, nnz, index, container_buffer, &row_ind, &col_ind,
@@ -106,50 +104,312 @@ void set_coo_data_buffer(sycl::queue& queue, matrix_handle_t handle, I nrows, I 
 }
 
 template <typename T, typename I>
-sycl::event set_coo_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows, I ncols,
-                             I nnz, index_base index, I* row_ind, I* col_ind, T* values,
+sycl::event set_coo_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows, I ncols, I nnz,
+                             index_base index, I* row_ind, I* col_ind, T* values,
                              const std::vector<sycl::event>& deps) {
   verify_device_for<T>(queue, "set_coo_data");
   if (handle == nullptr) throw uninitialized("sparse", "set_coo_data", coo_word);
-  bind_coo<T, I>(queue, handle, nrows, ncols, nnz, index, container_usm, row_ind, col_ind,
-                 values);
+  bind_coo<T, I>(queue, handle, nrows, ncols, nnz, index, container_usm, row_ind, col_ind, values);
   if (deps.empty()) return sycl::event();
   return coalesce_events(queue, container_usm, deps, false);
 }
 
-// The public overloads of one (T, I) pair.
-#define VRT_DEFINE_BINDING(p, T, i, I)                                                        \
-  void set_csr_data(matrix_handle_t h, I nrows, I ncols, index_base index,                    \
-                    sycl::buffer<I, 1>& row_ptr, sycl::buffer<I, 1>& col_ind,                 \
-                    sycl::buffer<T, 1>& values) {                                             \
-    set_csr_data_no_queue<T, I>(h, nrows, ncols, index, row_ptr, col_ind, values);            \
-  }                                                                                           \
-  void set_csr_data(sycl::queue& q, matrix_handle_t h, I nrows, I ncols, index_base index,    \
-                    sycl::buffer<I, 1>& row_ptr, sycl::buffer<I, 1>& col_ind,                 \
-                    sycl::buffer<T, 1>& values) {                                             \
-    set_csr_data_buffer<T, I>(q, h, nrows, ncols, index, row_ptr, col_ind, values);           \
-  }                                                                                           \
-  void set_csr_data(matrix_handle_t h, I nrows, I ncols, index_base index, I* row_ptr,        \
-                    I* col_ind, T* values) {                                                  \
-    set_csr_data_no_queue<T, I>(h, nrows, ncols, index, row_ptr, col_ind, values);            \
-  }                                                                                           \
-  sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, I nrows, I ncols,               \
-                           index_base index, I* row_ptr, I* col_ind, T* values,               \
-                           const std::vector<sycl::event>& deps) {                            \
-    return set_csr_data_usm<T, I>(q, h, nrows, ncols, index, row_ptr, col_ind, values, deps); \
-  }                                                                                           \
-  void set_coo_data(sycl::queue& q, matrix_handle_t h, I nrows, I ncols, I nnz,               \
-                    index_base index, sycl::buffer<I, 1>& row_ind,                            \
-                    sycl::buffer<I, 1>& col_ind, sycl::buffer<T, 1>& values) {                \
-    set_coo_data_buffer<T, I>(q, h, nrows, ncols, nnz, index, row_ind, col_ind, values);      \
-  }                                                                                           \
-  sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, I nrows, I ncols, I nnz,        \
-                           index_base index, I* row_ind, I* col_ind, T* values,               \
-                           const std::vector<sycl::event>& deps) {                            \
-    return set_coo_data_usm<T, I>(q, h, nrows, ncols, nnz, index, row_ind, col_ind, values,   \
-                                  deps);                                                      \
-  }
-VRT_FOR_EACH_VARIANT(VRT_DEFINE_BINDING)
-#undef VRT_DEFINE_BINDING
+// The public overloads: each forwards to the binding of its memory model above.
+
+// ---- float, std::int32_t
+void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
+                  sycl::buffer<std::int32_t, 1>& row_ptr, sycl::buffer<std::int32_t, 1>& col_ind,
+                  sycl::buffer<float, 1>& values) {
+  set_csr_data_no_queue<float, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
+                  sycl::buffer<std::int32_t, 1>& col_ind, sycl::buffer<float, 1>& values) {
+  set_csr_data_buffer<float, std::int32_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
+                  std::int32_t* row_ptr, std::int32_t* col_ind, float* values) {
+  set_csr_data_no_queue<float, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                         index_base index, std::int32_t* row_ptr, std::int32_t* col_ind,
+                         float* values, const event_list& deps) {
+  return set_csr_data_usm<float, std::int32_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values,
+                                               deps);
+}
+void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                  std::int32_t nnz, index_base index, sycl::buffer<std::int32_t, 1>& row_ind,
+                  sycl::buffer<std::int32_t, 1>& col_ind, sycl::buffer<float, 1>& values) {
+  set_coo_data_buffer<float, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
+                                           values);
+}
+sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                         std::int32_t nnz, index_base index, std::int32_t* row_ind,
+                         std::int32_t* col_ind, float* values, const event_list& deps) {
+  return set_coo_data_usm<float, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
+                                               values, deps);
+}
+
+// ---- float, std::int64_t
+void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
+                  sycl::buffer<std::int64_t, 1>& row_ptr, sycl::buffer<std::int64_t, 1>& col_ind,
+                  sycl::buffer<float, 1>& values) {
+  set_csr_data_no_queue<float, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                  index_base index, sycl::buffer<std::int64_t, 1>& row_ptr,
+                  sycl::buffer<std::int64_t, 1>& col_ind, sycl::buffer<float, 1>& values) {
+  set_csr_data_buffer<float, std::int64_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
+                  std::int64_t* row_ptr, std::int64_t* col_ind, float* values) {
+  set_csr_data_no_queue<float, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                         index_base index, std::int64_t* row_ptr, std::int64_t* col_ind,
+                         float* values, const event_list& deps) {
+  return set_csr_data_usm<float, std::int64_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values,
+                                               deps);
+}
+void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                  std::int64_t nnz, index_base index, sycl::buffer<std::int64_t, 1>& row_ind,
+                  sycl::buffer<std::int64_t, 1>& col_ind, sycl::buffer<float, 1>& values) {
+  set_coo_data_buffer<float, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
+                                           values);
+}
+sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                         std::int64_t nnz, index_base index, std::int64_t* row_ind,
+                         std::int64_t* col_ind, float* values, const event_list& deps) {
+  return set_coo_data_usm<float, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
+                                               values, deps);
+}
+
+// ---- double, std::int32_t
+void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
+                  sycl::buffer<std::int32_t, 1>& row_ptr, sycl::buffer<std::int32_t, 1>& col_ind,
+                  sycl::buffer<double, 1>& values) {
+  set_csr_data_no_queue<double, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
+                  sycl::buffer<std::int32_t, 1>& col_ind, sycl::buffer<double, 1>& values) {
+  set_csr_data_buffer<double, std::int32_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
+                  std::int32_t* row_ptr, std::int32_t* col_ind, double* values) {
+  set_csr_data_no_queue<double, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                         index_base index, std::int32_t* row_ptr, std::int32_t* col_ind,
+                         double* values, const event_list& deps) {
+  return set_csr_data_usm<double, std::int32_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values,
+                                                deps);
+}
+void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                  std::int32_t nnz, index_base index, sycl::buffer<std::int32_t, 1>& row_ind,
+                  sycl::buffer<std::int32_t, 1>& col_ind, sycl::buffer<double, 1>& values) {
+  set_coo_data_buffer<double, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
+                                            values);
+}
+sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                         std::int32_t nnz, index_base index, std::int32_t* row_ind,
+                         std::int32_t* col_ind, double* values, const event_list& deps) {
+  return set_coo_data_usm<double, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
+                                                values, deps);
+}
+
+// ---- double, std::int64_t
+void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
+                  sycl::buffer<std::int64_t, 1>& row_ptr, sycl::buffer<std::int64_t, 1>& col_ind,
+                  sycl::buffer<double, 1>& values) {
+  set_csr_data_no_queue<double, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                  index_base index, sycl::buffer<std::int64_t, 1>& row_ptr,
+                  sycl::buffer<std::int64_t, 1>& col_ind, sycl::buffer<double, 1>& values) {
+  set_csr_data_buffer<double, std::int64_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
+                  std::int64_t* row_ptr, std::int64_t* col_ind, double* values) {
+  set_csr_data_no_queue<double, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
+}
+sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                         index_base index, std::int64_t* row_ptr, std::int64_t* col_ind,
+                         double* values, const event_list& deps) {
+  return set_csr_data_usm<double, std::int64_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values,
+                                                deps);
+}
+void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                  std::int64_t nnz, index_base index, sycl::buffer<std::int64_t, 1>& row_ind,
+                  sycl::buffer<std::int64_t, 1>& col_ind, sycl::buffer<double, 1>& values) {
+  set_coo_data_buffer<double, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
+                                            values);
+}
+sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                         std::int64_t nnz, index_base index, std::int64_t* row_ind,
+                         std::int64_t* col_ind, double* values, const event_list& deps) {
+  return set_coo_data_usm<double, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
+                                                values, deps);
+}
+
+// ---- std::complex<float>, std::int32_t
+void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
+                  sycl::buffer<std::int32_t, 1>& row_ptr, sycl::buffer<std::int32_t, 1>& col_ind,
+                  sycl::buffer<std::complex<float>, 1>& values) {
+  set_csr_data_no_queue<std::complex<float>, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind,
+                                                           values);
+}
+void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
+                  sycl::buffer<std::int32_t, 1>& col_ind,
+                  sycl::buffer<std::complex<float>, 1>& values) {
+  set_csr_data_buffer<std::complex<float>, std::int32_t>(q, h, nrows, ncols, index, row_ptr,
+                                                         col_ind, values);
+}
+void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
+                  std::int32_t* row_ptr, std::int32_t* col_ind, std::complex<float>* values) {
+  set_csr_data_no_queue<std::complex<float>, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind,
+                                                           values);
+}
+sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                         index_base index, std::int32_t* row_ptr, std::int32_t* col_ind,
+                         std::complex<float>* values, const event_list& deps) {
+  return set_csr_data_usm<std::complex<float>, std::int32_t>(q, h, nrows, ncols, index, row_ptr,
+                                                             col_ind, values, deps);
+}
+void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                  std::int32_t nnz, index_base index, sycl::buffer<std::int32_t, 1>& row_ind,
+                  sycl::buffer<std::int32_t, 1>& col_ind,
+                  sycl::buffer<std::complex<float>, 1>& values) {
+  set_coo_data_buffer<std::complex<float>, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind,
+                                                         col_ind, values);
+}
+sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                         std::int32_t nnz, index_base index, std::int32_t* row_ind,
+                         std::int32_t* col_ind, std::complex<float>* values,
+                         const event_list& deps) {
+  return set_coo_data_usm<std::complex<float>, std::int32_t>(q, h, nrows, ncols, nnz, index,
+                                                             row_ind, col_ind, values, deps);
+}
+
+// ---- std::complex<float>, std::int64_t
+void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
+                  sycl::buffer<std::int64_t, 1>& row_ptr, sycl::buffer<std::int64_t, 1>& col_ind,
+                  sycl::buffer<std::complex<float>, 1>& values) {
+  set_csr_data_no_queue<std::complex<float>, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind,
+                                                           values);
+}
+void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                  index_base index, sycl::buffer<std::int64_t, 1>& row_ptr,
+                  sycl::buffer<std::int64_t, 1>& col_ind,
+                  sycl::buffer<std::complex<float>, 1>& values) {
+  set_csr_data_buffer<std::complex<float>, std::int64_t>(q, h, nrows, ncols, index, row_ptr,
+                                                         col_ind, values);
+}
+void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
+                  std::int64_t* row_ptr, std::int64_t* col_ind, std::complex<float>* values) {
+  set_csr_data_no_queue<std::complex<float>, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind,
+                                                           values);
+}
+sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                         index_base index, std::int64_t* row_ptr, std::int64_t* col_ind,
+                         std::complex<float>* values, const event_list& deps) {
+  return set_csr_data_usm<std::complex<float>, std::int64_t>(q, h, nrows, ncols, index, row_ptr,
+                                                             col_ind, values, deps);
+}
+void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                  std::int64_t nnz, index_base index, sycl::buffer<std::int64_t, 1>& row_ind,
+                  sycl::buffer<std::int64_t, 1>& col_ind,
+                  sycl::buffer<std::complex<float>, 1>& values) {
+  set_coo_data_buffer<std::complex<float>, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind,
+                                                         col_ind, values);
+}
+sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                         std::int64_t nnz, index_base index, std::int64_t* row_ind,
+                         std::int64_t* col_ind, std::complex<float>* values,
+                         const event_list& deps) {
+  return set_coo_data_usm<std::complex<float>, std::int64_t>(q, h, nrows, ncols, nnz, index,
+                                                             row_ind, col_ind, values, deps);
+}
+
+// ---- std::complex<double>, std::int32_t
+void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
+                  sycl::buffer<std::int32_t, 1>& row_ptr, sycl::buffer<std::int32_t, 1>& col_ind,
+                  sycl::buffer<std::complex<double>, 1>& values) {
+  set_csr_data_no_queue<std::complex<double>, std::int32_t>(h, nrows, ncols, index, row_ptr,
+                                                            col_ind, values);
+}
+void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
+                  sycl::buffer<std::int32_t, 1>& col_ind,
+                  sycl::buffer<std::complex<double>, 1>& values) {
+  set_csr_data_buffer<std::complex<double>, std::int32_t>(q, h, nrows, ncols, index, row_ptr,
+                                                          col_ind, values);
+}
+void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
+                  std::int32_t* row_ptr, std::int32_t* col_ind, std::complex<double>* values) {
+  set_csr_data_no_queue<std::complex<double>, std::int32_t>(h, nrows, ncols, index, row_ptr,
+                                                            col_ind, values);
+}
+sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                         index_base index, std::int32_t* row_ptr, std::int32_t* col_ind,
+                         std::complex<double>* values, const event_list& deps) {
+  return set_csr_data_usm<std::complex<double>, std::int32_t>(q, h, nrows, ncols, index, row_ptr,
+                                                              col_ind, values, deps);
+}
+void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                  std::int32_t nnz, index_base index, sycl::buffer<std::int32_t, 1>& row_ind,
+                  sycl::buffer<std::int32_t, 1>& col_ind,
+                  sycl::buffer<std::complex<double>, 1>& values) {
+  set_coo_data_buffer<std::complex<double>, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind,
+                                                          col_ind, values);
+}
+sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
+                         std::int32_t nnz, index_base index, std::int32_t* row_ind,
+                         std::int32_t* col_ind, std::complex<double>* values,
+                         const event_list& deps) {
+  return set_coo_data_usm<std::complex<double>, std::int32_t>(q, h, nrows, ncols, nnz, index,
+                                                              row_ind, col_ind, values, deps);
+}
+
+// ---- std::complex<double>, std::int64_t
+void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
+                  sycl::buffer<std::int64_t, 1>& row_ptr, sycl::buffer<std::int64_t, 1>& col_ind,
+                  sycl::buffer<std::complex<double>, 1>& values) {
+  set_csr_data_no_queue<std::complex<double>, std::int64_t>(h, nrows, ncols, index, row_ptr,
+                                                            col_ind, values);
+}
+void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                  index_base index, sycl::buffer<std::int64_t, 1>& row_ptr,
+                  sycl::buffer<std::int64_t, 1>& col_ind,
+                  sycl::buffer<std::complex<double>, 1>& values) {
+  set_csr_data_buffer<std::complex<double>, std::int64_t>(q, h, nrows, ncols, index, row_ptr,
+                                                          col_ind, values);
+}
+void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
+                  std::int64_t* row_ptr, std::int64_t* col_ind, std::complex<double>* values) {
+  set_csr_data_no_queue<std::complex<double>, std::int64_t>(h, nrows, ncols, index, row_ptr,
+                                                            col_ind, values);
+}
+sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                         index_base index, std::int64_t* row_ptr, std::int64_t* col_ind,
+                         std::complex<double>* values, const event_list& deps) {
+  return set_csr_data_usm<std::complex<double>, std::int64_t>(q, h, nrows, ncols, index, row_ptr,
+                                                              col_ind, values, deps);
+}
+void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                  std::int64_t nnz, index_base index, sycl::buffer<std::int64_t, 1>& row_ind,
+                  sycl::buffer<std::int64_t, 1>& col_ind,
+                  sycl::buffer<std::complex<double>, 1>& values) {
+  set_coo_data_buffer<std::complex<double>, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind,
+                                                          col_ind, values);
+}
+sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
+                         std::int64_t nnz, index_base index, std::int64_t* row_ind,
+                         std::int64_t* col_ind, std::complex<double>* values,
+                         const event_list& deps) {
+  return set_coo_data_usm<std::complex<double>, std::int64_t>(q, h, nrows, ncols, nnz, index,
+                                                              row_ind, col_ind, values, deps);
+}
 
 }  // namespace orvane::vrt::sparse

@@ -7,7 +7,8 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "interface/handle.hpp"
+#include "common/variants.hpp"
+#include "handle/handle.hpp"
 
 namespace orvane::vrt::sparse {
 
@@ -29,16 +30,19 @@ decltype(auto) visit_index_and_container(const matrix_handle* handle, const char
 }
 
 // Calls run.template operator()<T, I, C>() for the handle's three types. Some routines name
-// themselves differently in the index-type message (index_function).
+// themselves differently in the index-type message (index_function): "optimized_trsv" and
+// "optimized_trsm" are the words users know from those messages, so keep them as spelled.
 template <typename Run>
 decltype(auto) visit_variant(const matrix_handle* handle, const char* function, Run&& run,
                              const char* index_function = nullptr) {
-  auto with_value = [&]<typename T>() -> decltype(auto) {
-    return visit_index_and_container(
-        handle, index_function != nullptr ? index_function : function,
-        [&]<typename I, containerType C>() {
-      return run.template operator()<T, I, C>();
-    });
+  auto with_value = [&]<typename T>() -> sycl::event {
+    if constexpr (!value_type_built<T>) {
+      throw unimplemented("sparse", function, "value type left out of this build");
+    } else {
+      return visit_index_and_container(
+          handle, index_function != nullptr ? index_function : function,
+          [&]<typename I, containerType C>() { return run.template operator()<T, I, C>(); });
+    }
   };
   switch (handle->fp_type + 1) {
     case 0:

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -11,7 +12,8 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "interface/handle.hpp"
+#include "common/variants.hpp"
+#include "handle/handle.hpp"
 
 namespace orvane::vrt::sparse {
 
@@ -47,21 +49,19 @@ inline void verify_double_support_for(sycl::queue& queue, const matrix_handle* h
   if (is_double_precision(handle->fp_type)) verify_double_support(queue, function);
 }
 
-// (op & ~2) == 1: trans or conjtrans.
-inline bool is_transposed(transpose op) { return (static_cast<int>(op) & ~2) == 1; }
-
-bool check_for_conj(transpose op);
-bool check_for_conj(transpose op, sparseStructSelection selection);
-
 // For buffer handles, which have no event chain, deps are honoured by waiting on them here.
 void wait_for_buffer_handle_deps(sycl::queue& queue, const matrix_handle* handle,
                                  const event_list& deps);
 
 // Index-width selection of the dispatch functions of one value type: calls
-// run.template operator()<I>() for the handle's index type.
-template <typename Run>
-decltype(auto) visit_int_type(const matrix_handle* handle, const char* function, Run&& run) {
-  switch (handle->int_type) {
+// run.template operator()<I>() for the handle's index type. A value type left out of a developer
+// build is refused here.
+template <typename T = void, typename Run>
+sycl::event visit_int_type(const matrix_handle* handle, const char* function, Run&& run) {
+  if constexpr (!std::is_void_v<T> && !value_type_built<T>) {
+    throw unimplemented("sparse", function, "value type left out of this build");
+  } else {
+    switch (handle->int_type) {
     case int_32:
       return run.template operator()<std::int32_t>();
     case int_64:
@@ -72,6 +72,7 @@ decltype(auto) visit_int_type(const matrix_handle* handle, const char* function,
                              "not called after initialization");
     default:
       throw computation_error("sparse", function, "internal error");
+    }
   }
 }
 

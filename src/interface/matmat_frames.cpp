@@ -1,24 +1,17 @@
 // The descriptor of the staged sparse product and the public matmat frame.
-#include <cstring>
-
 #include <orvane/vrt/sparse.hpp>
 
-#include "cpu/matmat.hpp"
-#include "interface/backends.hpp"
-#include "interface/dispatch.hpp"
+#include "cpu/entry_points.hpp"
+#include "gpu/entry_points.hpp"
+#include "handle/matmat_descr.hpp"
+#include "handle/record.hpp"
 #include "interface/frame.hpp"
-#include "interface/pending_backends.hpp"
-#include "interface/matmat_descr.hpp"
-#include "platform/services.hpp"
 
 namespace orvane::vrt::sparse {
 
 void init_matmat_descr(matmat_descr_t* p) {
   if (p == nullptr) throw uninitialized("sparse", "matmat", "");
-  void* memory = vrt_serv_malloc(sizeof(matmat_descr), 64);
-  if (memory == nullptr) throw host_bad_alloc("sparse", "matmat");
-  std::memset(memory, 0, sizeof(matmat_descr));
-  auto* d = static_cast<matmat_descr*>(memory);
+  auto* d = allocate_record<matmat_descr>("matmat");
   d->sort_output = false;
   d->view_a = d->view_b = d->view_c = d->view_d = matrix_view_descr::general;
   d->op_a = d->op_b = transpose::nontrans;

@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "interface/handle.hpp"
+#include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
 #include "support/test_helpers.hpp"
 

@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "support/test_helpers.hpp"
-#include "gpu/mv/csr/gemv_launchers.hpp"
-#include "gpu/mv/gemv_data.hpp"
-#include "interface/handle.hpp"
+#include "gpu/mv/csr/gemv_operands.hpp"
+#include "handle/gemv_data.hpp"
+#include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
 
 namespace vrt = orvane::vrt;
@@ -261,13 +261,9 @@ TEST(GemvCsrKernels, ComplexDefaultKernelConjugatesWhenAsked) {
   y[0] = Z(0);
   vs::gemvInternalData* plan = nullptr;
   vs::initGemvInternalData(&plan);
-  const std::int64_t nrows = 1;
-  const std::int32_t index = 0;
-  const Z alpha(1), beta(0);
-  const vs::containerType container = vs::container_usm;
-  vs::gpu::csr::kernels::zgemv_default_i4(q, plan, row_ptr, col_ind, values, x, y, nrows, index,
-                                          alpha, beta, container, true, {})
-      .wait();
+  const vs::gpu::csr::gemv_operands<Z, std::int32_t, vs::container_usm> operands{
+      row_ptr, col_ind, values, x, y, 1, 0, Z(1), Z(0), true};
+  vs::gpu::csr::zgemv_default_i4_usm(q, *plan, operands, {}).wait();
   EXPECT_EQ(y[0], Z(1, -2));
   vs::zgemvInternalDataRelease_i4_usm(&plan, nullptr);
   for (void* p : {static_cast<void*>(row_ptr), static_cast<void*>(col_ind),

@@ -13,7 +13,7 @@
 
 #include "support/test_helpers.hpp"
 #include "gpu/format/sort_algorithms.hpp"
-#include "interface/handle.hpp"
+#include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
 
 namespace vrt = orvane::vrt;

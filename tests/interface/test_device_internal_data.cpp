@@ -8,8 +8,8 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "interface/coalesce_events.hpp"
-#include "interface/device_internal_data.hpp"
+#include "handle/coalesce_events.hpp"
+#include "handle/device_internal_data.hpp"
 #include "platform/testing_hooks.hpp"
 
 namespace vs = orvane::vrt::sparse;

@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "support/test_helpers.hpp"
-#include "interface/handle.hpp"
+#include "handle/handle.hpp"
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;

@@ -7,11 +7,12 @@
 #include <thread>
 
 #include "support/test_helpers.hpp"
-#include "gpu/triangular/triangular_data.hpp"
-#include "interface/handle.hpp"
-#include "interface/nnz.hpp"
-#include "interface/release.hpp"
-#include "interface/select_structure.hpp"
+#include "handle/triangular_data.hpp"
+#include "handle/handle.hpp"
+#include "handle/nnz.hpp"
+#include "handle/release.hpp"
+#include "handle/select_structure.hpp"
+#include "gpu/format/select_transposed.hpp"
 #include "platform/testing_hooks.hpp"
 
 namespace vrt = orvane::vrt;
@@ -245,7 +246,8 @@ TEST(MatrixHandle, SelectionFollowsTheExplicitForms) {
       "orvane::vrt::sparse: computation error: internal error");
   // An existing explicit form is reused: the caller's events pass through.
   std::vector<sycl::event> deps = {sycl::event(), sycl::event()}, out_deps;
-  vs::do_transpose(q, vrt::transpose::trans, h, deps, out_deps);
+  vs::gpu::do_transpose<double, std::int32_t, vs::container_usm>(q, vrt::transpose::trans, h, deps,
+                                                                  out_deps);
   EXPECT_EQ(out_deps.size(), 2u);
   h->primary = h->transposed = h->conj_transposed = nullptr;
   vs::release_matrix_handle(&h);

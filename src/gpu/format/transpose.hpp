@@ -1,270 +1,39 @@
-// Explicit transposes and copies of CSR and COO structures on the device.
-//
-// The CSR transpose counts entries per column with atomics, scans the counts into row pointers,
-// scatters with atomic cursors and shifts the pointers back. Rows of that output come in atomic
-// order. When the arrays are not plain device memory the same steps run in one work-item, which
-// leaves rows sorted.
+// omatcopy and the explicit transposes on the device: the shared frames with the device's CSR
+// transpose.
 #pragma once
 
-#include <cstdint>
-#include <vector>
+#include "gpu/entry_points.hpp"
+#include "gpu/format/csr_transpose.hpp"
+#include "transpose/frames.hpp"
 
-#include <sycl/sycl.hpp>
+namespace orvane::vrt::sparse::gpu {
 
-#include <orvane/vrt/sparse.hpp>
-
-#include "containers/containers.hpp"
-#include "containers/prefix_sum.hpp"
-#include "containers/views.hpp"
-#include "interface/backends.hpp"
-#include "interface/coalesce_events.hpp"
-#include "interface/handle.hpp"
-#include "interface/nnz.hpp"
-#include "interface/release.hpp"
-#include "interface/value_types.hpp"
-
-namespace orvane::vrt::sparse::gpu::kernels {
-
-template <typename T, typename I, containerType C>
-class transNnzCountParallel;
-template <typename T, typename I, containerType C>
-class transComputeParallel;
-template <typename T, typename I, containerType C>
-class transFinalizeIaParallel;
-template <typename T, typename I, containerType C>
-class transComputeSingle;
-template <typename T, typename I, containerType C>
-class csrComputeIbCopy;
-template <typename T, typename I, containerType C>
-class cooTransposeKernel;
-
-// Kernels with and without values carry different names.
-template <typename Name, bool Values>
-class valued;
-
-template <typename T>
-T conj_value(T v, bool conj) {
-  if constexpr (is_complex_v<T>)
-    return conj ? T(v.real(), -v.imag()) : v;
-  else
-    return v;
-}
-
-inline constexpr const char* omatcopy_word = "omatcopy";
-// Input and output of a transpose must both have values or both be structures only.
-inline constexpr const char* values_mismatch =
-    "Either both input `a` and output `a^T` arrays must be emptyor both must be allocated with "
-    "`a^T` at least as long as `a`";
-
-// Host or unknown USM cannot take device atomics: one work-item does the work there.
-template <containerType C>
-bool needs_single_work_item(sycl::queue& queue, const sparseStructure* in,
-                            const sparseStructure* out) {
-  if constexpr (C == container_buffer) {
-    return false;
-  } else {
-    const sycl::context context = queue.get_context();
-    for (const void* p : {in->row_ptr, in->col_ind, in->values, out->row_ptr, out->col_ind,
-                          out->values}) {
-      if (p == nullptr) continue;
-      const auto kind = sycl::get_pointer_type(p, context);
-      if (kind == sycl::usm::alloc::host || kind == sycl::usm::alloc::unknown) return true;
-    }
-    return false;
+struct device_csr_transpose {
+  template <typename T, typename I, containerType C>
+  static sycl::event run(sycl::queue& queue, transpose op, sparseStructure* in,
+                         sparseStructure* out, const event_list& deps) {
+    return kernels::csr_transpose_kernel<T, I, C>(queue, op, in, out, deps);
   }
+};
+
+template <typename T, typename I, containerType C>
+sycl::event make_transpose_impl(sycl::queue& queue, transpose op, matrix_handle* A,
+                                matrix_handle* B, const event_list& deps) {
+  return transpose_frames::make_transpose<T, I, C, device_csr_transpose>(queue, op, A, B, deps);
 }
 
-// out = op(in) for CSR structures; out's arrays hold in.ncols + 1 row pointers and nnz entries.
 template <typename T, typename I, containerType C>
-sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructure* in,
-                                 sparseStructure* out, const std::vector<sycl::event>& deps) {
-  if ((in->values == nullptr) != (out->values == nullptr))
-    throw invalid_argument("sparse", omatcopy_word, values_mismatch);
-  set_nnz_value(queue, in, deps).wait();
-  void* total = allocate_device_container<long>(1, queue, C);
-  if (total == nullptr) throw device_bad_alloc("sparse", omatcopy_word, queue.get_device());
-  const sycl::context context = queue.get_context();
-  struct total_guard {
-    void* cell;
-    const sycl::context& context;
-    ~total_guard() { deallocate_container<long>(cell, context, C); }
-  } guard{total, context};
+sycl::event omatcopy_impl(sycl::queue& queue, transpose op, matrix_handle* A, matrix_handle* B,
+                          const event_list& deps) {
+  return transpose_frames::omatcopy<T, I, C>(queue, op, A, B, deps);
+}
 
-  const std::int64_t nrows = in->nrows;
-  const std::int64_t out_rows = in->ncols;
-  const I in_index = in->index != 0 ? 1 : 0;
-  const I out_index = out->index != 0 ? 1 : 0;
-  const bool conj = op == transpose::conjtrans && is_complex_v<T>;
-  const bool with_values = in->values != nullptr;
-  auto out_rp = as_container<C, I>(out->row_ptr);
-  auto in_rp = as_container<C, I>(in->row_ptr);
-  auto in_ci = as_container<C, I>(in->col_ind);
-  auto out_ci = as_container<C, I>(out->col_ind);
-  auto in_va = as_container<C, T>(in->values);
-  auto out_va = as_container<C, T>(out->values);
+}  // namespace orvane::vrt::sparse::gpu
 
-  sycl::event e =
-      fill_container<I>(queue, out_rp, I(0), static_cast<std::size_t>(out_rows + 1), deps);
-
-  // Moves the entries of input row r to their slots, advancing the per-column cursors.
-  const auto scatter_row = [=](std::int64_t r, const I* rows, const I* cols, I* cursor, I* out_cols,
-                               const T* vals, T* out_vals, auto advance) {
-    for (I j = rows[r] - in_index; j < rows[r + 1] - in_index; ++j) {
-      const I pos = advance(cursor[cols[j] - in_index]);
-      out_cols[pos] = static_cast<I>(r) + out_index;
-      if (vals != nullptr) out_vals[pos] = conj_value(vals[j], conj);
-    }
-  };
-  const auto finalize_row_pointers = [=](I* ptr) {
-    for (std::int64_t c = out_rows; c >= 1; --c) ptr[c] = ptr[c - 1] + out_index;
-    ptr[0] = out_index;
-  };
-  // Submits a kernel over the arrays, with or without values.
-  auto submit = [&]<typename Name>(const std::vector<sycl::event>& after, auto range, auto body) {
-    return queue.submit([&](sycl::handler& h) {
-      depend_on<C>(h, after);
-      auto rp = bind(h, in_rp, sycl::read_only);
-      auto ci = bind(h, in_ci, sycl::read_only);
-      auto orp = bind(h, out_rp, sycl::read_write);
-      auto oci = bind(h, out_ci, sycl::read_write);
-      if (with_values) {
-        auto va = bind(h, in_va, sycl::read_only);
-        auto ova = bind(h, out_va, sycl::read_write);
-        h.parallel_for<valued<Name, true>>(range, [=](sycl::id<1> r) {
-          body(r[0], raw(rp), raw(ci), raw(orp), raw(oci), raw(va), raw(ova));
-        });
-      } else {
-        h.parallel_for<valued<Name, false>>(range, [=](sycl::id<1> r) {
-          body(r[0], raw(rp), raw(ci), raw(orp), raw(oci), static_cast<const T*>(nullptr),
-               static_cast<T*>(nullptr));
-        });
-      }
-    });
-  };
-  const sycl::range<1> one(1), per_row(static_cast<std::size_t>(nrows));
-  const auto plain = [](I& cursor) { return cursor++; };
-  const auto atomic = [](I& cursor) {
-    return sycl::atomic_ref<I, sycl::memory_order::relaxed, sycl::memory_scope::device>(cursor)
-        .fetch_add(I(1));
-  };
-
-  sycl::event done;
-  if (needs_single_work_item<C>(queue, in, out)) {
-    // Counts, scan and scatter in row order: the output rows come out sorted.
-    done = submit.template operator()<transComputeSingle<T, I, C>>(
-        {e}, one,
-        [=](std::size_t, const I* rows, const I* cols, I* ptr, I* out_cols, const T* vals,
-            T* out_vals) {
-          for (std::int64_t r = 0; r < nrows; ++r)
-            for (I j = rows[r] - in_index; j < rows[r + 1] - in_index; ++j)
-              ++ptr[cols[j] - in_index + 1];
-          for (std::int64_t c = 0; c < out_rows; ++c) ptr[c + 1] += ptr[c];
-          for (std::int64_t r = 0; r < nrows; ++r)
-            scatter_row(r, rows, cols, ptr, out_cols, vals, out_vals, plain);
-          finalize_row_pointers(ptr);
-        });
-  } else {
-    sycl::event counted = submit.template operator()<transNnzCountParallel<T, I, C>>(
-        {e}, per_row,
-        [=](std::size_t r, const I* rows, const I* cols, I* ptr, I*, const T*, T*) {
-          for (I j = rows[r] - in_index; j < rows[r + 1] - in_index; ++j)
-            atomic(ptr[cols[j] - in_index + 1]);
-        });
-    sycl::event scanned = prefix_sum(queue, out_rp, static_cast<std::size_t>(out_rows + 1), C,
-                                     as_container<C, long>(total), {counted});
-    sycl::event scattered = submit.template operator()<transComputeParallel<T, I, C>>(
-        {scanned}, per_row,
-        [=](std::size_t r, const I* rows, const I* cols, I* ptr, I* out_cols, const T* vals,
-            T* out_vals) {
-          scatter_row(static_cast<std::int64_t>(r), rows, cols, ptr, out_cols, vals, out_vals,
-                      atomic);
-        });
-    done = submit.template operator()<transFinalizeIaParallel<T, I, C>>(
-        {scattered}, one,
-        [=](std::size_t, const I*, const I*, I* ptr, I*, const T*, T*) {
-          finalize_row_pointers(ptr);
-        });
+#define VRT_INSTANTIATE_GPU_TRANSPOSE(T, I, C)                                              \
+  namespace orvane::vrt::sparse::gpu {                                                      \
+  template sycl::event make_transpose_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*, \
+                                                    matrix_handle*, const event_list&);     \
+  template sycl::event omatcopy_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,      \
+                                              matrix_handle*, const event_list&);           \
   }
-  out->nnz = in->nnz;
-  done.wait();  // the total cell is freed on return
-  return done;
-}
-
-// out = in with the index base changed to out's; values copied when both have them.
-template <typename T, typename I, containerType C>
-sycl::event omatcopy_kernel(sycl::queue& queue, sparseStructure* in, sparseStructure* out,
-                            const std::vector<sycl::event>& deps) {
-  set_nnz_value(queue, in, deps).wait();
-  if (in->values == nullptr && out->values != nullptr)
-    throw invalid_argument("sparse", omatcopy_word,
-                           in->format == format_csr
-                               ? "Input matrix appears to be CSR structure-only but output "
-                                 "matrix appears to CSR structure+values"
-                               : "Input matrix appears to be COO structure-only but output "
-                                 "matrix appears to COO structure+values");
-  const I shift = static_cast<I>((out->index != 0) - (in->index != 0));
-  const auto nnz = static_cast<std::size_t>(in->nnz);
-  // CSR shifts nrows + 1 row pointers, COO nnz row indices.
-  const std::size_t row_count =
-      in->format == format_csr ? static_cast<std::size_t>(in->nrows) + 1 : nnz;
-  auto shifted_copy = [&](void* from, void* to, std::size_t count,
-                          const std::vector<sycl::event>& after) {
-    auto src = as_container<C, I>(from);
-    auto dst = as_container<C, I>(to);
-    return queue.submit([&](sycl::handler& h) {
-      depend_on<C>(h, after);
-      auto s_view = bind(h, src, sycl::read_only);
-      auto d_view = bind(h, dst, sycl::write_only);
-      h.parallel_for<csrComputeIbCopy<T, I, C>>(sycl::range<1>(count), [=](sycl::id<1> i) {
-        raw(d_view)[i] = raw(s_view)[i] + shift;
-      });
-    });
-  };
-  std::vector<sycl::event> chain{shifted_copy(in->row_ptr, out->row_ptr, row_count, {})};
-  if (nnz > 0) {
-    chain = {shifted_copy(in->col_ind, out->col_ind, nnz, chain)};
-    if (in->values != nullptr && out->values != nullptr)
-      chain = {copy_container<T>(queue, as_container<C, T>(in->values),
-                                 as_container<C, T>(out->values), nnz, chain)};
-  }
-  out->nnz = in->nnz;
-  return chain.front();
-}
-
-// COO: rows and columns trade places, one work-item per entry.
-template <typename T, typename I, containerType C>
-sycl::event coo_transpose_kernel(sycl::queue& queue, transpose op, sparseStructure* in,
-                                 sparseStructure* out, const std::vector<sycl::event>& deps) {
-  if ((in->values == nullptr) != (out->values == nullptr))
-    throw invalid_argument("sparse", omatcopy_word, values_mismatch);
-  const auto nnz = static_cast<std::size_t>(in->nnz);
-  const I shift = static_cast<I>((out->index != 0) - (in->index != 0));
-  const bool conj = op == transpose::conjtrans && is_complex_v<T>;
-  out->nnz = in->nnz;
-  if (nnz == 0) return coalesce_events(queue, C, deps, false);
-  return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
-    auto ri = bind(h, as_container<C, I>(in->row_ptr), sycl::read_only);
-    auto ci = bind(h, as_container<C, I>(in->col_ind), sycl::read_only);
-    auto ori = bind(h, as_container<C, I>(out->row_ptr), sycl::write_only);
-    auto oci = bind(h, as_container<C, I>(out->col_ind), sycl::write_only);
-    if (in->values != nullptr) {
-      auto va = bind(h, as_container<C, T>(in->values), sycl::read_only);
-      auto ova = bind(h, as_container<C, T>(out->values), sycl::write_only);
-      h.parallel_for<valued<cooTransposeKernel<T, I, C>, true>>(
-          sycl::range<1>(nnz), [=](sycl::id<1> k) {
-            raw(ori)[k] = raw(ci)[k] + shift;
-            raw(oci)[k] = raw(ri)[k] + shift;
-            raw(ova)[k] = conj_value(raw(va)[k], conj);
-          });
-    } else {
-      h.parallel_for<valued<cooTransposeKernel<T, I, C>, false>>(
-          sycl::range<1>(nnz), [=](sycl::id<1> k) {
-            raw(ori)[k] = raw(ci)[k] + shift;
-            raw(oci)[k] = raw(ri)[k] + shift;
-          });
-    }
-  });
-}
-
-}  // namespace orvane::vrt::sparse::gpu::kernels

@@ -1,0 +1,27 @@
+// Releasing structures and handles with all they own.
+#pragma once
+
+#include <sycl/sycl.hpp>
+
+#include "common/variants.hpp"
+#include "handle/handle.hpp"
+
+namespace orvane::vrt::sparse {
+
+// Frees a structure (its arrays only if it owns them) with its plans; an empty slot is left
+// alone. A structure that owns arrays needs the context they were allocated in.
+template <typename T, typename I, containerType C>
+void sparseStructureRelease(void** slot, const sycl::context* context);
+
+// Frees a handle and everything it derived; null is a no-op.
+template <typename T, typename I, containerType C>
+void release_matrix_handle_impl(matrix_handle* handle);
+
+// Picks the variant from the handle's types; a handle that never received data is released as
+// double precision, since its slots are empty.
+void dispatch_release_matrix_handle(matrix_handle* handle);
+
+VRT_NAME_VARIANTS(sparseStructureRelease)
+VRT_NAME_VARIANTS(release_matrix_handle_impl)
+
+}  // namespace orvane::vrt::sparse
