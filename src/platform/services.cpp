@@ -12,6 +12,7 @@
 #include "platform/testing_hooks.hpp"
 
 namespace {
+#ifdef VRT_TESTING_SEAMS
 std::atomic<std::size_t> g_failing_mallocs{0};
 std::atomic<orvane::vrt::testing::exit_hook> g_exit_hook{nullptr};
 
@@ -21,6 +22,9 @@ bool take_failure() {
     if (g_failing_mallocs.compare_exchange_weak(n, n - 1)) return true;
   return false;
 }
+#else
+bool take_failure() { return false; }
+#endif
 
 std::mutex& service_mutex() {
   static std::mutex m;
@@ -29,18 +33,22 @@ std::mutex& service_mutex() {
 
 void end_process(int status) {
   std::fflush(nullptr);
+#ifdef VRT_TESTING_SEAMS
   if (auto hook = g_exit_hook.load()) {
     hook(status);
     return;
   }
+#endif
   std::exit(status);
 }
 }  // namespace
 
+#ifdef VRT_TESTING_SEAMS
 namespace orvane::vrt::testing {
 void fail_next_serv_mallocs(std::size_t count) { g_failing_mallocs = count; }
 void set_exit_hook(exit_hook hook) { g_exit_hook = hook; }
 }  // namespace orvane::vrt::testing
+#endif
 
 extern "C" {
 

@@ -1,5 +1,6 @@
-# Checks the SONAME of the shared library and that it exports nothing but the public interface:
-# symbols of the orvane::vrt namespace and C entry points named vrt_*.
+# Checks the SONAME of the shared library and that the functions it exports are exactly the
+# public API listed in public_symbols.txt (EXPECTED), each as often as it is listed: nothing more, such as a test seam or an
+# internal routine, and nothing less.
 find_program(READELF readelf REQUIRED)
 find_program(NM nm REQUIRED)
 execute_process(COMMAND ${READELF} -d ${LIBRARY} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
@@ -9,25 +10,48 @@ endif()
 execute_process(COMMAND ${NM} -D --defined-only --demangle ${LIBRARY}
                 OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REPLACE "\n" ";" lines "${symbols}")
-set(unexpected "")
+set(exported "")
+set(stray "")
 foreach(line IN LISTS lines)
-  if(line STREQUAL "")
+  if(line STREQUAL "" OR line MATCHES "^[0-9a-fA-F]+ [VWuvU] ")
+    # Weak template instances, and the type information and virtual tables of the exported
+    # exception classes, come with any C++ library; they are checked by namespace below.
+    if(line MATCHES "^[0-9a-fA-F]+ [Vv] " AND NOT line MATCHES " (typeinfo name for|typeinfo for|vtable for) orvane::vrt::")
+      string(REGEX REPLACE "^[0-9a-fA-F]+ [A-Za-z] " "" name "${line}")
+      if(name MATCHES "orvane::vrt::(sparse::|testing::)")
+        list(APPEND stray "${name}")
+      endif()
+    endif()
     continue()
   endif()
   string(REGEX REPLACE "^[0-9a-fA-F]+ [A-Za-z] " "" name "${line}")
-  # Weak template instances of the C++ runtime and of SYCL types may appear in any library.
-  if(line MATCHES "^[0-9a-fA-F]+ [VWuv] ")
-    continue()
-  endif()
-  # Exported classes bring their type information and virtual tables along.
-  string(REGEX REPLACE "^(typeinfo name for|typeinfo for|vtable for) " "" name "${name}")
-  if(NOT name MATCHES "^orvane::vrt::" AND NOT name MATCHES "^vrt_"
-     AND NOT name MATCHES "^_init$" AND NOT name MATCHES "^_fini$")
-    list(APPEND unexpected "${name}")
+  if(NOT name STREQUAL "_init" AND NOT name STREQUAL "_fini")
+    list(APPEND exported "${name}")
   endif()
 endforeach()
-if(unexpected)
-  string(REPLACE ";" "\n  " text "${unexpected}")
-  message(FATAL_ERROR "symbols exported outside the public interface:\n  ${text}")
+file(STRINGS ${EXPECTED} expected REGEX "^[^#]")
+list(SORT exported)
+list(SORT expected)
+set(extra ${exported})
+list(REMOVE_ITEM extra ${expected})
+set(missing ${expected})
+list(REMOVE_ITEM missing ${exported})
+set(report "")
+if(NOT extra AND NOT missing AND NOT exported STREQUAL expected)
+  # Constructors and destructors demangle alike in their complete and base forms, so the list
+  # counts each name as often as it is exported.
+  set(report "the same names, exported a different number of times:\n  ${exported}\n")
 endif()
-message(STATUS "exports are limited to the public interface")
+if(extra OR stray)
+  string(REPLACE ";" "\n  " text "${extra};${stray}")
+  string(APPEND report "exported but not part of the public API:\n  ${text}\n")
+endif()
+if(missing)
+  string(REPLACE ";" "\n  " text "${missing}")
+  string(APPEND report "public API not exported:\n  ${text}\n")
+endif()
+if(report)
+  message(FATAL_ERROR "${report}")
+endif()
+list(LENGTH exported count)
+message(STATUS "the library exports exactly the ${count} functions of the public API")
