@@ -31,7 +31,7 @@ sycl::event hint_and_optimize(sycl::queue& queue, matrix_handle* A, const char* 
 template <typename T, typename I, containerType C>
 sycl::event optimize_gemv_impl(sycl::queue& queue, transpose op, matrix_handle* A,
                                const event_list& deps) {
-  const host_operation_t hop = host_operation(op);
+  const host_operation_t hop = host_operation(op, "optimize_gemv");
   // "optimze_gemv" is the routine's word in its messages as users know them: keep the spelling.
   return detail::hint_and_optimize<T, I, C>(queue, A, "optimze_gemv", deps, [=](host_matrix_t m) {
     return engine<T, I>::mv_hint(m, hop, general_descr(), detail::gemv_expected_calls);
@@ -41,8 +41,8 @@ sycl::event optimize_gemv_impl(sycl::queue& queue, transpose op, matrix_handle* 
 template <typename T, typename I, containerType C>
 sycl::event optimize_trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg,
                                matrix_handle* A, const event_list& deps) {
-  const host_operation_t hop = host_operation(op);
-  const host_matrix_descr d = triangular_descr(ul, dg);
+  const host_operation_t hop = host_operation(op, "optimize_trmv");
+  const host_matrix_descr d = triangular_descr(ul, dg, "optimize_trmv");
   return detail::hint_and_optimize<T, I, C>(queue, A, "optimize_trmv", deps, [=](host_matrix_t m) {
     return engine<T, I>::mv_hint(m, hop, d, detail::triangular_expected_calls);
   });
@@ -51,8 +51,8 @@ sycl::event optimize_trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag d
 template <typename T, typename I, containerType C>
 sycl::event optimize_trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg,
                                matrix_handle* A, const event_list& deps) {
-  const host_operation_t hop = host_operation(op);
-  const host_matrix_descr d = triangular_descr(ul, dg);
+  const host_operation_t hop = host_operation(op, "optimize_trsv");
+  const host_matrix_descr d = triangular_descr(ul, dg, "optimize_trsv");
   return detail::hint_and_optimize<T, I, C>(queue, A, "optimize_trsv", deps, [=](host_matrix_t m) {
     return engine<T, I>::sv_hint(m, hop, d, detail::triangular_expected_calls);
   });
@@ -65,9 +65,9 @@ sycl::event optimize_trsm_impl(sycl::queue& queue, layout lay, uplo ul, transpos
   if (A->primary != nullptr && A->primary->format != format_csr)
     throw unimplemented("sparse", "optimize_trsm",
                         "currently only supports the CSR matrix format on CPU devices");
-  const host_operation_t hop = host_operation(op);
-  const host_matrix_descr d = triangular_descr(ul, dg);
-  const host_layout_t hl = host_layout(lay);
+  const host_operation_t hop = host_operation(op, "optimize_trsm");
+  const host_matrix_descr d = triangular_descr(ul, dg, "optimize_trsm");
+  const host_layout_t hl = host_layout(lay, "optimize_trsm");
   const I n = static_cast<I>(columns < 0 ? 1 : columns);
   return detail::hint_and_optimize<T, I, C>(queue, A, "optimize_trsm", deps, [=](host_matrix_t m) {
     return engine<T, I>::sm_hint(m, hop, d, hl, n, detail::triangular_expected_calls);

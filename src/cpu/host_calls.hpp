@@ -19,18 +19,37 @@ namespace orvane::vrt::sparse::cpu {
 // Statuses 1 to 6 become exceptions; every other value passes.
 void throw_for_status(sparse_status_t status);
 
-inline host_operation_t host_operation(transpose op) {
-  return op == transpose::nontrans ? HOST_OPERATION_NON_TRANSPOSE
-                                   : (op == transpose::trans ? HOST_OPERATION_TRANSPOSE
-                                                             : HOST_OPERATION_CONJUGATE_TRANSPOSE);
+// The engine's words for the library's enumerations. A value outside an enumeration is refused
+// with the routine's word and the argument's name, never taken as some other value.
+inline host_operation_t host_operation(transpose op, const char* function,
+                                       const char* argument = "op") {
+  switch (op) {
+    case transpose::nontrans:
+      return HOST_OPERATION_NON_TRANSPOSE;
+    case transpose::trans:
+      return HOST_OPERATION_TRANSPOSE;
+    case transpose::conjtrans:
+      return HOST_OPERATION_CONJUGATE_TRANSPOSE;
+  }
+  throw invalid_argument("sparse", function, argument);
 }
-inline host_layout_t host_layout(layout l) {
-  return l == layout::row_major ? HOST_LAYOUT_ROW_MAJOR : HOST_LAYOUT_COLUMN_MAJOR;
+inline host_layout_t host_layout(layout l, const char* function) {
+  switch (l) {
+    case layout::row_major:
+      return HOST_LAYOUT_ROW_MAJOR;
+    case layout::col_major:
+      return HOST_LAYOUT_COLUMN_MAJOR;
+  }
+  throw invalid_argument("sparse", function, "layout");
 }
 inline host_matrix_descr general_descr() {
   return {HOST_MATRIX_TYPE_GENERAL, HOST_FILL_MODE_LOWER, HOST_DIAG_NON_UNIT};
 }
-inline host_matrix_descr triangular_descr(uplo ul, diag dg) {
+// uplo_word: how the routine names a bad triangle ("uplo_flag", or trsm's "uplo_flag is invalid").
+inline host_matrix_descr triangular_descr(uplo ul, diag dg, const char* function,
+                                          const char* uplo_word = "uplo_flag") {
+  if (ul != uplo::lower && ul != uplo::upper) throw invalid_argument("sparse", function, uplo_word);
+  if (dg != diag::nonunit && dg != diag::unit) throw invalid_argument("sparse", function, "diag_flag");
   return {HOST_MATRIX_TYPE_TRIANGULAR, ul == uplo::lower ? HOST_FILL_MODE_LOWER : HOST_FILL_MODE_UPPER,
           dg == diag::unit ? HOST_DIAG_UNIT : HOST_DIAG_NON_UNIT};
 }

@@ -93,8 +93,8 @@ sycl::event product_request(sycl::queue& queue, matrix_handle* A, matrix_handle*
     case matmat_request::compute: {
       ensure_host_matrix<T, I, C>(queue, A, "matmat", chain);
       ensure_host_matrix<T, I, C>(queue, B, "matmat", chain);
-      const host_operation_t op_a = host_operation(descr->op_a);
-      const host_operation_t op_b = host_operation(descr->op_b);
+      const host_operation_t op_a = host_operation(descr->op_a, "matmat", "opA");
+      const host_operation_t op_b = host_operation(descr->op_b, "matmat", "opB");
       host_matrix_t a = A->host_matrix, b = B->host_matrix;
       host_matrix_t* product = &Cm->host_matrix;
       const host_request_t hr = host_request(request);

@@ -51,7 +51,7 @@ template <typename T, typename I, containerType C>
 sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* A,
                       container_t<C, T> x, T beta, container_t<C, T> y,
                       const event_list& deps) {
-  const host_operation_t hop = host_operation(op);
+  const host_operation_t hop = host_operation(op, "gemv");
   return detail::call_with_vectors<T, I, C>(
       queue, A, "gemv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
         return engine<T, I>::mv(hop, alpha, m, general_descr(), xs, beta, ys);
@@ -63,10 +63,10 @@ sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handl
                          container_t<C, T> x, T beta, container_t<C, T> y, container_t<C, T> d,
                          const event_list& deps) {
   detail::primary_of(A, "gemvdot");
+  const host_operation_t hop = host_operation(op, "gemvdot");
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, "gemvdot", chain);
   host_matrix_t matrix = A->host_matrix;
-  const host_operation_t hop = host_operation(op);
   run_host_call<C>(queue, chain, [&](sycl::handler& h) {
     auto xs = bind(h, x, sycl::read_only);
     auto ys = bind(h, y, sycl::read_write);
@@ -97,9 +97,8 @@ template <typename T, typename I, containerType C>
 sycl::event trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha,
                       matrix_handle* A, container_t<C, T> x, T beta, container_t<C, T> y,
                       const event_list& deps) {
-  if (ul != uplo::lower && ul != uplo::upper) throw invalid_argument("sparse", "trmv", "uplo_flag");
-  const host_operation_t hop = host_operation(op);
-  const host_matrix_descr d = triangular_descr(ul, dg);
+  const host_matrix_descr d = triangular_descr(ul, dg, "trmv");
+  const host_operation_t hop = host_operation(op, "trmv");
   return detail::call_with_vectors<T, I, C>(
       queue, A, "trmv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
         return engine<T, I>::mv(hop, alpha, m, d, xs, beta, ys);
@@ -110,8 +109,8 @@ template <typename T, typename I, containerType C>
 sycl::event trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha,
                       matrix_handle* A, container_t<C, T> x, container_t<C, T> y,
                       const event_list& deps) {
-  const host_operation_t hop = host_operation(op);
-  const host_matrix_descr d = triangular_descr(ul, dg);
+  const host_matrix_descr d = triangular_descr(ul, dg, "trsv");
+  const host_operation_t hop = host_operation(op, "trsv");
   return detail::call_with_vectors<T, I, C>(
       queue, A, "trsv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
         return engine<T, I>::trsv(hop, alpha, m, d, xs, ys);
@@ -132,9 +131,9 @@ sycl::event trsm_impl(sycl::queue& queue, layout lay, transpose opA, transpose o
                         "currently only supports the orvane::vrt::transpose::nontrans op for x "
                         "matrix");
   detail::refuse_coo_layout(detail::primary_of(A, "trsm"), lay, "trsm");
-  const host_operation_t hop = host_operation(opA);
-  const host_matrix_descr d = triangular_descr(ul, dg);
-  const host_layout_t hl = host_layout(lay);
+  const host_matrix_descr d = triangular_descr(ul, dg, "trsm", "uplo_flag is invalid");
+  const host_operation_t hop = host_operation(opA, "trsm", "opA");
+  const host_layout_t hl = host_layout(lay, "trsm");
   return detail::call_with_vectors<T, I, C>(
       queue, A, "trsm", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
         return engine<T, I>::trsm(hop, alpha, m, d, hl, xs, static_cast<I>(columns),
@@ -153,8 +152,8 @@ sycl::event gemm_impl(sycl::queue& queue, layout lay, transpose opA, transpose o
   if (!detail::fits<I>(columns) || !detail::fits<I>(ldb) || !detail::fits<I>(ldc))
     throw invalid_argument("sparse", "gemm", "one of columns, ldb, ldc is invalid");
   detail::refuse_coo_layout(detail::primary_of(A, "gemm"), lay, "gemm");
-  const host_operation_t hop = host_operation(opA);
-  const host_layout_t hl = host_layout(lay);
+  const host_operation_t hop = host_operation(opA, "gemm", "opA");
+  const host_layout_t hl = host_layout(lay, "gemm");
   return detail::call_with_vectors<T, I, C>(
       queue, A, "gemm", b, c, deps, [=](host_matrix_t m, const T* bs, T* cs) {
         return engine<T, I>::mm(hop, alpha, m, general_descr(), hl, bs, static_cast<I>(columns),

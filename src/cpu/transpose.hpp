@@ -20,7 +20,7 @@ struct host_csr_transpose {
     set_nnz_value(queue, in, deps).wait();
     const int in_base = in->index != 0 ? 1 : 0, out_base = out->index != 0 ? 1 : 0;
     const I rows = static_cast<I>(in->nrows), cols = static_cast<I>(in->ncols);
-    const host_operation_t host_op = host_operation(op);
+    const host_operation_t host_op = host_operation(op, "omatcopy");
     auto call = [=](const I* r, const I* c, const T* v, I* out_r, I* out_c, T* out_v) {
       return engine<T, I>::csr_transpose(host_op, in_base, rows, cols, r, r + 1, c, v, out_base,
                                          out_r, out_c, out_v);

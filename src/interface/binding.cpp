@@ -22,9 +22,28 @@ void verify_device_for(sycl::queue& queue, const char* function) {
     verify_double_support(queue, function);
 }
 
+// Sizes and the base are refused before the handle is touched, so a refused binding leaves the
+// handle as it was.
+template <typename I>
+void check_shape(const char* function, I nrows, I ncols, index_base index) {
+  if (nrows < 0) throw invalid_argument("sparse", function, "nrows is negative");
+  if (ncols < 0) throw invalid_argument("sparse", function, "ncols is negative");
+  if (index != index_base::zero && index != index_base::one)
+    throw invalid_argument("sparse", function, "index is neither index_base::zero nor index_base::one");
+}
+
+// A buffer that is given (not empty) must hold at least `needed` elements.
+template <typename E>
+void check_buffer_length(const char* function, const sycl::buffer<E, 1>& buffer,
+                         std::int64_t needed, const char* message) {
+  if (buffer.size() != 0 && static_cast<std::int64_t>(buffer.size()) < needed)
+    throw invalid_argument("sparse", function, message);
+}
+
 template <typename T, typename I>
 void bind_csr(matrix_handle* handle, sycl::queue* queue, I nrows, I ncols, index_base index,
               containerType container, void* row_ptr, void* col_ind, void* values) {
+  check_shape("set_csr_data", nrows, ncols, index);
   if (handle->primary == nullptr) {
     initSparseStructure(reinterpret_cast<void**>(&handle->primary));
     if (queue != nullptr) cache_context(*queue, handle);
@@ -39,6 +58,8 @@ void bind_csr(matrix_handle* handle, sycl::queue* queue, I nrows, I ncols, index
 template <typename T, typename I>
 void bind_coo(sycl::queue& queue, matrix_handle* handle, I nrows, I ncols, I nnz, index_base index,
               containerType container, void* row_ind, void* col_ind, void* values) {
+  check_shape("set_coo_data", nrows, ncols, index);
+  if (nnz < 0) throw invalid_argument("sparse", "set_coo_data", "nnz is negative");
   if (handle->primary == nullptr) {
     initSparseStructure(reinterpret_cast<void**>(&handle->primary));
     cache_context(queue, handle);
@@ -56,6 +77,8 @@ void set_csr_data_no_queue(matrix_handle_t handle, I nrows, I ncols, index_base 
                            sycl::buffer<I, 1>& row_ptr, sycl::buffer<I, 1>& col_ind,
                            sycl::buffer<T, 1>& values) {
   if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", "hMatrix");
+  check_buffer_length("set_csr_data", row_ptr, std::int64_t{nrows} + 1,
+                      "row_ptr holds fewer than nrows + 1 entries");
   bind_csr<T, I>(handle, nullptr, nrows, ncols, index, container_buffer, &row_ptr, &col_ind,
                  &values);
 }
@@ -66,6 +89,8 @@ void set_csr_data_buffer(sycl::queue& queue, matrix_handle_t handle, I nrows, I 
                          sycl::buffer<T, 1>& values) {
   verify_device_for<T>(queue, "set_csr_data");
   if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", "hMatrix");
+  check_buffer_length("set_csr_data", row_ptr, std::int64_t{nrows} + 1,
+                      "row_ptr holds fewer than nrows + 1 entries");
   bind_csr<T, I>(handle, &queue, nrows, ncols, index, container_buffer, &row_ptr, &col_ind,
                  &values);
   if (row_ptr.size() != 0 && col_ind.size() != 0) set_nnz_value(queue, handle->primary, {});
@@ -99,6 +124,9 @@ void set_coo_data_buffer(sycl::queue& queue, matrix_handle_t handle, I nrows, I 
                          sycl::buffer<T, 1>& values) {
   verify_device_for<T>(queue, "set_coo_data");
   if (handle == nullptr) throw uninitialized("sparse", "set_coo_data", coo_word);
+  check_buffer_length("set_coo_data", row_ind, nnz, "row_ind holds fewer than nnz entries");
+  check_buffer_length("set_coo_data", col_ind, nnz, "col_ind holds fewer than nnz entries");
+  check_buffer_length("set_coo_data", values, nnz, "values holds fewer than nnz entries");
   bind_coo<T, I>(queue, handle, nrows, ncols, nnz, index, container_buffer, &row_ind, &col_ind,
                  &values);
 }

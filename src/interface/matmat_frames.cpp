@@ -20,6 +20,7 @@ void init_matmat_descr(matmat_descr_t* p) {
 }
 
 void release_matmat_descr(matmat_descr_t* p) {
+  if (p == nullptr) throw invalid_argument("sparse", "release_matmat_descr", "descr");
   if (*p != nullptr) vrt_serv_free(*p);
 }
 

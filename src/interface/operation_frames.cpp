@@ -4,16 +4,32 @@
 #include "common/variants.hpp"
 #include "cpu/entry_points.hpp"
 #include "gpu/entry_points.hpp"
+#include "handle/value_types.hpp"
 #include "interface/frame.hpp"
 
 namespace orvane::vrt::sparse {
 
 namespace {
+// A bound handle is only read through the overload of its own value type and memory model:
+// anything else would read its arrays as another type.
+template <typename T, containerType C>
+void check_call_matches_handle(const matrix_handle* A, const char* function) {
+  if (A->primary == nullptr) return;  // never bound: the backend says "Matrix is not initialized"
+  if (A->container != C)
+    throw invalid_argument("sparse", function,
+                           C == container_usm ? "USM API called with sycl::buffer data"
+                                              : "sycl::buffer API called with USM data");
+  if (A->fp_type != fp_type_of<T>())
+    throw invalid_argument("sparse", function,
+                           "the value type of the call differs from the matrix handle's");
+}
+
 // The common tail of every frame: fp64 by the handle's type, the context, then the backend of
 // the device (CPU queues run on the host engine) and of the handle's index width.
-template <typename T, typename Run>
+template <typename T, containerType C, typename Run>
 sycl::event dispatch(sycl::queue& queue, matrix_handle* A, const char* function, Run&& run) {
   verify_double_support_for(queue, A, function);
+  check_call_matches_handle<T, C>(A, function);
   cache_context(queue, A);
   const bool on_cpu = queue.get_device().is_cpu();
   return visit_int_type<T>(A, function,
@@ -70,7 +86,7 @@ template <typename T, containerType C>
 sycl::event gemv_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* A,
                        container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
   require_present("gemv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
-  return dispatch<T>(q, A, "gemv", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "gemv", [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::gemv_impl<T, I, C>(q, op, alpha, A, x, beta, y, deps)
                   : gpu::gemv_impl<T, I, C>(q, op, alpha, A, x, beta, y, deps);
   });
@@ -82,7 +98,7 @@ sycl::event gemvdot_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* 
                           const event_list& deps) {
   require_present("gemvdot", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"},
                               {present(d), "d"}});
-  return dispatch<T>(q, A, "gemvdot", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "gemvdot", [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::gemvdot_impl<T, I, C>(q, op, alpha, A, x, beta, y, d, deps)
                   : gpu::gemvdot_impl<T, I, C>(q, op, alpha, A, x, beta, y, d, deps);
   });
@@ -92,7 +108,7 @@ template <typename T, containerType C>
 sycl::event symv_frame(sycl::queue& q, uplo ul, T alpha, matrix_handle* A, container_t<C, T> x,
                        T beta, container_t<C, T> y, const event_list& deps) {
   require_present("symv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
-  return dispatch<T>(q, A, "symv", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "symv", [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::symv_impl<T, I, C>(q, ul, alpha, A, x, beta, y, deps)
                   : gpu::symv_impl<T, I, C>(q, ul, alpha, A, x, beta, y, deps);
   });
@@ -102,7 +118,7 @@ template <typename T, containerType C>
 sycl::event trmv_frame(sycl::queue& q, uplo ul, transpose op, diag dg, T alpha, matrix_handle* A,
                        container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
   require_present("trmv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
-  return dispatch<T>(q, A, "trmv", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "trmv", [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::trmv_impl<T, I, C>(q, ul, op, dg, alpha, A, x, beta, y, deps)
                   : gpu::trmv_impl<T, I, C>(q, ul, op, dg, alpha, A, x, beta, y, deps);
   });
@@ -112,7 +128,7 @@ template <typename T, containerType C>
 sycl::event trsv_frame(sycl::queue& q, uplo ul, transpose op, diag dg, T alpha, matrix_handle* A,
                        container_t<C, T> x, container_t<C, T> y, const event_list& deps) {
   require_present("trsv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
-  return dispatch<T>(q, A, "trsv", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "trsv", [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::trsv_impl<T, I, C>(q, ul, op, dg, alpha, A, x, y, deps)
                   : gpu::trsv_impl<T, I, C>(q, ul, op, dg, alpha, A, x, y, deps);
   });
@@ -126,7 +142,7 @@ sycl::event trsm_frame(sycl::queue& q, layout lay, transpose opA, transpose opX,
   require_present("trsm", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
   verify_double_support_for(q, A, "trsm");
   check_trsm_dense(lay, opX, columns, ldx, ldy);
-  return dispatch<T>(q, A, "trsm", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "trsm", [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::trsm_impl<T, I, C>(q, lay, opA, opX, ul, dg, alpha, A, x, columns, ldx,
                                             y, ldy, deps)
                   : gpu::trsm_impl<T, I, C>(q, lay, opA, opX, ul, dg, alpha, A, x, columns, ldx,
@@ -142,7 +158,7 @@ sycl::event gemm_frame(sycl::queue& q, layout lay, transpose opA, transpose opB,
   require_present("gemm", {{present(A), "hMatrix"}, {present(b), "b"}, {present(c), "c"}});
   verify_double_support_for(q, A, "gemm");
   check_gemm_dense(A, lay, opA, opB, columns, ldb, ldc);
-  return dispatch<T>(q, A, "gemm", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "gemm", [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::gemm_impl<T, I, C>(q, lay, opA, opB, alpha, A, b, columns, ldb, beta, c,
                                             ldc, deps)
                   : gpu::gemm_impl<T, I, C>(q, lay, opA, opB, alpha, A, b, columns, ldb, beta, c,
@@ -161,6 +177,7 @@ sycl::event update_diagonal_values_frame(sycl::queue& q, matrix_handle* A, std::
     require_present("update_diagonal_values", {{present(A), "hMatrix"}});
   verify_double_support_for(q, A, "update_diagonal_values");
   check_memory_model(A, C);
+  check_call_matches_handle<T, C>(A, "update_diagonal_values");
   cache_context(q, A);
   if (q.get_device().is_cpu())
     throw unimplemented("sparse", "update_diagonal_values", "currently does not support cpu device");

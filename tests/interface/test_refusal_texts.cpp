@@ -1,0 +1,190 @@
+// Refusals that only odd states or internal callers reach, each asserted with its class and whole
+// text: format mismatches of copies, matrices of no known format, the product's finalize before
+// its compute stage, and the CPU routines' own argument words behind the frame.
+#include <gtest/gtest.h>
+#include <hostsycl/hostsycl.hpp>
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "cpu/operations.hpp"
+#include "gpu/format/transpose.hpp"
+#include "handle/handle.hpp"
+#include "support/test_helpers.hpp"
+
+namespace vrt = orvane::vrt;
+namespace vs = orvane::vrt::sparse;
+using vrt::transpose;
+using vrt_test::expect_message;
+
+namespace {
+
+std::string prefix(const std::string& routine) { return "orvane::vrt::sparse::" + routine + ": "; }
+
+// A 2 x 2 matrix [[1, 0], [2, 3]] in shared USM, bound as CSR or COO, with or without values.
+struct small_matrix {
+  sycl::queue& q;
+  vs::matrix_handle_t h = nullptr;
+  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
+  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(3, q);
+  double* values = sycl::malloc_shared<double>(3, q);
+  small_matrix(sycl::queue& queue, bool coo, bool with_values) : q(queue) {
+    const std::int32_t csr_rows[] = {0, 1, 3}, coo_rows[] = {0, 1, 1}, c[] = {0, 0, 1};
+    for (int k = 0; k < 3; ++k)
+      rows[k] = coo ? coo_rows[k] : csr_rows[k], cols[k] = c[k], values[k] = k + 1.0;
+    vs::init_matrix_handle(&h);
+    double* v = with_values ? values : nullptr;
+    if (coo)
+      vs::set_coo_data(q, h, 2, 2, 3, vrt::index_base::zero, rows, cols, v).wait();
+    else
+      vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, v).wait();
+  }
+  ~small_matrix() {
+    vs::release_matrix_handle(q, &h).wait();
+    for (void* p : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(values)})
+      sycl::free(p, q);
+  }
+};
+
+TEST(RefusalTexts, CopiesNeedTheSameFormatOnBothSides) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  small_matrix csr(q, false, true), coo(q, true, true);
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::omatcopy(q, transpose::nontrans, csr.h, coo.h).wait(); },
+      prefix("omatcopy") + "invalid argument: Input and output matrix formats must be same");
+}
+
+TEST(RefusalTexts, AStructureOnlyCooCannotFillValues) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  small_matrix structure_only(q, true, false), with_values(q, true, true);
+  // Both handles say double: the structure-only one was bound through the double overload.
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::omatcopy(q, transpose::nontrans, structure_only.h, with_values.h).wait(); },
+      prefix("omatcopy") +
+          "invalid argument: Input matrix appears to be COO structure-only but output matrix "
+          "appears to COO structure+values");
+}
+
+TEST(RefusalTexts, OnlyCsrAndCooCanBeCopied) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  small_matrix A(q, false, true), B(q, false, true);
+  A.h->primary->format = B.h->primary->format = 2;  // a format the library does not know
+  expect_message<vrt::unimplemented>(
+      [&] { vs::omatcopy(q, transpose::nontrans, A.h, B.h).wait(); },
+      prefix("omatcopy") +
+          "unimplemented functionality: Only CSR and COO matrix formats are currently supported");
+  A.h->primary->format = B.h->primary->format = 1;
+}
+
+TEST(RefusalTexts, ACopyNeedsBoundIndexTypes) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  small_matrix A(q, false, true), B(q, false, true);
+  B.h->int_type = vs::int_unset;
+  expect_message<vrt::invalid_argument>(
+      [&] {
+        vs::gpu::omatcopy_impl<double, std::int32_t, vs::container_usm>(
+            q, transpose::nontrans, A.h, B.h, {}).wait();
+      },
+      prefix("omatcopy") +
+          "invalid argument: Only supports transpose on fully initialized matrix handles. Please "
+          "call set_xxx_data routine");
+  B.h->int_type = vs::int_32;
+}
+
+TEST(RefusalTexts, UnknownFormatsAreRefusedOnEveryDevice) {
+  sycl::queue cpu{sycl::cpu_selector_v};
+  small_matrix on_cpu(cpu, false, true);
+  on_cpu.h->primary->format = 2;
+  double* v = sycl::malloc_shared<double>(4, cpu);
+  expect_message<vrt::unimplemented>(
+      [&] { vs::gemv(cpu, transpose::nontrans, 1.0, on_cpu.h, v, 0.0, v + 2).wait(); },
+      prefix("gemv") + "unimplemented functionality: Unsupported matrix format");
+  on_cpu.h->primary->format = 1;
+  sycl::free(v, cpu);
+
+  sycl::queue gpu{hostsycl::emulated_gpu("emu-a1")};
+  small_matrix on_gpu(gpu, false, true);
+  on_gpu.h->primary->format = 2;
+  double* w = sycl::malloc_shared<double>(4, gpu);
+  expect_message<vrt::unimplemented>(
+      [&] { vs::gemv(gpu, transpose::nontrans, 1.0, on_gpu.h, w, 0.0, w + 2).wait(); },
+      prefix("gemv") +
+          "unimplemented functionality: currently only supports the CSR and COO matrix formats on "
+          "GPU devices");
+  on_gpu.h->primary->format = 1;
+  sycl::free(w, gpu);
+}
+
+TEST(RefusalTexts, FinalizeStructureNeedsAComputedStructure) {
+  sycl::queue q{sycl::cpu_selector_v};
+  small_matrix A(q, false, true), B(q, false, true), C(q, false, true);
+  vs::matmat_descr_t descr = nullptr;
+  vs::init_matmat_descr(&descr);
+  expect_message<vrt::computation_error>(
+      [&] {
+        vs::matmat(q, A.h, B.h, C.h, vs::matmat_request::finalize_structure, descr,
+                   static_cast<std::int64_t*>(nullptr), nullptr)
+            .wait();
+      },
+      prefix("matmat") +
+          "computation error: It appears you have not called matmat compute or compute_structure "
+          "stage before finalize_structure stage");
+  vs::release_matmat_descr(&descr);
+}
+
+// The public frame refuses a transposed dense operand first; the CPU routines carry words of
+// their own for internal callers.
+TEST(RefusalTexts, CpuDenseOperandsBehindTheFrame) {
+  sycl::queue q{sycl::cpu_selector_v};
+  small_matrix A(q, false, true);
+  double* v = sycl::malloc_shared<double>(8, q);
+  expect_message<vrt::unimplemented>(
+      [&] {
+        vs::cpu::gemm_impl<double, std::int32_t, vs::container_usm>(
+            q, vrt::layout::row_major, transpose::nontrans, transpose::trans, 1.0, A.h, v, 2, 2,
+            0.0, v + 4, 2, {});
+      },
+      prefix("gemm") +
+          "unimplemented functionality: currently does not support non-transpose op on B/dense "
+          "matrix");
+  expect_message<vrt::unimplemented>(
+      [&] {
+        vs::cpu::trsm_impl<double, std::int32_t, vs::container_usm>(
+            q, vrt::layout::row_major, transpose::nontrans, transpose::trans, vrt::uplo::lower,
+            vrt::diag::nonunit, 1.0, A.h, v, 2, 2, v + 4, 2, {});
+      },
+      prefix("trsm") +
+          "unimplemented functionality: currently only supports the "
+          "orvane::vrt::transpose::nontrans op for x matrix");
+  sycl::free(v, q);
+}
+
+TEST(RefusalTexts, ThirtyTwoBitIndicesBoundTheDenseSizesOfTrsm) {
+  sycl::queue q{sycl::cpu_selector_v};
+  small_matrix A(q, false, true);
+  double* v = sycl::malloc_shared<double>(4, q);
+  const std::int64_t wide = std::int64_t{std::numeric_limits<std::int32_t>::max()} + 1;
+  expect_message<vrt::invalid_argument>(
+      [&] {
+        vs::trsm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans,
+                 vrt::uplo::lower, vrt::diag::nonunit, 1.0, A.h, v, wide, wide, v, wide)
+            .wait();
+      },
+      prefix("trsm") + "invalid argument: one of columns, ldx, ldy is invalid");
+  sycl::free(v, q);
+}
+
+TEST(RefusalTexts, OneWordOfOptimizeGemvKeepsItsSpelling) {
+  sycl::queue q{sycl::cpu_selector_v};
+  vs::matrix_handle_t h = nullptr;
+  vs::init_matrix_handle(&h);
+  // A fresh handle reads as float with 32-bit indices and reaches the CPU routine unbound.
+  expect_message<vrt::uninitialized>(
+      [&] { vs::optimize_gemv(q, transpose::nontrans, h).wait(); },
+      "orvane::vrt::sparse::optimze_gemv: uninitialized object: Matrix is not initialized");
+  vs::release_matrix_handle(&h);
+}
+
+}  // namespace
