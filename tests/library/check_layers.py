@@ -28,7 +28,7 @@ def main() -> int:
     for unknown in sorted(folders - RANK.keys()):
         problems.append(f"src/{unknown}/ has no place in the layer list of {pathlib.Path(__file__).name}")
     for path in sorted(src.rglob("*")):
-        if path.suffix not in {".hpp", ".cpp", ".h"}:
+        if path.suffix not in {".hpp", ".cpp", ".h", ".inc"}:
             continue
         owner = path.relative_to(src).parts[0]
         if owner not in RANK:
