@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds and runs every test suite: optimised (plain and stress mode), then AddressSanitizer with
-# UndefinedBehaviorSanitizer, then ThreadSanitizer on the concurrency tests.
+# Builds and runs every test suite: optimised (plain, stress mode and the SciPy differentials),
+# then AddressSanitizer with UndefinedBehaviorSanitizer (no benchmarks, no driver, so no
+# differentials), then ThreadSanitizer, which builds and runs only the concurrency tests.
 # Extra arguments are passed to the release configure step (CI passes -DVRT_WARNINGS_AS_ERRORS=ON).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -23,5 +24,6 @@ stage "build asan" cmake --build --preset asan
 stage "test asan" ctest --preset asan
 
 stage "configure tsan" cmake --preset tsan "$@"
-stage "build tsan" cmake --build --preset tsan
+# Only the binaries of the concurrency tests: the release and sanitizer jobs above ran the rest.
+stage "build tsan" cmake --build --preset tsan --target concurrency_tests
 stage "test tsan" ctest --preset tsan
