@@ -89,9 +89,19 @@ void push_ready_locked(const std::shared_ptr<command>& cmd) {
 std::mutex& graph_mutex() { return globals().mutex; }
 std::condition_variable& graph_completed() { return globals().completed; }
 
+namespace {
+void add_error_queue_locked(command& cmd, const std::weak_ptr<queue_impl>& q) {
+  if (q.expired()) return;
+  for (const auto& known : cmd.error_queues)
+    if (!known.owner_before(q) && !q.owner_before(known)) return;
+  cmd.error_queues.push_back(q);
+}
+}  // namespace
+
 void add_dependency_locked(const std::shared_ptr<command>& cmd,
                            const std::shared_ptr<command>& dep) {
   if (!dep || dep == cmd) return;
+  for (const auto& q : dep->error_queues) add_error_queue_locked(*cmd, q);
   cmd->dependencies.push_back(dep);
   if (dep->status != info::event_command_status::complete) {
     dep->dependents.push_back(cmd);
@@ -269,8 +279,8 @@ event submit_command(const std::shared_ptr<queue_impl>& q, handler& cgh) {
   auto cmd = std::make_shared<command>();
   cmd->work = std::move(handler_access::work(cgh));
   cmd->queue = q;
-  cmd->owner = q;
   std::lock_guard lock(graph_mutex());
+  cmd->error_queues.push_back(q);
   for (const auto& e : handler_access::deps(cgh)) add_dependency_locked(cmd, event_access::cmd(e));
   if (q->in_order) add_dependency_locked(cmd, q->last);
   for (const auto& r : handler_access::requirements(cgh))
@@ -391,12 +401,22 @@ std::vector<event> event::get_wait_list() {
   return out;
 }
 
+event::event() : cmd_(std::make_shared<detail::command>()) {
+  cmd_->status = info::event_command_status::complete;
+}
+
 void event::wait() { detail::wait_command(cmd_); }
 
 void event::wait_and_throw() {
   if (!cmd_) return;
   detail::wait_command(cmd_);
-  if (auto q = cmd_->owner.lock()) detail::queue_throw_asynchronous(q);
+  std::vector<std::weak_ptr<detail::queue_impl>> queues;
+  {
+    std::lock_guard lock(detail::graph_mutex());
+    queues = cmd_->error_queues;
+  }
+  for (const auto& weak : queues)
+    if (auto q = weak.lock()) detail::queue_throw_asynchronous(q);
 }
 
 info::event_command_status event::status() const {
