@@ -21,6 +21,12 @@ std::shared_ptr<host_access_token> acquire_host_access(const std::shared_ptr<buf
                                                        access_mode mode);
 
 constexpr bool is_write_mode(access_mode m) { return m != access_mode::read; }
+// What a host access requires of the buffer: reading, or reading and writing.
+constexpr access_mode host_access_mode(access_mode m) {
+  return m == access_mode::read ? access_mode::read : access_mode::read_write;
+}
+// Accessors of device targets hold no host access.
+struct no_host_token {};
 
 [[noreturn]] void report_accessor_out_of_range(std::size_t index, std::size_t size) noexcept;
 
@@ -109,12 +115,18 @@ class accessor {
   accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r,
            const property_list& props = {})
       : accessor(buf, r, id<Dimensions>(), props) {}
+  // Without a handler: a placeholder, or for the older host_buffer target a host accessor.
   template <typename AllocatorT>
   accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r, id<Dimensions> o,
            const property_list& props = {}) {
     check_props(props);
     view_.bind(buf, r, o);
-    placeholder_state_ = detail::buffer_access::state(buf).get();
+    state_ = detail::buffer_access::state(buf).get();
+    if constexpr (AccessTarget == target::host_buffer)
+      host_token_ = detail::acquire_host_access(detail::buffer_access::state(buf),
+                                                detail::host_access_mode(AccessMode));
+    else
+      placeholder_ = true;
   }
   template <typename AllocatorT>
   accessor(buffer<element, Dimensions, AllocatorT>& buf, handler& cgh, range<Dimensions> r,
@@ -125,6 +137,7 @@ class accessor {
            id<Dimensions> o, const property_list& props = {}) {
     check_props(props);
     view_.bind(buf, r, o);
+    state_ = detail::buffer_access::state(buf).get();
     detail::handler_require(cgh, detail::buffer_access::state(buf), effective_mode);
   }
   // Tagged forms (the tag only fixes the template arguments).
@@ -152,9 +165,11 @@ class accessor {
   accessor(const accessor<OtherT, Dimensions, OtherMode, AccessTarget, IsPlaceholder>& other)
       : view_(reinterpret_cast<const detail::accessor_view<value_type, Dimensions>&>(
             other.detail_view())),
-        placeholder_state_(other.detail_placeholder_state()) {}
+        state_(other.detail_state()),
+        placeholder_(other.is_placeholder()),
+        host_token_(other.detail_host_token()) {}
 
-  bool is_placeholder() const { return placeholder_state_ != nullptr; }
+  bool is_placeholder() const { return placeholder_; }
   size_type byte_size() const noexcept { return size() * sizeof(DataT); }
   size_type size() const noexcept { return view_.access_range.size(); }
   size_type max_size() const noexcept { return size(); }
@@ -185,7 +200,9 @@ class accessor {
 
   // Runtime use.
   const detail::accessor_view<value_type, Dimensions>& detail_view() const { return view_; }
-  detail::buffer_state* detail_placeholder_state() const { return placeholder_state_; }
+  detail::buffer_state* detail_state() const { return state_; }
+  detail::buffer_state* detail_placeholder_state() const { return placeholder_ ? state_ : nullptr; }
+  const auto& detail_host_token() const { return host_token_; }
   static constexpr access_mode detail_mode = effective_mode;
 
  private:
@@ -194,7 +211,12 @@ class accessor {
       detail::throw_error(errc::invalid, "no_init cannot be used with access_mode::read");
   }
   detail::accessor_view<value_type, Dimensions> view_;
-  detail::buffer_state* placeholder_state_ = nullptr;
+  detail::buffer_state* state_ = nullptr;
+  bool placeholder_ = false;
+  [[no_unique_address]] std::conditional_t<AccessTarget == target::host_buffer,
+                                           std::shared_ptr<detail::host_access_token>,
+                                           detail::no_host_token>
+      host_token_;
 };
 
 // Deduction from tags.
@@ -252,8 +274,7 @@ class host_accessor {
       detail::throw_error(errc::invalid, "no_init cannot be used with access_mode::read");
     view_.bind(buf, r, o);
     token_ = detail::acquire_host_access(detail::buffer_access::state(buf),
-                                         AccessMode == access_mode::read ? access_mode::read
-                                                                         : access_mode::read_write);
+                                         detail::host_access_mode(AccessMode));
   }
   template <typename AllocatorT, access_mode M, target T>
   host_accessor(buffer<element, Dimensions, AllocatorT>& buf, detail::access_tag<M, T>,

@@ -65,6 +65,21 @@ context default_context_for(const device& d);
 bool context_has_device(const context& c, const device& d);
 }  // namespace detail
 
+namespace property::buffer {
+// Ties a buffer to one context; a host runtime has one memory, so it only records the context.
+class context_bound {
+ public:
+  explicit context_bound(context bound) : context_(std::move(bound)) {}
+  context get_context() const { return context_; }
+
+ private:
+  context context_;
+};
+}  // namespace property::buffer
+
+template <>
+struct is_property<property::buffer::context_bound> : std::true_type {};
+
 }  // namespace sycl
 
 template <>

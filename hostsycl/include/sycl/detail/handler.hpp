@@ -178,7 +178,10 @@ class handler {
   template <typename T, int Dims, access_mode Mode, target Tgt, access::placeholder P>
   void update_host(accessor<T, Dims, Mode, Tgt, P> acc) {
     require(acc);
-    set_command(detail::command_kind::memory, [] {});
+    detail::buffer_state* state = acc.detail_state();
+    set_command(detail::command_kind::memory, [state] {
+      if (state != nullptr) detail::write_buffer_back(*state);
+    });
   }
 
   // Runtime use: local_accessor registers its per-work-group allocation here.
