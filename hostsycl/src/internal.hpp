@@ -18,7 +18,10 @@ namespace sycl::detail {
 struct command {
   std::function<void()> work;
   std::shared_ptr<queue_impl> queue;  // receives asynchronous errors; released on completion
-  std::weak_ptr<queue_impl> owner;    // for event::wait_and_throw after completion
+  // The queue that submitted it and the queues of every command this one depended on, directly or not, without
+  // repeats: event::wait_and_throw delivers their errors. Kept after completion, unlike
+  // `dependencies`, because errors stay in their queues until someone consumes them.
+  std::vector<std::weak_ptr<queue_impl>> error_queues;  // under graph_mutex
   std::vector<std::shared_ptr<command>> dependencies;
   std::vector<std::shared_ptr<command>> dependents;
   std::size_t pending = 0;  // unfinished dependencies

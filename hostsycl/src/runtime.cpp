@@ -268,6 +268,11 @@ void check_atomic_target(const void* p) noexcept {
                      "cannot do");
 }
 
+std::uint64_t next_object_identity() noexcept {
+  static std::atomic<std::uint64_t> next{1};
+  return next.fetch_add(1, std::memory_order_relaxed);
+}
+
 bool take_injected_failure() {
   std::size_t n = g_injected_failures.load();
   while (n > 0) {

@@ -89,9 +89,19 @@ void push_ready_locked(const std::shared_ptr<command>& cmd) {
 std::mutex& graph_mutex() { return globals().mutex; }
 std::condition_variable& graph_completed() { return globals().completed; }
 
+namespace {
+void add_error_queue_locked(command& cmd, const std::weak_ptr<queue_impl>& q) {
+  if (q.expired()) return;
+  for (const auto& known : cmd.error_queues)
+    if (!known.owner_before(q) && !q.owner_before(known)) return;
+  cmd.error_queues.push_back(q);
+}
+}  // namespace
+
 void add_dependency_locked(const std::shared_ptr<command>& cmd,
                            const std::shared_ptr<command>& dep) {
   if (!dep || dep == cmd) return;
+  for (const auto& q : dep->error_queues) add_error_queue_locked(*cmd, q);
   cmd->dependencies.push_back(dep);
   if (dep->status != info::event_command_status::complete) {
     dep->dependents.push_back(cmd);
@@ -244,6 +254,7 @@ struct buffer_state : std::enable_shared_from_this<buffer_state> {
   std::size_t bytes = 0;
   std::function<void(const unsigned char*, std::size_t)> sink;
   bool write_back = true;
+  std::mutex* host_mutex = nullptr;  // property::buffer::use_mutex
   std::shared_ptr<command> last_writer;           // under graph_mutex
   std::vector<std::shared_ptr<command>> readers;  // under graph_mutex
 
@@ -255,11 +266,19 @@ struct buffer_state : std::enable_shared_from_this<buffer_state> {
       if (last_writer) users.push_back(last_writer);
     }
     for (const auto& c : users) wait_command(c);
-    if (sink && write_back && bytes != 0) sink(data, bytes);
+    write_buffer_back(*this);
     unregister_runtime_memory(data);
     ::operator delete[](data, std::align_val_t{64});
   }
 };
+
+namespace {
+// Held while the runtime reads or writes the application's memory of a buffer.
+std::unique_lock<std::mutex> host_memory_lock(const buffer_state& state) {
+  return state.host_mutex != nullptr ? std::unique_lock(*state.host_mutex)
+                                     : std::unique_lock<std::mutex>();
+}
+}  // namespace
 
 void handler_require_placeholder(handler& cgh, buffer_state* state, access_mode mode) {
   handler_require(cgh, state->shared_from_this(), mode);
@@ -269,8 +288,8 @@ event submit_command(const std::shared_ptr<queue_impl>& q, handler& cgh) {
   auto cmd = std::make_shared<command>();
   cmd->work = std::move(handler_access::work(cgh));
   cmd->queue = q;
-  cmd->owner = q;
   std::lock_guard lock(graph_mutex());
+  cmd->error_queues.push_back(q);
   for (const auto& e : handler_access::deps(cgh)) add_dependency_locked(cmd, event_access::cmd(e));
   if (q->in_order) add_dependency_locked(cmd, q->last);
   for (const auto& r : handler_access::requirements(cgh))
@@ -301,7 +320,8 @@ void add_buffer_requirement_locked(buffer_state& state, const std::shared_ptr<co
   state.last_writer = cmd;
 }
 
-std::shared_ptr<buffer_state> make_buffer_state(std::size_t bytes, const void* initial) {
+std::shared_ptr<buffer_state> make_buffer_state(std::size_t bytes, const void* initial,
+                                                std::mutex* host_mutex) {
   if (take_injected_failure() || bytes > largest_max_alloc_size())
     throw_error(errc::memory_allocation,
                 "cannot allocate " + std::to_string(bytes) + " bytes for a buffer");
@@ -310,7 +330,11 @@ std::shared_ptr<buffer_state> make_buffer_state(std::size_t bytes, const void* i
   state->data = static_cast<unsigned char*>(
       ::operator new[](bytes == 0 ? 1 : bytes, std::align_val_t{64}));
   register_runtime_memory(state->data, bytes == 0 ? 1 : bytes);
-  if (initial != nullptr && bytes != 0) std::memcpy(state->data, initial, bytes);
+  state->host_mutex = host_mutex;
+  if (initial != nullptr && bytes != 0) {
+    std::unique_lock lock = host_memory_lock(*state);
+    std::memcpy(state->data, initial, bytes);
+  }
   return state;
 }
 
@@ -320,6 +344,11 @@ void set_buffer_write_back(buffer_state& state,
   state.sink = std::move(sink);
 }
 void enable_buffer_write_back(buffer_state& state, bool enabled) { state.write_back = enabled; }
+void write_buffer_back(buffer_state& state) {
+  if (!state.sink || !state.write_back || state.bytes == 0) return;
+  std::unique_lock lock = host_memory_lock(state);
+  state.sink(state.data, state.bytes);
+}
 void note_buffer_write(buffer_state&) {}
 std::uint32_t buffer_base_alignment_bits() { return cpu_device_impl().mem_base_addr_align_bits; }
 
@@ -391,12 +420,22 @@ std::vector<event> event::get_wait_list() {
   return out;
 }
 
+event::event() : cmd_(std::make_shared<detail::command>()) {
+  cmd_->status = info::event_command_status::complete;
+}
+
 void event::wait() { detail::wait_command(cmd_); }
 
 void event::wait_and_throw() {
   if (!cmd_) return;
   detail::wait_command(cmd_);
-  if (auto q = cmd_->owner.lock()) detail::queue_throw_asynchronous(q);
+  std::vector<std::weak_ptr<detail::queue_impl>> queues;
+  {
+    std::lock_guard lock(detail::graph_mutex());
+    queues = cmd_->error_queues;
+  }
+  for (const auto& weak : queues)
+    if (auto q = weak.lock()) detail::queue_throw_asynchronous(q);
 }
 
 info::event_command_status event::status() const {

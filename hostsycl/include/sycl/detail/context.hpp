@@ -1,6 +1,7 @@
 // context: a set of devices and an asynchronous error handler, with reference semantics.
 #pragma once
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -35,6 +36,14 @@ class context {
       return platform();
     else if constexpr (std::is_same_v<Param, info::context::devices>)
       return get_devices();
+    else if constexpr (std::is_same_v<Param, info::context::atomic_memory_order_capabilities>)
+      return common_capability<info::device::atomic_memory_order_capabilities>();
+    else if constexpr (std::is_same_v<Param, info::context::atomic_fence_order_capabilities>)
+      return common_capability<info::device::atomic_fence_order_capabilities>();
+    else if constexpr (std::is_same_v<Param, info::context::atomic_memory_scope_capabilities>)
+      return common_capability<info::device::atomic_memory_scope_capabilities>();
+    else if constexpr (std::is_same_v<Param, info::context::atomic_fence_scope_capabilities>)
+      return common_capability<info::device::atomic_fence_scope_capabilities>();
     else
       static_assert(sizeof(Param) == 0, "unsupported context info descriptor");
   }
@@ -47,6 +56,20 @@ class context {
   friend bool operator!=(const context& a, const context& b) noexcept { return a.impl_ != b.impl_; }
 
  private:
+  // What every device of the context offers: the first device's list less what another lacks.
+  template <typename DeviceParam>
+  typename DeviceParam::return_type common_capability() const {
+    const std::vector<device> devices = get_devices();
+    auto common = devices.front().get_info<DeviceParam>();
+    for (const device& d : devices) {
+      const auto offered = d.get_info<DeviceParam>();
+      std::erase_if(common, [&](auto c) {
+        return std::find(offered.begin(), offered.end(), c) == offered.end();
+      });
+    }
+    return common;
+  }
+
   friend struct detail::context_access;
   explicit context(std::shared_ptr<detail::context_impl> impl) : impl_(std::move(impl)) {}
   std::shared_ptr<detail::context_impl> impl_;
@@ -64,6 +87,21 @@ context default_context();
 context default_context_for(const device& d);
 bool context_has_device(const context& c, const device& d);
 }  // namespace detail
+
+namespace property::buffer {
+// Ties a buffer to one context; a host runtime has one memory, so it only records the context.
+class context_bound {
+ public:
+  explicit context_bound(context bound) : context_(std::move(bound)) {}
+  context get_context() const { return context_; }
+
+ private:
+  context context_;
+};
+}  // namespace property::buffer
+
+template <>
+struct is_property<property::buffer::context_bound> : std::true_type {};
 
 }  // namespace sycl
 

@@ -59,6 +59,23 @@ class device {
   template <typename Param>
   typename Param::return_type get_info() const;
 
+  // No device of this runtime can be partitioned: each form throws feature_not_supported.
+  template <info::partition_property Prop>
+    requires(Prop == info::partition_property::partition_equally)
+  std::vector<device> create_sub_devices(std::size_t) const {
+    refuse_partition("partition_equally");
+  }
+  template <info::partition_property Prop>
+    requires(Prop == info::partition_property::partition_by_counts)
+  std::vector<device> create_sub_devices(const std::vector<std::size_t>&) const {
+    refuse_partition("partition_by_counts");
+  }
+  template <info::partition_property Prop>
+    requires(Prop == info::partition_property::partition_by_affinity_domain)
+  std::vector<device> create_sub_devices(info::partition_affinity_domain) const {
+    refuse_partition("partition_by_affinity_domain");
+  }
+
   static std::vector<device> get_devices(info::device_type type = info::device_type::all);
 
   friend bool operator==(const device& a, const device& b) noexcept { return a.impl_ == b.impl_; }
@@ -67,6 +84,11 @@ class device {
  private:
   friend struct detail::device_access;
   explicit device(const detail::device_impl* impl) : impl_(impl) {}
+  [[noreturn]] void refuse_partition(const char* property) const {
+    detail::throw_error(errc::feature_not_supported,
+                        "device '" + impl_->name + "' cannot be partitioned (" + property +
+                            " requested; partition_max_sub_devices is 0)");
+  }
   const detail::device_impl* impl_;
 };
 
@@ -184,6 +206,18 @@ typename Param::return_type device::get_info() const {
     return std::vector<memory_scope>{memory_scope::work_item, memory_scope::sub_group,
                                      memory_scope::work_group, memory_scope::device,
                                      memory_scope::system};
+  else if constexpr (std::is_same_v<Param, d::partition_max_sub_devices>) return std::uint32_t{0};
+  else if constexpr (std::is_same_v<Param, d::partition_properties>)
+    return std::vector<info::partition_property>{};
+  else if constexpr (std::is_same_v<Param, d::partition_affinity_domains>)
+    return std::vector<info::partition_affinity_domain>{};
+  else if constexpr (std::is_same_v<Param, d::partition_type_property>)
+    return info::partition_property::no_partition;
+  else if constexpr (std::is_same_v<Param, d::partition_type_affinity_domain>)
+    return info::partition_affinity_domain::not_applicable;
+  else if constexpr (std::is_same_v<Param, d::parent_device>) {
+    detail::throw_error(errc::invalid, "device '" + i.name + "' is a root device: it has no parent");
+  }
   else if constexpr (std::is_same_v<Param, d::is_available> ||
                      std::is_same_v<Param, d::is_compiler_available> ||
                      std::is_same_v<Param, d::is_linker_available>)

@@ -16,7 +16,8 @@ struct event_access;
 
 class event {
  public:
-  event() = default;  // already complete
+  // Already complete; still an object of its own, unequal to every other event.
+  event();
 
   backend get_backend() const noexcept { return backend::hostsycl; }
   std::vector<event> get_wait_list();
@@ -24,8 +25,11 @@ class event {
   static void wait(const std::vector<event>& events) {
     for (event e : events) e.wait();
   }
+  // Waits, then hands the unconsumed asynchronous errors of the queues of this command and
+  // of the commands it depended on (whatever queue ran them) to those queues' handlers.
   void wait_and_throw();
   static void wait_and_throw(const std::vector<event>& events) {
+    wait(events);
     for (event e : events) e.wait_and_throw();
   }
 

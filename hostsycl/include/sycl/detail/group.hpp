@@ -4,8 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
-#include <sycl/detail/index.hpp>
+#include <type_traits>
+
 #include <sycl/detail/defines.hpp>
+#include <sycl/detail/index.hpp>
+#include <sycl/detail/multi_ptr.hpp>
 
 namespace sycl {
 
@@ -30,8 +33,33 @@ struct collective_call {
 // `sub_group` false: the whole work-group takes part; true: the caller's sub-group.
 void run_collective(work_group_state* state, bool sub_group, const collective_call& call);
 
+// Runs `f` once for the group: the last member to arrive runs it, and every member returns
+// after it ran. For operations on memory that the whole group names with the same arguments.
+template <typename F>
+void run_once_in_group(work_group_state* state, bool sub_group, const F& f) {
+  char in = 0, out = 0;
+  collective_call call{&in, 1, &out, 1,
+                       +[](const void* ctx, const unsigned char*, unsigned char*, std::size_t,
+                           std::size_t) { (*static_cast<const F*>(ctx))(); },
+                       &f};
+  run_collective(state, sub_group, call);
+}
+
 struct group_access;
 }  // namespace detail
+
+// The completion of a work-group copy. The copy has finished when async_work_group_copy
+// returns (the group makes it together), so waiting has nothing left to wait for.
+class device_event {
+ public:
+  device_event() = delete;
+  void wait() noexcept {}
+
+ private:
+  template <int>
+  friend class group;
+  explicit device_event(int) noexcept {}
+};
 
 template <int Dimensions = 1>
 class group {
@@ -64,6 +92,28 @@ class group {
   std::size_t get_local_linear_range() const noexcept { return local_range_.size(); }
   bool leader() const noexcept { return get_local_linear_id() == 0; }
 
+  // Work-group copies between global and local memory; every work-item of the group calls with
+  // the same arguments. Strided forms stride the global side.
+  template <typename DestT, access::decorated DestD, typename SrcT, access::decorated SrcD>
+    requires std::is_same_v<std::remove_const_t<SrcT>, DestT>
+  device_event async_work_group_copy(multi_ptr<DestT, access::address_space::local_space, DestD> dest,
+                                     multi_ptr<SrcT, access::address_space::global_space, SrcD> src,
+                                     std::size_t count, std::size_t src_stride = 1) const {
+    return copy(dest.get(), 1, src.get(), src_stride, count);
+  }
+  template <typename DestT, access::decorated DestD, typename SrcT, access::decorated SrcD>
+    requires std::is_same_v<std::remove_const_t<SrcT>, DestT>
+  device_event async_work_group_copy(multi_ptr<DestT, access::address_space::global_space, DestD> dest,
+                                     multi_ptr<SrcT, access::address_space::local_space, SrcD> src,
+                                     std::size_t count, std::size_t dest_stride = 1) const {
+    return copy(dest.get(), dest_stride, src.get(), 1, count);
+  }
+  template <typename... Events>
+    requires(std::is_same_v<Events, device_event> && ...)
+  void wait_for(Events... events) const {
+    (events.wait(), ...);
+  }
+
   friend bool operator==(const group& a, const group& b) noexcept {
     return a.group_id_ == b.group_id_ && a.group_range_ == b.group_range_ &&
            a.local_range_ == b.local_range_;
@@ -74,6 +124,15 @@ class group {
   friend struct detail::group_access;
   template <int>
   friend class nd_item;
+  template <typename DestT, typename SrcT>
+  device_event copy(DestT* dest, std::size_t dest_stride, SrcT* src, std::size_t src_stride,
+                    std::size_t count) const {
+    detail::run_once_in_group(state_, false, [=] {
+      for (std::size_t i = 0; i < count; ++i) dest[i * dest_stride] = src[i * src_stride];
+    });
+    return device_event(0);
+  }
+
   group(id<Dimensions> gid, id<Dimensions> lid, range<Dimensions> lr, range<Dimensions> gr,
         detail::work_group_state* s)
       : group_id_(gid), local_id_(lid), local_range_(lr), group_range_(gr), state_(s) {}
@@ -170,6 +229,16 @@ class nd_item {
   id<Dimensions> get_offset() const noexcept { return offset_; }
   nd_range<Dimensions> get_nd_range() const noexcept {
     return nd_range<Dimensions>(global_range_, local_range_, offset_);
+  }
+  // The work-group copies of the item's group.
+  template <typename... Args>
+  device_event async_work_group_copy(Args... args) const {
+    return get_group().async_work_group_copy(args...);
+  }
+  template <typename... Events>
+    requires(std::is_same_v<Events, device_event> && ...)
+  void wait_for(Events... events) const {
+    (events.wait(), ...);
   }
 
   friend bool operator==(const nd_item& a, const nd_item& b) noexcept {

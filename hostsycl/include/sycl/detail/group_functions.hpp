@@ -114,6 +114,61 @@ void group_barrier(Group g, memory_scope = Group::fence_scope) {
   (void)detail::collective<Group, char, char>(g, unused, &detail::no_combine, nullptr);
 }
 
+namespace detail {
+// A scan over memory, made once for the group in ascending order (reproducible bit for bit).
+// `has_init` false: an inclusive scan starts from the first element, an exclusive one from
+// `init`, which is then the identity.
+template <bool Inclusive, typename Group, typename InPtr, typename OutPtr, typename T,
+          typename BinaryOperation>
+OutPtr joint_scan(Group g, InPtr first, InPtr last, OutPtr result, T init, bool has_init,
+                  BinaryOperation op) {
+  const auto n = last - first;
+  run_once_in_group(group_access::state(g), is_sub_group_v<Group>, [=] {
+    T acc = init;
+    bool started = has_init;
+    OutPtr out = result;
+    for (InPtr in = first; in != last; ++in, ++out) {
+      const T x = static_cast<T>(*in);
+      if constexpr (Inclusive) {
+        acc = started ? static_cast<T>(op(acc, x)) : x;
+        started = true;
+        *out = acc;
+      } else {
+        *out = acc;
+        acc = static_cast<T>(op(acc, x));
+      }
+    }
+  });
+  return result + n;
+}
+}  // namespace detail
+
+template <typename Group, typename InPtr, typename OutPtr, typename BinaryOperation>
+  requires is_group_v<std::decay_t<Group>>
+OutPtr joint_inclusive_scan(Group g, InPtr first, InPtr last, OutPtr result, BinaryOperation op) {
+  using T = typename std::iterator_traits<OutPtr>::value_type;
+  return detail::joint_scan<true>(g, first, last, result, T{}, false, op);
+}
+template <typename Group, typename InPtr, typename OutPtr, typename T, typename BinaryOperation>
+  requires is_group_v<std::decay_t<Group>>
+OutPtr joint_inclusive_scan(Group g, InPtr first, InPtr last, OutPtr result, BinaryOperation op,
+                            T init) {
+  return detail::joint_scan<true>(g, first, last, result, init, true, op);
+}
+template <typename Group, typename InPtr, typename OutPtr, typename BinaryOperation>
+  requires is_group_v<std::decay_t<Group>>
+OutPtr joint_exclusive_scan(Group g, InPtr first, InPtr last, OutPtr result, BinaryOperation op) {
+  using T = typename std::iterator_traits<OutPtr>::value_type;
+  return detail::joint_scan<false>(g, first, last, result, known_identity_v<BinaryOperation, T>,
+                                   true, op);
+}
+template <typename Group, typename InPtr, typename OutPtr, typename T, typename BinaryOperation>
+  requires is_group_v<std::decay_t<Group>>
+OutPtr joint_exclusive_scan(Group g, InPtr first, InPtr last, OutPtr result, T init,
+                            BinaryOperation op) {
+  return detail::joint_scan<false>(g, first, last, result, init, true, op);
+}
+
 template <typename Group, typename T, typename BinaryOperation>
   requires is_group_v<std::decay_t<Group>>
 T reduce_over_group(Group g, T x, BinaryOperation op) {

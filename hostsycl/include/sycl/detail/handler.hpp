@@ -1,6 +1,7 @@
 // handler: collects one command and its requirements inside queue::submit.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -163,22 +164,23 @@ class handler {
       detail::throw_error(errc::invalid, "copy destination accessor is smaller than the source");
     require(src);
     require(dest);
-    set_command(detail::command_kind::memory, [src, dest] {
-      auto out = dest.begin();
-      for (auto it = src.begin(); it != src.end(); ++it, ++out) *out = *it;
-    });
+    set_command(detail::command_kind::memory,
+                [src, dest] { detail::copy_window(src.detail_view(), dest.detail_view()); });
   }
   template <typename T, int Dims, access_mode Mode, target Tgt, access::placeholder P>
   void fill(accessor<T, Dims, Mode, Tgt, P> dest, const T& value) {
     require(dest);
     set_command(detail::command_kind::memory, [dest, value] {
-      for (auto it = dest.begin(); it != dest.end(); ++it) *it = value;
+      dest.detail_view().for_each_run([&](auto* p, std::size_t n) { std::fill_n(p, n, value); });
     });
   }
   template <typename T, int Dims, access_mode Mode, target Tgt, access::placeholder P>
   void update_host(accessor<T, Dims, Mode, Tgt, P> acc) {
     require(acc);
-    set_command(detail::command_kind::memory, [] {});
+    detail::buffer_state* state = acc.detail_state();
+    set_command(detail::command_kind::memory, [state] {
+      if (state != nullptr) detail::write_buffer_back(*state);
+    });
   }
 
   // Runtime use: local_accessor registers its per-work-group allocation here.
@@ -192,15 +194,17 @@ class handler {
   friend struct detail::handler_access;
   handler(const detail::device_impl* device, bool fp64) : device_(device), fp64_(fp64) {}
 
+  // Host memory on one side is contiguous; the accessor's side is its window, row by row.
   template <typename SrcAcc, typename DestT>
   static void copy_out(const SrcAcc& src, DestT* dest) {
-    std::size_t i = 0;
-    for (auto it = src.begin(); it != src.end(); ++it) dest[i++] = *it;
+    src.detail_view().for_each_run([&](auto* p, std::size_t n) { dest = std::copy_n(p, n, dest); });
   }
   template <typename SrcT, typename DestAcc>
   static void copy_in(const SrcT* src, const DestAcc& dest) {
-    std::size_t i = 0;
-    for (auto it = dest.begin(); it != dest.end(); ++it) *it = src[i++];
+    dest.detail_view().for_each_run([&](auto* p, std::size_t n) {
+      std::copy_n(src, n, p);
+      src += n;
+    });
   }
 
   template <typename KernelName, int Dims, typename KernelType>

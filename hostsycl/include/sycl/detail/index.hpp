@@ -36,6 +36,8 @@ class index_array {
     return !(a == b);
   }
 
+// Element-wise binary operators: (index, index), (index, integral) and (integral, index).
+// Relational and logical ones give 0 or 1 in each element, like the arithmetic ones give values.
 #define HOSTSYCL_INDEX_BINARY_OP(op)                                                       \
   friend Derived<Dimensions> operator op(const Derived<Dimensions>& a,                     \
                                          const Derived<Dimensions>& b) noexcept {          \
@@ -56,7 +58,8 @@ class index_array {
     Derived<Dimensions> r = b;                                                             \
     for (int i = 0; i < Dimensions; ++i) r.v_[i] = static_cast<std::size_t>(a) op b.v_[i]; \
     return r;                                                                              \
-  }                                                                                        \
+  }
+#define HOSTSYCL_INDEX_COMPOUND_OP(op)                                                     \
   friend Derived<Dimensions>& operator op##=(Derived<Dimensions>& a,                       \
                                              const Derived<Dimensions>& b) noexcept {      \
     for (int i = 0; i < Dimensions; ++i) a.v_[i] = a.v_[i] op b.v_[i];                     \
@@ -66,17 +69,45 @@ class index_array {
     for (int i = 0; i < Dimensions; ++i) a.v_[i] = a.v_[i] op b;                           \
     return a;                                                                              \
   }
-  HOSTSYCL_INDEX_BINARY_OP(+)
-  HOSTSYCL_INDEX_BINARY_OP(-)
-  HOSTSYCL_INDEX_BINARY_OP(*)
-  HOSTSYCL_INDEX_BINARY_OP(/)
-  HOSTSYCL_INDEX_BINARY_OP(%)
-  HOSTSYCL_INDEX_BINARY_OP(<<)
-  HOSTSYCL_INDEX_BINARY_OP(>>)
-  HOSTSYCL_INDEX_BINARY_OP(&)
-  HOSTSYCL_INDEX_BINARY_OP(|)
-  HOSTSYCL_INDEX_BINARY_OP(^)
+#define HOSTSYCL_INDEX_ARITHMETIC_OP(op) HOSTSYCL_INDEX_BINARY_OP(op) HOSTSYCL_INDEX_COMPOUND_OP(op)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(+)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(-)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(*)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(/)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(%)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(<<)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(>>)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(&)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(|)
+  HOSTSYCL_INDEX_ARITHMETIC_OP(^)
+  HOSTSYCL_INDEX_BINARY_OP(&&)
+  HOSTSYCL_INDEX_BINARY_OP(||)
+  HOSTSYCL_INDEX_BINARY_OP(<)
+  HOSTSYCL_INDEX_BINARY_OP(>)
+  HOSTSYCL_INDEX_BINARY_OP(<=)
+  HOSTSYCL_INDEX_BINARY_OP(>=)
+#undef HOSTSYCL_INDEX_ARITHMETIC_OP
+#undef HOSTSYCL_INDEX_COMPOUND_OP
 #undef HOSTSYCL_INDEX_BINARY_OP
+
+  friend Derived<Dimensions> operator+(const Derived<Dimensions>& a) noexcept { return a; }
+  friend Derived<Dimensions> operator-(const Derived<Dimensions>& a) noexcept {
+    Derived<Dimensions> r = a;
+    for (int i = 0; i < Dimensions; ++i) r.v_[i] = -a.v_[i];
+    return r;
+  }
+  friend Derived<Dimensions>& operator++(Derived<Dimensions>& a) noexcept { return a += 1; }
+  friend Derived<Dimensions>& operator--(Derived<Dimensions>& a) noexcept { return a -= 1; }
+  friend Derived<Dimensions> operator++(Derived<Dimensions>& a, int) noexcept {
+    Derived<Dimensions> old = a;
+    a += 1;
+    return old;
+  }
+  friend Derived<Dimensions> operator--(Derived<Dimensions>& a, int) noexcept {
+    Derived<Dimensions> old = a;
+    a -= 1;
+    return old;
+  }
 
  protected:
   std::size_t v_[Dimensions] = {};

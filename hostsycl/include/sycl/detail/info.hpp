@@ -42,6 +42,21 @@ enum class device_type : int { cpu, gpu, accelerator, custom, automatic, host, a
 enum class local_mem_type : int { none, local, global };
 enum class global_mem_cache_type : int { none, read_only, read_write };
 enum class event_command_status : int { submitted, running, complete };
+enum class partition_property : int {
+  no_partition,
+  partition_equally,
+  partition_by_counts,
+  partition_by_affinity_domain
+};
+enum class partition_affinity_domain : int {
+  not_applicable,
+  numa,
+  L4_cache,
+  L3_cache,
+  L2_cache,
+  L1_cache,
+  next_partitionable
+};
 
 namespace platform {
 struct version { using return_type = std::string; };
@@ -82,6 +97,14 @@ struct is_compiler_available { using return_type = bool; };
 struct is_linker_available { using return_type = bool; };
 struct aspects { using return_type = std::vector<sycl::aspect>; };
 struct platform { using return_type = sycl::platform; };
+struct partition_max_sub_devices { using return_type = std::uint32_t; };
+struct partition_properties { using return_type = std::vector<info::partition_property>; };
+struct partition_affinity_domains {
+  using return_type = std::vector<info::partition_affinity_domain>;
+};
+struct partition_type_property { using return_type = info::partition_property; };
+struct partition_type_affinity_domain { using return_type = info::partition_affinity_domain; };
+struct parent_device { using return_type = sycl::device; };
 }  // namespace device
 
 namespace queue {
@@ -96,6 +119,10 @@ struct command_execution_status { using return_type = info::event_command_status
 namespace context {
 struct platform { using return_type = sycl::platform; };
 struct devices { using return_type = std::vector<sycl::device>; };
+struct atomic_memory_order_capabilities { using return_type = std::vector<memory_order>; };
+struct atomic_fence_order_capabilities { using return_type = std::vector<memory_order>; };
+struct atomic_memory_scope_capabilities { using return_type = std::vector<memory_scope>; };
+struct atomic_fence_scope_capabilities { using return_type = std::vector<memory_scope>; };
 }  // namespace context
 
 }  // namespace info

@@ -4,8 +4,10 @@
 #include <cstddef>
 
 #include <sycl/detail/handler.hpp>
+#include <sycl/detail/identity.hpp>
 #include <sycl/detail/multi_ptr.hpp>
 #include <sycl/detail/runtime_services.hpp>
+#include <sycl/detail/subscript.hpp>
 
 namespace sycl {
 
@@ -55,6 +57,18 @@ class local_accessor {
     if (detail::strict_mode() && i >= size()) report_out_of_range(i);
     return data()[i];
   }
+  // An item converts to both id<1> and std::size_t: index by its id.
+  template <bool WithOffset>
+  reference operator[](const item<1, WithOffset>& i) const
+    requires(Dimensions == 1)
+  {
+    return (*this)[i.get_id()];
+  }
+  auto operator[](std::size_t i) const
+    requires(Dimensions > 1)
+  {
+    return detail::first_subscript<Dimensions>(*this, i);
+  }
   operator reference() const
     requires(Dimensions == 0)
   {
@@ -69,6 +83,15 @@ class local_accessor {
   iterator begin() const noexcept { return data(); }
   iterator end() const noexcept { return data() + size(); }
 
+  void swap(local_accessor& other) { std::swap(*this, other); }
+  friend bool operator==(const local_accessor& a, const local_accessor& b) noexcept {
+    return a.identity_ == b.identity_;
+  }
+  friend bool operator!=(const local_accessor& a, const local_accessor& b) noexcept {
+    return !(a == b);
+  }
+  const detail::object_identity& detail_identity() const { return identity_; }
+
  private:
   DataT* data() const noexcept { return static_cast<DataT*>(detail::local_memory_slot(slot_)); }
   [[noreturn]] void report_out_of_range(std::size_t i) const noexcept {
@@ -76,6 +99,11 @@ class local_accessor {
   }
   range<range_dims> range_{};
   std::size_t slot_ = 0;
+  detail::object_identity identity_;
 };
 
 }  // namespace sycl
+
+template <typename DataT, int Dimensions>
+struct std::hash<sycl::local_accessor<DataT, Dimensions>>
+    : sycl::detail::identity_hash<sycl::local_accessor<DataT, Dimensions>> {};

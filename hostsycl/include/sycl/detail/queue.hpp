@@ -151,16 +151,10 @@ class queue {
     return submit([&](handler& h) { h.memcpy(dest, src, n); });
   }
   event memcpy(void* dest, const void* src, std::size_t n, event dep) {
-    return submit([&](handler& h) {
-      h.depends_on(dep);
-      h.memcpy(dest, src, n);
-    });
+    return submit_after(dep, [&](handler& h) { h.memcpy(dest, src, n); });
   }
   event memcpy(void* dest, const void* src, std::size_t n, const std::vector<event>& deps) {
-    return submit([&](handler& h) {
-      h.depends_on(deps);
-      h.memcpy(dest, src, n);
-    });
+    return submit_after(deps, [&](handler& h) { h.memcpy(dest, src, n); });
   }
   template <typename T>
   event copy(const T* src, T* dest, std::size_t count) {
@@ -178,16 +172,10 @@ class queue {
     return submit([&](handler& h) { h.memset(ptr, value, n); });
   }
   event memset(void* ptr, int value, std::size_t n, event dep) {
-    return submit([&](handler& h) {
-      h.depends_on(dep);
-      h.memset(ptr, value, n);
-    });
+    return submit_after(dep, [&](handler& h) { h.memset(ptr, value, n); });
   }
   event memset(void* ptr, int value, std::size_t n, const std::vector<event>& deps) {
-    return submit([&](handler& h) {
-      h.depends_on(deps);
-      h.memset(ptr, value, n);
-    });
+    return submit_after(deps, [&](handler& h) { h.memset(ptr, value, n); });
   }
   template <typename T>
   event fill(void* ptr, const T& pattern, std::size_t count) {
@@ -195,23 +183,29 @@ class queue {
   }
   template <typename T>
   event fill(void* ptr, const T& pattern, std::size_t count, event dep) {
-    return submit([&](handler& h) {
-      h.depends_on(dep);
-      h.fill(ptr, pattern, count);
-    });
+    return submit_after(dep, [&](handler& h) { h.fill(ptr, pattern, count); });
   }
   template <typename T>
   event fill(void* ptr, const T& pattern, std::size_t count, const std::vector<event>& deps) {
-    return submit([&](handler& h) {
-      h.depends_on(deps);
-      h.fill(ptr, pattern, count);
-    });
+    return submit_after(deps, [&](handler& h) { h.fill(ptr, pattern, count); });
   }
   event prefetch(const void* ptr, std::size_t n) {
     return submit([&](handler& h) { h.prefetch(ptr, n); });
   }
+  event prefetch(const void* ptr, std::size_t n, event dep) {
+    return submit_after(dep, [&](handler& h) { h.prefetch(ptr, n); });
+  }
+  event prefetch(const void* ptr, std::size_t n, const std::vector<event>& deps) {
+    return submit_after(deps, [&](handler& h) { h.prefetch(ptr, n); });
+  }
   event mem_advise(const void* ptr, std::size_t n, int advice) {
     return submit([&](handler& h) { h.mem_advise(ptr, n, advice); });
+  }
+  event mem_advise(const void* ptr, std::size_t n, int advice, event dep) {
+    return submit_after(dep, [&](handler& h) { h.mem_advise(ptr, n, advice); });
+  }
+  event mem_advise(const void* ptr, std::size_t n, int advice, const std::vector<event>& deps) {
+    return submit_after(deps, [&](handler& h) { h.mem_advise(ptr, n, advice); });
   }
   template <typename Src, typename Dest>
   event copy(Src src, Dest dest)
@@ -236,6 +230,15 @@ class queue {
   const std::shared_ptr<detail::queue_impl>& detail_impl() const { return impl_; }
 
  private:
+  // A shortcut's command group: its dependencies, then the one handler call.
+  template <typename Deps, typename Command>
+  event submit_after(const Deps& deps, Command&& command) {
+    return submit([&](handler& h) {
+      h.depends_on(deps);
+      command(h);
+    });
+  }
+
   std::shared_ptr<detail::queue_impl> impl_;
   property_list props_;
 };
