@@ -112,11 +112,20 @@ TEST(MatrixMarketStrict, RangeChecksSizesAndIndices) {
   EXPECT_EQ(wide.col[0], 4999999998);
 }
 
-TEST(MatrixMarketStrict, RefusesLinesWithoutEnd) {
+TEST(MatrixMarketStrict, BoundsLinesAt1MiB) {
   const std::string zeros(std::size_t{3} << 20, '\0');
   EXPECT_EQ(refusal(zeros), "t.mtx:1: line longer than 1048576 bytes");
-  EXPECT_EQ(refusal(real_header + std::string(std::size_t{2} << 20, '%')),
+  const std::size_t bound = std::size_t{1} << 20;
+  EXPECT_EQ(refusal(real_header + std::string(bound + 1, '%') + "\n1 1 0\n"),
             "t.mtx:2: line longer than 1048576 bytes");
+  // Comments up to the bound, with or without a line break at the end, are read.
+  for (const std::size_t length : {std::size_t{1024}, std::size_t{1025}, std::size_t{5000}, bound})
+    for (const char* end : {"\n", ""}) {
+      const std::string comment = "%" + std::string(length - 1, 'c');
+      EXPECT_EQ(parse(real_header + comment + "\n1 1 1\n1 1 2\n" + comment + end).value[0],
+                std::complex<double>(2, 0))
+          << length;
+    }
 }
 
 // A temporary folder removed with what it holds.

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string_view>
+#include <vector>
 
 #include "matrix_market.hpp"
 #include "numbers.hpp"
@@ -40,26 +40,39 @@ std::string quoted(std::string_view word) { return "'" + std::string(word) + "'"
 // Reads lines into whitespace-separated words and names the file and line in refusals.
 class line_reader {
  public:
-  line_reader(std::istream& in, const std::string& name)
-      : in_(in), name_(name), buffer_(std::make_unique<char[]>(longest_line + 1)) {}
+  line_reader(std::istream& in, const std::string& name) : in_(in), name_(name) {}
 
   [[noreturn]] void fail(const std::string& why) const {
     throw format_error(name_ + ":" + std::to_string(line_) + ": " + why);
   }
 
-  // The next line's words; false at the end of the input.
+  // The next line's words; false at the end of the input. The buffer grows with the longest
+  // line so far, up to the bound.
   bool next() {
-    in_.getline(buffer_.get(), static_cast<std::streamsize>(longest_line + 1));
-    if (in_.bad()) fail("read error");
-    std::size_t length = static_cast<std::size_t>(in_.gcount());
-    if (in_.fail()) {
-      if (length == 0) return false;  // nothing left
-      ++line_;
-      fail("line longer than " + std::to_string(longest_line) + " bytes");
+    std::size_t stored = 0;
+    for (;;) {
+      in_.getline(buffer_.data() + stored, static_cast<std::streamsize>(buffer_.size() - stored));
+      if (in_.bad()) fail("read error");
+      const auto count = static_cast<std::size_t>(in_.gcount());
+      if (!in_.fail()) {
+        stored += in_.eof() ? count : count - 1;  // the line break is extracted, not stored
+        break;
+      }
+      if (count == 0) {  // the input ended
+        if (stored == 0) return false;
+        break;
+      }
+      // The buffer is full and the line goes on.
+      stored += count;
+      if (buffer_.size() > longest_line) {
+        ++line_;
+        fail("line longer than " + std::to_string(longest_line) + " bytes");
+      }
+      in_.clear();
+      buffer_.resize(std::min(2 * buffer_.size() - 1, longest_line + 1));
     }
-    if (!in_.eof()) --length;  // the line break, extracted but not stored
     ++line_;
-    split({buffer_.get(), length});
+    split({buffer_.data(), stored});
     return true;
   }
 
@@ -88,7 +101,8 @@ class line_reader {
 
   std::istream& in_;
   const std::string& name_;
-  std::unique_ptr<char[]> buffer_;
+  // Room for a line and getline's terminating zero.
+  std::vector<char> buffer_ = std::vector<char>(1025);
   std::int64_t line_ = 0;
 };
 
