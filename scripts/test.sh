@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs every test suite: optimised (plain and stress mode), then AddressSanitizer with
-# UndefinedBehaviorSanitizer, then ThreadSanitizer on the concurrency tests.
+# UndefinedBehaviorSanitizer, then ThreadSanitizer on the concurrency tests, then a minute of each
+# fuzz target.
 # Extra arguments are passed to the release configure step (CI passes -DVRT_WARNINGS_AS_ERRORS=ON).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -25,3 +26,5 @@ stage "test asan" ctest --preset asan
 stage "configure tsan" cmake --preset tsan "$@"
 stage "build tsan" cmake --build --preset tsan
 stage "test tsan" ctest --preset tsan
+
+stage "fuzz" scripts/fuzz.sh 60
