@@ -2,12 +2,13 @@
 #include "options.hpp"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <functional>
-#include <iostream>
+#include <limits>
 #include <map>
-#include <stdexcept>
+#include <string_view>
+#include <vector>
+
+#include "numbers.hpp"
 
 namespace vrt_driver {
 
@@ -43,7 +44,7 @@ minimum plus --ld-pad; the padding holds NaN and is not written.
   --device NAME        cpu (the host sparse engine), gpu, or an emulated GPU profile such as
                        emu-a2 (default emu-a2)
   --value s|d|c|z      float, double, complex<float>, complex<double> (default d)
-  --index 32|64        index width (default 32)
+  --index 32|64        index width (default 32); sizes and entries must fit it
   --base 0|1           index base of the bound arrays (default 0)
   --memory usm|buffer  memory model (default usm)
   --format csr|coo     storage format of A and B (default csr)
@@ -77,95 +78,146 @@ so that column 0 of the dense operands is x and y and a reference can recompute 
 C hold these values before the routine (trsv and trsm overwrite them).
 
 Exit status 0 on success, 1 on a library exception (its text on standard error, for example
-unimplemented for a routine the device does not run yet), 2 on a usage or file error.
+unimplemented for a routine the device does not run yet), 2 on a bad option, an input that is
+not exactly the Matrix Market format or does not fit the index width or the machine's memory,
+or output that cannot be written. Each error is one line on standard error naming the option,
+or the file and its line.
 )";
 
 namespace {
 
-std::complex<double> parse_scalar(const std::string& text) {
-  const auto comma = text.find(',');
-  const double re = std::stod(text.substr(0, comma));
-  const double im = comma == std::string::npos ? 0.0 : std::stod(text.substr(comma + 1));
-  return {re, im};
+namespace mm = orvane::vrt::matrix_market;
+
+const std::vector<std::string> routines = {"gemv", "gemvdot", "symv",   "trmv",        "trsv",
+                                           "trsm", "gemm",    "matmat", "sort_matrix", "omatcopy"};
+const std::vector<std::string> optimized = {"gemv", "gemvdot", "trmv", "trsv", "trsm"};
+
+std::string quoted(const std::string& s) { return "'" + s + "'"; }
+
+// "a, b or c"
+std::string alternatives(const std::vector<std::string>& words) {
+  std::string out;
+  for (std::size_t k = 0; k < words.size(); ++k)
+    out += (k == 0 ? "" : (k + 1 == words.size() ? " or " : ", ")) + words[k];
+  return out;
 }
 
-template <std::size_t N>
-bool one_of(const std::string& value, const std::array<const char*, N>& allowed) {
-  return std::any_of(allowed.begin(), allowed.end(), [&](const char* a) { return value == a; });
+bool contains(const std::vector<std::string>& words, const std::string& w) {
+  return std::find(words.begin(), words.end(), w) != words.end();
 }
 
-bool valid(const options& o) {
-  static constexpr std::array<const char*, 10> routines = {
-      "gemv", "gemvdot", "symv",   "trmv",        "trsv",
-      "trsm", "gemm",    "matmat", "sort_matrix", "omatcopy"};
-  static constexpr std::array<const char*, 3> ops = {"n", "t", "c"};
-  return !o.matrix.empty() && one_of(o.routine, routines) && o.value.size() == 1 &&
-         std::string("sdcz").find(o.value) != std::string::npos &&
-         (o.index == 32 || o.index == 64) && (o.base == 0 || o.base == 1) &&
-         (o.memory == "usm" || o.memory == "buffer") && (o.format == "csr" || o.format == "coo") &&
-         one_of(o.op, ops) && one_of(o.op_b, ops) && (o.uplo == "lower" || o.uplo == "upper") &&
-         (o.diag == "nonunit" || o.diag == "unit") && (o.layout == "row" || o.layout == "col") &&
-         o.columns >= 1 && o.ld_pad >= 0 && (!o.optimize || has_optimize(o.routine)) &&
-         (o.matrix_b.empty() || o.routine == "matmat");
+[[noreturn]] void refuse(const std::string& option, const std::string& value,
+                         const std::string& expected) {
+  throw usage_error(option + " " + quoted(value) + ": expected " + expected);
+}
+
+// Each valued option's check and store; option is its name, for messages.
+using setter = std::function<void(const std::string& option, const std::string& value)>;
+
+setter choice(std::string& field, std::vector<std::string> allowed) {
+  return [&field, allowed](const std::string& option, const std::string& value) {
+    if (!contains(allowed, value)) refuse(option, value, alternatives(allowed));
+    field = value;
+  };
+}
+
+// 32|64 and 0|1: numbers that are choices, so "32abc" or "032" are refused like any other word.
+setter numeric_choice(int& field, std::vector<std::string> allowed) {
+  return [&field, allowed](const std::string& option, const std::string& value) {
+    if (!contains(allowed, value)) refuse(option, value, alternatives(allowed));
+    field = std::stoi(value);
+  };
+}
+
+setter whole_number(std::int64_t& field, std::int64_t least) {
+  return [&field, least](const std::string& option, const std::string& value) {
+    std::int64_t n = 0;
+    const auto status = mm::parse_integer(value, n);
+    if (status != mm::number_status::ok || n < least)
+      refuse(option, value,
+             "a whole number from " + std::to_string(least) + " to " +
+                 std::to_string(std::numeric_limits<std::int64_t>::max()));
+    field = n;
+  };
+}
+
+// RE or RE,IM, each a decimal real as a Matrix Market file writes it.
+setter scalar(std::complex<double>& field, std::string& text) {
+  return [&field, &text](const std::string& option, const std::string& value) {
+    const auto comma = value.find(',');
+    double re = 0, im = 0;
+    if (!mm::parse_real(std::string_view(value).substr(0, comma), re) ||
+        (comma != std::string::npos && !mm::parse_real(value.substr(comma + 1), im)))
+      refuse(option, value, "RE or RE,IM of decimal real numbers");
+    field = {re, im};
+    text = value;
+  };
+}
+
+// Checks between options, once all are read.
+void check_together(const options& o, const std::string& alpha_text, const std::string& beta_text) {
+  if (o.matrix.empty()) throw usage_error("--matrix FILE is required");
+  if (o.optimize && !contains(optimized, o.routine))
+    throw usage_error("--optimize: " + o.routine + " has no optimize routine (" +
+                      alternatives(optimized) + " have)");
+  if (!o.matrix_b.empty() && o.routine != "matmat")
+    throw usage_error("--matrix-b: only matmat takes a second matrix, not " + o.routine);
+  const bool real_values = o.value == "s" || o.value == "d";
+  if (real_values && o.alpha.imag() != 0)
+    throw usage_error("--alpha " + quoted(alpha_text) + ": an imaginary part needs --value c or z");
+  if (real_values && o.beta.imag() != 0)
+    throw usage_error("--beta " + quoted(beta_text) + ": an imaginary part needs --value c or z");
 }
 
 }  // namespace
 
-bool has_optimize(const std::string& routine) {
-  return routine == "gemv" || routine == "gemvdot" || routine == "trmv" || routine == "trsv" ||
-         routine == "trsm";
-}
+bool has_optimize(const std::string& routine) { return contains(optimized, routine); }
 
-std::optional<options> parse(int argc, char** argv) {
+options parse(int argc, char** argv) {
   options o;
-  using setter = std::function<void(const std::string&)>;
+  std::string alpha_text, beta_text;
   auto text = [](std::string& field) {
-    return setter([&field](const std::string& v) { field = v; });
+    return setter([&field](const std::string&, const std::string& v) { field = v; });
   };
   const std::map<std::string, setter> valued = {
       {"--matrix", text(o.matrix)},
       {"--matrix-b", text(o.matrix_b)},
-      {"--routine", text(o.routine)},
+      {"--routine", choice(o.routine, routines)},
       {"--device", text(o.device)},
-      {"--value", text(o.value)},
-      {"--index", [&](const std::string& v) { o.index = std::stoi(v); }},
-      {"--base", [&](const std::string& v) { o.base = std::stoi(v); }},
-      {"--memory", text(o.memory)},
-      {"--format", text(o.format)},
-      {"--op", text(o.op)},
-      {"--op-b", text(o.op_b)},
-      {"--uplo", text(o.uplo)},
-      {"--diag", text(o.diag)},
-      {"--layout", text(o.layout)},
-      {"--columns", [&](const std::string& v) { o.columns = std::stoll(v); }},
-      {"--ld-pad", [&](const std::string& v) { o.ld_pad = std::stoll(v); }},
-      {"--alpha",
-       [&](const std::string& v) {
-         o.alpha = parse_scalar(v);
-         o.alpha_given = true;
-       }},
-      {"--beta", [&](const std::string& v) { o.beta = parse_scalar(v); }},
+      {"--value", choice(o.value, {"s", "d", "c", "z"})},
+      {"--index", numeric_choice(o.index, {"32", "64"})},
+      {"--base", numeric_choice(o.base, {"0", "1"})},
+      {"--memory", choice(o.memory, {"usm", "buffer"})},
+      {"--format", choice(o.format, {"csr", "coo"})},
+      {"--op", choice(o.op, {"n", "t", "c"})},
+      {"--op-b", choice(o.op_b, {"n", "t", "c"})},
+      {"--uplo", choice(o.uplo, {"lower", "upper"})},
+      {"--diag", choice(o.diag, {"nonunit", "unit"})},
+      {"--layout", choice(o.layout, {"row", "col"})},
+      {"--columns", whole_number(o.columns, 1)},
+      {"--ld-pad", whole_number(o.ld_pad, 0)},
+      {"--alpha", scalar(o.alpha, alpha_text)},
+      {"--beta", scalar(o.beta, beta_text)},
       {"--output", text(o.output)},
   };
-  try {
-    for (int i = 1; i < argc; ++i) {
-      const std::string key = argv[i];
-      if (key == "--help") {
-        std::cout << usage;
-        std::exit(0);
-      }
-      if (key == "--optimize" || key == "--dominant") {
-        (key == "--optimize" ? o.optimize : o.dominant) = true;
-        continue;
-      }
-      const auto set = valued.find(key);
-      if (set == valued.end() || i + 1 >= argc) return std::nullopt;
-      set->second(argv[++i]);
+  for (int i = 1; i < argc; ++i) {
+    const std::string key = argv[i];
+    if (key == "--help") {
+      o.help = true;
+      return o;
     }
-  } catch (const std::logic_error&) {
-    return std::nullopt;  // a number that does not parse
+    if (key == "--optimize" || key == "--dominant") {
+      (key == "--optimize" ? o.optimize : o.dominant) = true;
+      continue;
+    }
+    const auto set = valued.find(key);
+    if (set == valued.end()) throw usage_error("unknown option " + quoted(key));
+    if (i + 1 >= argc) throw usage_error(key + " needs a value");
+    set->second(key, argv[++i]);
+    if (key == "--alpha") o.alpha_given = true;
+    if (key == "--device" && o.device.empty()) throw usage_error("--device needs a name");
   }
-  if (!valid(o)) return std::nullopt;
+  check_together(o, alpha_text, beta_text);
   return o;
 }
 

@@ -3,7 +3,7 @@
 
 #include <complex>
 #include <cstdint>
-#include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace vrt_driver {
@@ -17,12 +17,20 @@ struct options {
   std::complex<double> alpha = 1.0, beta = 0.0;
   // trsv takes the overload without alpha unless --alpha is given.
   bool alpha_given = false, optimize = false, dominant = false;
+  // --help: print the usage and nothing else.
+  bool help = false;
+};
+
+// A bad command line: the message names the option and what it takes.
+class usage_error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
 };
 
 extern const char* const usage;
 
-// The options, or nothing on a usage error. --help prints the usage and exits.
-std::optional<options> parse(int argc, char** argv);
+// Every option checked; throws usage_error for the first bad one.
+options parse(int argc, char** argv);
 
 // Routines that have an optimize_* routine of their own.
 bool has_optimize(const std::string& routine);

@@ -27,13 +27,18 @@ struct coordinate_matrix {
   std::vector<std::complex<double>> value;
 };
 
-// A malformed file: the message names the line.
+// A malformed file: the message is "NAME:LINE: reason".
 class format_error : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-coordinate_matrix read(std::istream& in);
+// Reads exactly the format: whole tokens, decimal numbers, as many entries as the size line
+// declares, indices within the sizes. name stands for the input in messages. Throws
+// format_error.
+coordinate_matrix read(std::istream& in, const std::string& name);
+// Also refuses, with std::runtime_error naming the path, what cannot be opened or is not a
+// regular file (a folder, a device, a fifo).
 coordinate_matrix read_file(const std::string& path);
 
 // The full matrix: entries off the diagonal of a symmetric, skew-symmetric or Hermitian file
