@@ -91,10 +91,21 @@ TYPED_TEST(HostSp2m, SquareProductsWithEveryOperationAndRequestSequence) {
       ASSERT_EQ(api<I>::sp2m(opA, general, A, opB, general, A, HOST_REQUEST_FINALIZE_MULT, &P),
                 SPARSE_STATUS_SUCCESS);
       check_product(P, a, opA, a, opB);
-      std::vector<C> x(33, traits<C>::make(1)), y(33);
+      const auto x = random_vector<C>(33, 5);
+      const double nan = std::numeric_limits<double>::quiet_NaN();
+      std::vector<C> y(33, traits<C>::make(W(nan, nan)));
       EXPECT_EQ(api<I>::mv(HOST_OPERATION_TRANSPOSE, traits<C>::make(1), P, general, x.data(),
                            traits<C>::make(0), y.data()),
                 SPARSE_STATUS_SUCCESS);
+      // P^T x from the reference product's entries: y_j = sum_i P_ij x_i.
+      std::vector<W> want(33);
+      std::vector<double> mag(33);
+      for (const auto& [ij, v] : reference_product(a, opA, a, opB)) {
+        const W xi = traits<C>::wide(x[static_cast<std::size_t>(ij.first)]);
+        want[static_cast<std::size_t>(ij.second)] += v.first * xi;
+        mag[static_cast<std::size_t>(ij.second)] += v.second * std::abs(xi);
+      }
+      for (std::size_t j = 0; j < 33; ++j) EXPECT_TRUE(close(y[j], want[j], mag[j], 256)) << j;
       api<I>::destroy(P);
       // Values without a structure do the whole product.
       P = nullptr;

@@ -39,7 +39,7 @@ template <typename C, typename I>
 void expect_transpose(const csr<C, I>& a, host_operation_t op, int out_base) {
   const auto want = reference_transpose(a, op, out_base);
   std::vector<I> ptr(static_cast<std::size_t>(a.cols) + 1, I(-7)), col(a.col.size(), I(-7));
-  std::vector<C> val(a.val.size());
+  std::vector<C> val(a.val.size(), traits<C>::make(W(std::nan(""), std::nan(""))));
   ASSERT_EQ(api<I>::csr_transpose(op, a.base, static_cast<I>(a.rows), static_cast<I>(a.cols),
                                   a.ptr.data(), a.ptr.data() + 1, a.col.data(), a.val.data(),
                                   out_base, ptr.data(), col.data(), val.data()),
@@ -90,7 +90,7 @@ TYPED_TEST(HostTranspose, StructureOnly) {
   using I = typename TypeParam::I;
   const auto a = random_csr<C, I>({300, 200, 8, false, 1, 6});
   const auto want = reference_transpose(a, HOST_OPERATION_TRANSPOSE, 0);
-  std::vector<I> ptr(201), col(a.col.size());
+  std::vector<I> ptr(201, I(-7)), col(a.col.size(), I(-7));
   ASSERT_EQ(api<I>::csr_transpose(HOST_OPERATION_TRANSPOSE, 1, I(300), I(200), a.ptr.data(),
                                   a.ptr.data() + 1, a.col.data(), static_cast<const C*>(nullptr), 0,
                                   ptr.data(), col.data(), static_cast<C*>(nullptr)),

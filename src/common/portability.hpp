@@ -3,6 +3,7 @@
 // this file alone.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <type_traits>
@@ -30,10 +31,27 @@ struct sub_group_kernel {
 // Work-item l of a sub-group of size S receives base[l + k * S] for k < N: the layout of a
 // hardware block read. Plain strided loads are what such a read compiles to where no block
 // instruction exists; a compiler with one may map these functions to it.
+
+namespace detail {
+// A block reaches `count` elements from base. A device reads past a USM allocation silently; the
+// bundled runtime's strict mode stops with a message instead. Elsewhere this is nothing.
+template <typename T>
+void check_block(const T* base, std::size_t count, const char* operation) {
+#ifdef HOSTSYCL
+  sycl::detail::check_usm_range(base, count * sizeof(T), operation, false);
+#else
+  (void)base;
+  (void)count;
+  (void)operation;
+#endif
+}
+}  // namespace detail
+
 template <int N, typename T>
 std::array<T, N> sub_group_load(const sycl::sub_group& sg, const T* base) {
   const std::size_t lane = sg.get_local_linear_id();
   const std::size_t size = sg.get_max_local_range()[0];
+  detail::check_block(base, N * size, "sub_group_load");
   std::array<T, N> out;
   for (int k = 0; k < N; ++k) out[k] = base[lane + static_cast<std::size_t>(k) * size];
   return out;
@@ -45,6 +63,7 @@ std::array<T, N> sub_group_load(const sycl::sub_group& sg, const T* base, std::s
                                 T fill) {
   const std::size_t lane = sg.get_local_linear_id();
   const std::size_t size = sg.get_max_local_range()[0];
+  detail::check_block(base, std::min<std::size_t>(count, N * size), "sub_group_load");
   std::array<T, N> out;
   for (int k = 0; k < N; ++k) {
     const std::size_t i = lane + static_cast<std::size_t>(k) * size;
@@ -57,6 +76,7 @@ template <int N, typename T>
 void sub_group_store(const sycl::sub_group& sg, T* base, const std::array<T, N>& values) {
   const std::size_t lane = sg.get_local_linear_id();
   const std::size_t size = sg.get_max_local_range()[0];
+  detail::check_block(base, N * size, "sub_group_store");
   for (int k = 0; k < N; ++k) base[lane + static_cast<std::size_t>(k) * size] = values[k];
 }
 
@@ -66,6 +86,7 @@ void sub_group_store(const sycl::sub_group& sg, T* base, const std::array<T, N>&
                      std::size_t count) {
   const std::size_t lane = sg.get_local_linear_id();
   const std::size_t size = sg.get_max_local_range()[0];
+  detail::check_block(base, std::min<std::size_t>(count, N * size), "sub_group_store");
   for (int k = 0; k < N; ++k) {
     const std::size_t i = lane + static_cast<std::size_t>(k) * size;
     if (i < count) base[i] = values[k];

@@ -2,7 +2,11 @@
 // references; the status of the engine as exceptions; concurrent handles on one queue.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
+#include <string>
 #include <thread>
+#include <tuple>
 
 #include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
@@ -155,111 +159,382 @@ TYPED_TEST(CpuBackend, GemvInEveryOperationAndMemoryModel) {
   }
 }
 
-// Dense reference of op(part of A) for the triangular and symmetric routines.
+// ---- dense oracles: plain loops in double precision, no call of the library ----------------
+
+using W = std::complex<double>;
+using dense = std::vector<std::vector<W>>;
+
+template <typename T>
+T scalar(double re, double im) {
+  if constexpr (vrt_test::is_complex<T>)
+    return T(static_cast<vrt_test::real_t<T>>(re), static_cast<vrt_test::real_t<T>>(im));
+  else
+    return static_cast<T>(re);
+}
+
+// A as a dense matrix; repeated entries add up.
 template <typename T, typename I>
-std::vector<std::vector<std::complex<double>>> dense_of(const csr_matrix<T, I>& A) {
-  std::vector<std::vector<std::complex<double>>> d(A.nrows, std::vector<std::complex<double>>(A.ncols));
+dense dense_of(const csr_matrix<T, I>& A) {
+  dense d(A.nrows, std::vector<W>(A.ncols));
   for (std::int64_t i = 0; i < A.nrows; ++i)
     for (I k = A.row_ptr[i] - A.base; k < A.row_ptr[i + 1] - A.base; ++k)
-      d[i][A.col_ind[k] - A.base] += std::complex<double>(A.values[k]);
+      d[i][A.col_ind[k] - A.base] += W(A.values[k]);
   return d;
 }
 
-TYPED_TEST(CpuBackend, SymmetricTriangularProductsAndSolves) {
+dense apply_op(const dense& d, transpose op) {
+  if (op == transpose::nontrans) return d;
+  dense t(d.empty() ? 0 : d[0].size(), std::vector<W>(d.size()));
+  for (std::size_t i = 0; i < d.size(); ++i)
+    for (std::size_t j = 0; j < d[i].size(); ++j)
+      t[j][i] = op == transpose::conjtrans ? std::conj(d[i][j]) : d[i][j];
+  return t;
+}
+
+// op(T) with T the chosen triangle of A, its diagonal replaced by ones when it is unit.
+template <typename T, typename I>
+dense triangle_op(const csr_matrix<T, I>& A, vrt::uplo ul, vrt::diag dg, transpose op) {
+  dense t = dense_of(A);
+  for (std::size_t i = 0; i < t.size(); ++i)
+    for (std::size_t j = 0; j < t[i].size(); ++j) {
+      if (ul == vrt::uplo::lower ? j > i : j < i) t[i][j] = 0;
+      if (i == j && dg == vrt::diag::unit) t[i][j] = 1;
+    }
+  return apply_op(t, op);
+}
+
+// A's lower or upper triangle mirrored onto the other side, without conjugation.
+template <typename T, typename I>
+dense symmetric_of(const csr_matrix<T, I>& A, vrt::uplo ul) {
+  const dense d = dense_of(A);
+  dense s = d;
+  for (std::size_t i = 0; i < d.size(); ++i)
+    for (std::size_t j = 0; j < d.size(); ++j)
+      s[i][j] = (ul == vrt::uplo::lower) == (j <= i) ? d[i][j] : d[j][i];
+  return s;
+}
+
+// alpha M x + beta y and the bound on its rounding: a few units per term of each row's sum.
+struct dense_result {
+  std::vector<W> value;
+  std::vector<double> bound;
+};
+
+template <typename T>
+dense_result dense_product(const dense& M, T alpha, const std::vector<T>& x, T beta,
+                           const std::vector<T>& y) {
+  const double eps = std::numeric_limits<vrt_test::real_t<T>>::epsilon();
+  dense_result r;
+  for (std::size_t i = 0; i < M.size(); ++i) {
+    W sum = 0;
+    double scale = 0, terms = 2;
+    for (std::size_t j = 0; j < M[i].size(); ++j) {
+      if (M[i][j] == W(0)) continue;
+      sum += M[i][j] * W(x[j]);
+      scale += std::abs(M[i][j]) * std::abs(W(x[j]));
+      terms += 1;
+    }
+    const bool reads_y = beta != T(0);
+    r.value.push_back(W(alpha) * sum + (reads_y ? W(beta) * W(y[i]) : W(0)));
+    r.bound.push_back(8 * eps * terms *
+                          (std::abs(W(alpha)) * scale + (reads_y ? std::abs(W(beta) * W(y[i])) : 0)) +
+                      std::numeric_limits<vrt_test::real_t<T>>::min());
+  }
+  return r;
+}
+
+// Solves M y = alpha b by substitution, M lower or upper triangular. The test matrices keep
+// substitution well conditioned, so the bound is a multiple of eps times the solution's size.
+template <typename T>
+dense_result dense_solve(const dense& M, bool lower, T alpha, const std::vector<T>& b) {
+  const std::size_t n = M.size();
+  std::vector<W> y(n);
+  for (std::size_t step = 0; step < n; ++step) {
+    const std::size_t i = lower ? step : n - 1 - step;
+    W sum = W(alpha) * W(b[i]);
+    for (std::size_t j = 0; j < n; ++j)
+      if (j != i && M[i][j] != W(0)) sum -= M[i][j] * y[j];
+    y[i] = sum / M[i][i];
+  }
+  double largest = 0;
+  for (const W& v : y) largest = std::max(largest, std::abs(v));
+  const double eps = std::numeric_limits<vrt_test::real_t<T>>::epsilon();
+  return {y, std::vector<double>(n, 256 * eps * largest)};
+}
+
+// Every entry within its bound; NaN never is.
+template <typename T>
+void expect_close(const std::vector<T>& got, const dense_result& want, const std::string& what) {
+  ASSERT_EQ(got.size(), want.value.size()) << what;
+  for (std::size_t i = 0; i < got.size(); ++i)
+    ASSERT_LE(std::abs(W(got[i]) - want.value[i]), want.bound[i])
+        << what << ": entry " << i << " got " << got[i] << " want " << want.value[i];
+}
+
+// A square matrix whose triangles are well conditioned with either diagonal: each row holds its
+// diagonal (4, or 4 + i/2 for complex values) and up to six entries of magnitude at most 1/8,
+// at distinct columns in no particular order.
+template <typename T, typename I>
+csr_matrix<T, I> triangular_test_matrix(std::int64_t n, unsigned seed, int base) {
+  std::mt19937 rng(seed);
+  csr_matrix<T, I> A;
+  A.nrows = A.ncols = n;
+  A.base = base;
+  A.row_ptr.push_back(static_cast<I>(base));
+  for (std::int64_t i = 0; i < n; ++i) {
+    std::vector<std::int64_t> cols = {i};
+    const std::size_t length = 1 + rng() % 7;
+    while (cols.size() < length) {
+      const auto c = static_cast<std::int64_t>(rng() % n);
+      if (std::find(cols.begin(), cols.end(), c) == cols.end()) cols.push_back(c);
+    }
+    std::shuffle(cols.begin(), cols.end(), rng);
+    for (const std::int64_t c : cols) {
+      A.col_ind.push_back(static_cast<I>(c + base));
+      A.values.push_back(c == i ? scalar<T>(4, 0.5)
+                                : vrt_test::random_value<T>(rng) * scalar<T>(0.125, 0));
+    }
+    A.row_ptr.push_back(static_cast<I>(A.col_ind.size() + base));
+  }
+  return A;
+}
+
+std::string combination(transpose op, vrt::uplo ul, vrt::diag dg) {
+  return std::string("op ") + std::to_string(static_cast<int>(op)) +
+         (ul == vrt::uplo::lower ? " lower" : " upper") +
+         (dg == vrt::diag::unit ? " unit" : " nonunit");
+}
+
+// Calls f(x, y) as USM pointers or buffers, whichever with_vectors hands over.
+#define VRT_EITHER_FORM(call)                          \
+  [&](auto xs, auto ys) {                              \
+    if constexpr (std::is_pointer_v<decltype(xs)>)     \
+      return call;                                     \
+    else                                               \
+      return call, sycl::event();                      \
+  }
+
+TYPED_TEST(CpuBackend, SymvReadsOneTriangleAndMirrorsIt) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
-  using W = std::complex<double>;
   sycl::queue q{sycl::cpu_selector_v};
   const std::int64_t n = 120;
-  const auto A = square_matrix<T, I>(n, 7, 0);
-  const auto d = dense_of(A);
-  const double tolerance = 1e3 * std::numeric_limits<vrt_test::real_t<T>>::epsilon();
+  const auto A = triangular_test_matrix<T, I>(n, 7, 0);
+  const T alpha = scalar<T>(1.5, -0.5), beta = scalar<T>(-0.5, 0.25);
   for (bool usm : {true, false}) {
     cpu_matrix<T, I> M(q, usm, A);
     const auto x = random_vector<T>(n, 3);
     const auto y0 = random_vector<T>(n, 4);
-    // symv with the lower triangle: y = L x + strict(L)^T x.
-    auto sym = with_vectors<T>(q, usm, x, y0, [&](auto xs, auto ys) {
-      if constexpr (std::is_pointer_v<decltype(xs)>) return vs::symv(q, vrt::uplo::lower, T(1), M.h, xs, T(0), ys);
-      else return vs::symv(q, vrt::uplo::lower, T(1), M.h, xs, T(0), ys), sycl::event();
-    });
-    for (std::int64_t i = 0; i < n; ++i) {
-      W s = 0;
-      for (std::int64_t j = 0; j < n; ++j) s += (j <= i ? d[i][j] : d[j][i]) * W(x[j]);
-      ASSERT_LE(std::abs(W(sym[i]) - s), tolerance * 40) << "symv row " << i;
+    for (vrt::uplo ul : {vrt::uplo::lower, vrt::uplo::upper}) {
+      const auto got = with_vectors<T>(q, usm, x, y0,
+                                       VRT_EITHER_FORM(vs::symv(q, ul, alpha, M.h, xs, beta, ys)));
+      expect_close(got, dense_product(symmetric_of(A, ul), alpha, x, beta, y0),
+                   ul == vrt::uplo::lower ? "symv lower" : "symv upper");
     }
-    // trsv solves what trmv multiplies: trsv(trmv(x)) = x, with and without alpha.
+  }
+}
+
+// trmv against the dense product of op(triangle) for every op, triangle and diagonal; with beta
+// 0 the output starts as NaN, which the routine must not read.
+TYPED_TEST(CpuBackend, TrmvMultipliesTheChosenTriangleInEveryCombination) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{sycl::cpu_selector_v};
+  const std::int64_t n = 120;
+  const auto A = triangular_test_matrix<T, I>(n, 8, 1);
+  const T alpha = scalar<T>(1.5, -0.5);
+  for (bool usm : {true, false}) {
+    cpu_matrix<T, I> M(q, usm, A);
+    const auto x = random_vector<T>(n, 3);
+    for (transpose op : {transpose::nontrans, transpose::trans, transpose::conjtrans})
+      for (vrt::uplo ul : {vrt::uplo::lower, vrt::uplo::upper})
+        for (vrt::diag dg : {vrt::diag::nonunit, vrt::diag::unit})
+          for (bool reads_y : {true, false}) {
+            const T beta = reads_y ? scalar<T>(-0.5, 0.25) : T(0);
+            const auto y0 = reads_y ? random_vector<T>(n, 4) : vrt_test::nan_vector<T>(n);
+            const auto got = with_vectors<T>(
+                q, usm, x, y0, VRT_EITHER_FORM(vs::trmv(q, ul, op, dg, alpha, M.h, xs, beta, ys)));
+            expect_close(got, dense_product(triangle_op(A, ul, dg, op), alpha, x, beta, y0),
+                         "trmv " + combination(op, ul, dg) + (reads_y ? "" : " beta 0"));
+          }
+  }
+}
+
+// trsv against dense substitution for every op, triangle and diagonal, with alpha and without
+// (alpha 1); the solution starts as NaN.
+TYPED_TEST(CpuBackend, TrsvSolvesWithTheChosenTriangleInEveryCombination) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{sycl::cpu_selector_v};
+  const std::int64_t n = 120;
+  const auto A = triangular_test_matrix<T, I>(n, 9, 0);
+  const auto b = random_vector<T>(n, 5);
+  const auto unset = vrt_test::nan_vector<T>(n);
+  for (bool usm : {true, false}) {
+    cpu_matrix<T, I> M(q, usm, A);
     for (transpose op : {transpose::nontrans, transpose::trans, transpose::conjtrans})
       for (vrt::uplo ul : {vrt::uplo::lower, vrt::uplo::upper})
         for (vrt::diag dg : {vrt::diag::nonunit, vrt::diag::unit}) {
-          auto product = with_vectors<T>(q, usm, x, y0, [&](auto xs, auto ys) {
-            if constexpr (std::is_pointer_v<decltype(xs)>) return vs::trmv(q, ul, op, dg, T(1), M.h, xs, T(0), ys);
-            else return vs::trmv(q, ul, op, dg, T(1), M.h, xs, T(0), ys), sycl::event();
-          });
-          auto solved = with_vectors<T>(q, usm, product, y0, [&](auto xs, auto ys) {
-            if constexpr (std::is_pointer_v<decltype(xs)>) return vs::trsv(q, ul, op, dg, M.h, xs, ys);
-            else return vs::trsv(q, ul, op, dg, M.h, xs, ys), sycl::event();
-          });
-          for (std::int64_t i = 0; i < n; ++i)
-            ASSERT_LE(std::abs(W(solved[i]) - W(x[i])), tolerance) << "trsv(trmv) row " << i;
+          const bool lower = (ul == vrt::uplo::lower) == (op == transpose::nontrans);
+          const dense Top = triangle_op(A, ul, dg, op);
+          const T alpha = scalar<T>(-1.5, 0.75);
+          const auto scaled = with_vectors<T>(
+              q, usm, b, unset, VRT_EITHER_FORM(vs::trsv(q, ul, op, dg, alpha, M.h, xs, ys)));
+          expect_close(scaled, dense_solve(Top, lower, alpha, b),
+                       "trsv alpha " + combination(op, ul, dg));
+          const auto plain = with_vectors<T>(
+              q, usm, b, unset, VRT_EITHER_FORM(vs::trsv(q, ul, op, dg, M.h, xs, ys)));
+          expect_close(plain, dense_solve(Top, lower, T(1), b), "trsv " + combination(op, ul, dg));
         }
   }
 }
 
-TYPED_TEST(CpuBackend, GemmAndTrsmInBothLayouts) {
+// gemvdot writes y = alpha op(A) x + beta y and d = sum x_i y_i over min(rows, cols). y is
+// compared with the reference first; d with the dot of x and the reference y, within the
+// rounding of the sum and of y's own bound.
+TYPED_TEST(CpuBackend, GemvdotWritesYThenItsDotWithX) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
-  using W = std::complex<double>;
   sycl::queue q{sycl::cpu_selector_v};
-  const std::int64_t n = 80, columns = 9;
-  const auto A = square_matrix<T, I>(n, 11, 1);
-  const auto d = dense_of(A);
-  const double tolerance = 1e3 * std::numeric_limits<vrt_test::real_t<T>>::epsilon();
-  cpu_matrix<T, I> M(q, true, A);
-  for (vrt::layout lay : {vrt::layout::row_major, vrt::layout::col_major}) {
-    const std::int64_t ld = lay == vrt::layout::row_major ? columns : n;
-    auto at = [&](std::int64_t i, std::int64_t c) { return lay == vrt::layout::row_major ? i * ld + c : i + c * ld; };
-    const auto b = random_vector<T>(n * columns, 12);
-    auto c = with_vectors<T>(q, true, b, std::vector<T>(n * columns), [&](T* bs, T* cs) {
-      return vs::gemm(q, lay, transpose::nontrans, transpose::nontrans, T(1), M.h, bs, columns, ld, T(0), cs, ld);
-    });
-    for (std::int64_t col = 0; col < columns; ++col)
-      for (std::int64_t i = 0; i < n; ++i) {
-        W s = 0;
-        for (std::int64_t j = 0; j < n; ++j) s += d[i][j] * W(b[at(j, col)]);
-        ASSERT_LE(std::abs(W(c[at(i, col)]) - s), tolerance * 40);
-      }
-    // trsm undoes the lower triangle's product column by column.
-    auto solved = with_vectors<T>(q, true, b, std::vector<T>(n * columns), [&](T* xs, T* ys) {
-      return vs::trsm(q, lay, transpose::nontrans, transpose::nontrans, vrt::uplo::lower, vrt::diag::nonunit, T(1), M.h, xs, columns, ld, ys, ld);
-    });
-    for (std::int64_t col = 0; col < columns; ++col)
-      for (std::int64_t i = 0; i < n; ++i) {
-        W s = 0;
-        for (std::int64_t j = 0; j <= i; ++j) s += d[i][j] * W(solved[at(j, col)]);
-        ASSERT_LE(std::abs(s - W(b[at(i, col)])), tolerance * 40);
+  const auto A = vrt_test::random_csr<T, I>(90, 70, 9, 14, 1, 2, 60);
+  const double eps = std::numeric_limits<vrt_test::real_t<T>>::epsilon();
+  const T alpha = scalar<T>(1.5, -0.5);
+  for (bool usm : {true, false}) {
+    cpu_matrix<T, I> M(q, usm, A);
+    for (transpose op : {transpose::nontrans, transpose::trans, transpose::conjtrans})
+      for (bool reads_y : {true, false}) {
+        const bool t = op != transpose::nontrans;
+        const std::size_t nx = t ? 90 : 70, ny = t ? 70 : 90;
+        const T beta = reads_y ? scalar<T>(-0.5, 0.25) : T(0);
+        const auto x = random_vector<T>(nx, 6);
+        const auto y0 = reads_y ? random_vector<T>(ny, 7) : vrt_test::nan_vector<T>(ny);
+        std::vector<T> y(ny);
+        T d = vrt_test::nan_value<T>();
+        if (usm) {
+          T* xs = sycl::malloc_shared<T>(nx, q);
+          T* ys = sycl::malloc_shared<T>(ny, q);
+          T* ds = sycl::malloc_shared<T>(1, q);
+          std::copy(x.begin(), x.end(), xs);
+          std::copy(y0.begin(), y0.end(), ys);
+          *ds = d;
+          vs::gemvdot(q, op, alpha, M.h, xs, beta, ys, ds).wait();
+          std::copy(ys, ys + ny, y.begin());
+          d = *ds;
+          for (void* p : {static_cast<void*>(xs), static_cast<void*>(ys), static_cast<void*>(ds)})
+            sycl::free(p, q);
+        } else {
+          auto xv = x;
+          y = y0;
+          sycl::buffer<T, 1> bx(xv.data(), sycl::range<1>(nx)), by(y.data(), sycl::range<1>(ny)),
+              bd(&d, sycl::range<1>(1));
+          vs::gemvdot(q, op, alpha, M.h, bx, beta, by, bd);
+        }
+        const std::string what = std::string("gemvdot op ") + std::to_string(static_cast<int>(op)) +
+                                 (reads_y ? "" : " beta 0") + (usm ? " usm" : " buffer");
+        const auto want = dense_product(apply_op(dense_of(A), op), alpha, x, beta, y0);
+        expect_close(y, want, what + " y");
+        W dot = 0;
+        double bound = std::numeric_limits<vrt_test::real_t<T>>::min();
+        const std::size_t m = std::min(nx, ny);
+        for (std::size_t i = 0; i < m; ++i) {
+          dot += W(x[i]) * want.value[i];
+          bound += std::abs(W(x[i])) * (8 * eps * (m + 2) * std::abs(want.value[i]) + want.bound[i]);
+        }
+        EXPECT_LE(std::abs(W(d) - dot), bound) << what << " d " << d << " want " << dot;
       }
   }
 }
 
-TYPED_TEST(CpuBackend, SortMatrixOrdersEachRow) {
+TYPED_TEST(CpuBackend, GemmAndTrsmInBothLayoutsAndEveryCombination) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{sycl::cpu_selector_v};
+  const std::int64_t n = 80, columns = 9;
+  const auto A = triangular_test_matrix<T, I>(n, 11, 1);
+  const T alpha = scalar<T>(1.5, -0.5);
+  cpu_matrix<T, I> M(q, true, A);
+  const auto b = random_vector<T>(n * columns, 12);
+  const auto c0 = random_vector<T>(n * columns, 13);
+  for (vrt::layout lay : {vrt::layout::row_major, vrt::layout::col_major}) {
+    const bool row_major = lay == vrt::layout::row_major;
+    const std::int64_t ld = row_major ? columns : n;
+    auto at = [&](std::int64_t i, std::int64_t c) { return row_major ? i * ld + c : i + c * ld; };
+    // Column c of a dense operand, and the operand with column c replaced.
+    auto column = [&](const std::vector<T>& v, std::int64_t c) {
+      std::vector<T> out(n);
+      for (std::int64_t i = 0; i < n; ++i) out[i] = v[at(i, c)];
+      return out;
+    };
+    const std::string layout_name = row_major ? " row major" : " column major";
+    for (transpose op : {transpose::nontrans, transpose::trans, transpose::conjtrans})
+      for (bool reads_c : {true, false}) {
+        const T beta = reads_c ? scalar<T>(-0.5, 0.25) : T(0);
+        const auto start = reads_c ? c0 : vrt_test::nan_vector<T>(n * columns);
+        const auto c = with_vectors<T>(q, true, b, start, [&](T* bs, T* cs) {
+          return vs::gemm(q, lay, op, transpose::nontrans, alpha, M.h, bs, columns, ld, beta, cs,
+                          ld);
+        });
+        const dense Aop = apply_op(dense_of(A), op);
+        for (std::int64_t col = 0; col < columns; ++col)
+          expect_close(column(c, col), dense_product(Aop, alpha, column(b, col), beta, column(start, col)),
+                       "gemm op " + std::to_string(static_cast<int>(op)) + layout_name +
+                           (reads_c ? "" : " beta 0") + " column " + std::to_string(col));
+      }
+    for (transpose op : {transpose::nontrans, transpose::trans, transpose::conjtrans})
+      for (vrt::uplo ul : {vrt::uplo::lower, vrt::uplo::upper})
+        for (vrt::diag dg : {vrt::diag::nonunit, vrt::diag::unit}) {
+          const bool lower = (ul == vrt::uplo::lower) == (op == transpose::nontrans);
+          const auto solved = with_vectors<T>(
+              q, true, b, vrt_test::nan_vector<T>(n * columns), [&](T* xs, T* ys) {
+                return vs::trsm(q, lay, op, transpose::nontrans, ul, dg, alpha, M.h, xs, columns,
+                                ld, ys, ld);
+              });
+          const dense Top = triangle_op(A, ul, dg, op);
+          for (std::int64_t col = 0; col < columns; ++col)
+            expect_close(column(solved, col), dense_solve(Top, lower, alpha, column(b, col)),
+                         "trsm " + combination(op, ul, dg) + layout_name + " column " +
+                             std::to_string(col));
+        }
+  }
+}
+
+// Each row ends in ascending column order holding the same (column, value) entries it had.
+TYPED_TEST(CpuBackend, SortMatrixOrdersEachRowKeepingItsEntries) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{sycl::cpu_selector_v};
   const auto A = vrt_test::random_csr<T, I>(100, 100, 30, 4, 1);
+  using entry = std::tuple<I, double, double>;
+  auto row_entries = [&](const std::vector<I>& cols, const std::vector<T>& values, std::int64_t i) {
+    std::multiset<entry> row;
+    for (I k = A.row_ptr[i] - 1; k < A.row_ptr[i + 1] - 1; ++k) {
+      const W v(values[k]);
+      row.insert({cols[k], v.real(), v.imag()});
+    }
+    return row;
+  };
   for (bool usm : {true, false}) {
     cpu_matrix<T, I> M(q, usm, A);
     vs::sort_matrix(q, M.h).wait();
     EXPECT_EQ(M.h->primary->sorted, 1);
-    std::vector<I> cols(A.col_ind.size());
+    std::vector<I> rows(A.row_ptr.size()), cols(A.col_ind.size());
+    std::vector<T> values(A.values.size());
     if (usm) {
+      std::copy(M.r, M.r + rows.size(), rows.begin());
       std::copy(M.c, M.c + cols.size(), cols.begin());
+      std::copy(M.v, M.v + values.size(), values.begin());
     } else {
-      sycl::host_accessor acc(*M.cols);
-      std::copy(acc.begin(), acc.begin() + cols.size(), cols.begin());
+      sycl::host_accessor r(*M.rows), c(*M.cols), v(*M.vals);
+      std::copy(r.begin(), r.begin() + rows.size(), rows.begin());
+      std::copy(c.begin(), c.begin() + cols.size(), cols.begin());
+      std::copy(v.begin(), v.begin() + values.size(), values.begin());
     }
-    for (std::int64_t i = 0; i < 100; ++i)
-      EXPECT_TRUE(std::is_sorted(cols.begin() + (A.row_ptr[i] - 1), cols.begin() + (A.row_ptr[i + 1] - 1)));
+    EXPECT_EQ(rows, A.row_ptr);
+    for (std::int64_t i = 0; i < 100; ++i) {
+      EXPECT_TRUE(std::is_sorted(cols.begin() + (A.row_ptr[i] - 1), cols.begin() + (A.row_ptr[i + 1] - 1)))
+          << "row " << i;
+      EXPECT_EQ(row_entries(cols, values, i), row_entries(A.col_ind, A.values, i)) << "row " << i;
+    }
   }
 }
 

@@ -65,7 +65,9 @@ std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q, c
   vs::set_csr_data(q, a, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, ar, ac, av).wait();
   const std::int64_t rows = oa == transpose::nontrans ? A.nrows : A.ncols;
   const std::int64_t cols = ob == transpose::nontrans ? A.ncols : A.nrows;
+  // C's arrays start as sentinels: -1 indices, NaN values.
   I* cr = sycl::malloc_shared<I>(rows + 1, q);
+  std::fill(cr, cr + rows + 1, I(-1));
   vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols), static_cast<vrt::index_base>(c_base), cr,
                    (I*)nullptr, (T*)nullptr).wait();
   vs::matmat_descr* d = nullptr;
@@ -82,7 +84,11 @@ std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q, c
     request(R::get_nnz);
     nnz = *size;
     cc = sycl::malloc_shared<I>(std::max<std::int64_t>(nnz, 1), q);
-    if (values) cv = sycl::malloc_shared<T>(std::max<std::int64_t>(nnz, 1), q);
+    std::fill(cc, cc + std::max<std::int64_t>(nnz, 1), I(-1));
+    if (values) {
+      cv = sycl::malloc_shared<T>(std::max<std::int64_t>(nnz, 1), q);
+      std::fill(cv, cv + std::max<std::int64_t>(nnz, 1), vrt_test::nan_value<T>());
+    }
     vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols), static_cast<vrt::index_base>(c_base), cr, cc,
                      cv).wait();
   };
@@ -103,6 +109,7 @@ std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q, c
     request(R::get_compute_buf_size);
     request(R::compute);
     cv = sycl::malloc_shared<T>(std::max<std::int64_t>(nnz, 1), q);
+    std::fill(cv, cv + std::max<std::int64_t>(nnz, 1), vrt_test::nan_value<T>());
     vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols), static_cast<vrt::index_base>(c_base), cr, cc,
                      cv).wait();
     request(R::finalize);
@@ -115,9 +122,17 @@ std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q, c
     request(R::finalize_structure);
   }
   std::map<std::pair<std::int64_t, std::int64_t>, W> out;
-  for (std::int64_t i = 0; i < rows; ++i)
-    for (I k = cr[i] - c_base; k < cr[i + 1] - c_base; ++k)
+  EXPECT_EQ(cr[0], static_cast<I>(c_base));
+  EXPECT_EQ(cr[rows] - c_base, static_cast<I>(nnz));
+  std::int64_t stored = 0;
+  for (std::int64_t i = 0; i < rows; ++i) {
+    EXPECT_LE(cr[i], cr[i + 1]) << "row " << i;
+    for (I k = cr[i] - c_base; k < cr[i + 1] - c_base && k < static_cast<I>(nnz); ++k, ++stored) {
+      EXPECT_TRUE(cc[k] >= c_base && cc[k] - c_base < cols) << "column of entry " << k;
       out[{i, cc[k] - c_base}] += cv != nullptr ? W(cv[k]) : W(1);
+    }
+  }
+  EXPECT_EQ(stored, static_cast<std::int64_t>(out.size())) << "each (row, column) once";
   EXPECT_EQ(c->primary->nnz, static_cast<std::int64_t>(cr[rows] - c_base));
   vs::release_matmat_descr(&d);
   vs::release_matrix_handle(q, &a).wait();

@@ -89,7 +89,32 @@ TEST(RowSort, SmallListsOfTwoToSixteen) {
 
 // ---- matrices on the device ----------------------------------------------------------------
 
-// Binds host arrays to a handle in the chosen memory model and keeps them alive.
+// A COO matrix on the host: one row index per entry.
+template <typename T, typename I>
+struct coo_matrix {
+  std::int64_t nrows = 0;
+  std::int64_t ncols = 0;
+  int base = 0;
+  std::vector<I> rows, cols;
+  std::vector<T> values;
+};
+
+template <typename T, typename I>
+coo_matrix<T, I> sentinel_coo(std::int64_t nrows, std::int64_t ncols, std::size_t nnz, int base) {
+  return {nrows, ncols, base, std::vector<I>(nnz, I(-1)), std::vector<I>(nnz, I(-1)),
+          vrt_test::nan_vector<T>(nnz)};
+}
+
+template <typename T, typename I>
+coo_matrix<T, I> to_coo(const csr_matrix<T, I>& A) {
+  coo_matrix<T, I> m{A.nrows, A.ncols, A.base, {}, A.col_ind, A.values};
+  for (std::int64_t r = 0; r < A.nrows; ++r)
+    for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base; ++j)
+      m.rows.push_back(static_cast<I>(r + A.base));
+  return m;
+}
+
+// Binds host arrays (CSR or COO) to a handle in the chosen memory model and keeps them alive.
 template <typename T, typename I>
 struct device_matrix {
   sycl::queue& q;
@@ -107,36 +132,17 @@ struct device_matrix {
                 sycl::usm::alloc kind = sycl::usm::alloc::device)
       : q(queue), m(mm), rows(A.row_ptr), cols(A.col_ind), values(A.values),
         with_values(values_too) {
-    if (cols.empty()) cols.resize(1);
-    if (values.empty()) values.resize(1);
-    vs::init_matrix_handle(&h);
-    const auto base = static_cast<vrt::index_base>(A.base);
-    if (m == model::usm) {
-      d_rows = sycl::malloc<I>(rows.size(), q, kind);
-      d_cols = sycl::malloc<I>(cols.size(), q, kind);
-      d_values = sycl::malloc<T>(values.size(), q, kind);
-      q.memcpy(d_rows, rows.data(), rows.size() * sizeof(I)).wait();
-      q.memcpy(d_cols, cols.data(), cols.size() * sizeof(I)).wait();
-      q.memcpy(d_values, values.data(), values.size() * sizeof(T)).wait();
-      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, d_rows,
-                       d_cols, with_values ? d_values : nullptr)
-          .wait();
-    } else {
-      b_rows = std::make_unique<sycl::buffer<I, 1>>(rows.data(), sycl::range<1>(rows.size()));
-      b_cols = std::make_unique<sycl::buffer<I, 1>>(cols.data(), sycl::range<1>(cols.size()));
-      b_values = std::make_unique<sycl::buffer<T, 1>>(values.data(), sycl::range<1>(values.size()));
-      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, *b_rows,
-                       *b_cols, *b_values);
-      if (!with_values) h->primary->values = nullptr;
-    }
+    bind(A.nrows, A.ncols, A.base, -1, kind);
   }
 
-  // The bound arrays as they are now.
-  csr_matrix<T, I> read(std::int64_t nrows, std::int64_t ncols, int base) {
-    csr_matrix<T, I> out;
-    out.nrows = nrows;
-    out.ncols = ncols;
-    out.base = base;
+  device_matrix(sycl::queue& queue, model mm, const coo_matrix<T, I>& A)
+      : q(queue), m(mm), rows(A.rows), cols(A.cols), values(A.values), with_values(true) {
+    bind(A.nrows, A.ncols, A.base, static_cast<std::int64_t>(A.values.size()),
+         sycl::usm::alloc::device);
+  }
+
+  // Every array as it is now, whole.
+  void refresh() {
     if (m == model::usm) {
       q.wait();
       q.memcpy(rows.data(), d_rows, rows.size() * sizeof(I)).wait();
@@ -148,11 +154,30 @@ struct device_matrix {
       std::copy(c.begin(), c.end(), cols.begin());
       std::copy(v.begin(), v.end(), values.begin());
     }
+  }
+
+  // The bound CSR arrays as they are now. Row pointers a routine left unwritten give a count
+  // outside the arrays: then every entry is returned, and the row pointers fail the comparison.
+  csr_matrix<T, I> read(std::int64_t nrows, std::int64_t ncols, int base) {
+    refresh();
+    csr_matrix<T, I> out;
+    out.nrows = nrows;
+    out.ncols = ncols;
+    out.base = base;
     out.row_ptr = rows;
-    const auto nnz = static_cast<std::size_t>(rows.back() - base);
+    std::int64_t nnz = static_cast<std::int64_t>(rows.back()) - base;
+    if (nnz < 0 || nnz > static_cast<std::int64_t>(cols.size()))
+      nnz = static_cast<std::int64_t>(cols.size());
     out.col_ind.assign(cols.begin(), cols.begin() + nnz);
     out.values.assign(values.begin(), values.begin() + nnz);
     return out;
+  }
+
+  // The bound COO arrays as they are now.
+  coo_matrix<T, I> read_coo(std::int64_t nrows, std::int64_t ncols, int base, std::size_t nnz) {
+    refresh();
+    return {nrows, ncols, base, {rows.begin(), rows.begin() + nnz},
+            {cols.begin(), cols.begin() + nnz}, {values.begin(), values.begin() + nnz}};
   }
 
   ~device_matrix() {
@@ -165,14 +190,50 @@ struct device_matrix {
       vs::release_matrix_handle(&h);
     }
   }
+
+ private:
+  // CSR when nnz is -1, COO with nnz entries otherwise.
+  void bind(std::int64_t nrows, std::int64_t ncols, int base_value, std::int64_t nnz,
+            sycl::usm::alloc kind) {
+    if (rows.empty()) rows.resize(1);
+    if (cols.empty()) cols.resize(1);
+    if (values.empty()) values.resize(1);
+    vs::init_matrix_handle(&h);
+    const auto base = static_cast<vrt::index_base>(base_value);
+    const auto r = static_cast<I>(nrows), c = static_cast<I>(ncols);
+    if (m == model::usm) {
+      d_rows = sycl::malloc<I>(rows.size(), q, kind);
+      d_cols = sycl::malloc<I>(cols.size(), q, kind);
+      d_values = sycl::malloc<T>(values.size(), q, kind);
+      q.memcpy(d_rows, rows.data(), rows.size() * sizeof(I)).wait();
+      q.memcpy(d_cols, cols.data(), cols.size() * sizeof(I)).wait();
+      q.memcpy(d_values, values.data(), values.size() * sizeof(T)).wait();
+      T* v = with_values ? d_values : nullptr;
+      if (nnz < 0)
+        vs::set_csr_data(q, h, r, c, base, d_rows, d_cols, v).wait();
+      else
+        vs::set_coo_data(q, h, r, c, static_cast<I>(nnz), base, d_rows, d_cols, v).wait();
+    } else {
+      b_rows = std::make_unique<sycl::buffer<I, 1>>(rows.data(), sycl::range<1>(rows.size()));
+      b_cols = std::make_unique<sycl::buffer<I, 1>>(cols.data(), sycl::range<1>(cols.size()));
+      b_values = std::make_unique<sycl::buffer<T, 1>>(values.data(), sycl::range<1>(values.size()));
+      if (nnz < 0)
+        vs::set_csr_data(q, h, r, c, base, *b_rows, *b_cols, *b_values);
+      else
+        vs::set_coo_data(q, h, r, c, static_cast<I>(nnz), base, *b_rows, *b_cols, *b_values);
+      if (!with_values) h->primary->values = nullptr;
+    }
+  }
 };
 
-// Rows as multisets of (column, value) entries.
+// Rows as multisets of (column, value) entries. Row pointers outside the arrays (a routine that
+// did not write them) give empty rows; the row pointers' own comparison reports them.
 template <typename T, typename I>
 std::vector<std::multiset<std::tuple<I, double, double>>> row_sets(const csr_matrix<T, I>& A) {
   std::vector<std::multiset<std::tuple<I, double, double>>> sets(static_cast<std::size_t>(A.nrows));
+  const auto inside = [&](I j) { return j >= 0 && j < static_cast<I>(A.col_ind.size()); };
   for (std::int64_t r = 0; r < A.nrows; ++r)
-    for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base; ++j) {
+    for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base && inside(j); ++j) {
       const std::complex<double> v(A.values[j]);
       sets[r].insert({A.col_ind[j] - A.base, v.real(), v.imag()});
     }
@@ -350,12 +411,8 @@ TYPED_TEST(Transpose, OnTheCpuDeviceTheHostEngineTransposes) {
         EXPECT_EQ(got.row_ptr, want.row_ptr);
         EXPECT_EQ(got.col_ind, want.col_ind);
         EXPECT_EQ(got.values, want.values);
-        // Into a second handle bound one-based, arrays of the right sizes holding garbage.
-        auto target = want;
-        for (auto& r : target.row_ptr) r = I(-1);
-        std::fill(target.col_ind.begin(), target.col_ind.end(), I(-1));
-        target.base = 1;
-        device_matrix<T, I> B(q, m, target);
+        // Into a second handle bound one-based, arrays of the right sizes holding sentinels.
+        device_matrix<T, I> B(q, m, vrt_test::sentinel_csr<T, I>(A.ncols, A.nrows, A.nnz(), 1));
         vs::omatcopy(q, op, D.h, B.h).wait();
         const auto copy = B.read(A.ncols, A.nrows, 1);
         for (std::size_t r = 0; r < copy.row_ptr.size(); ++r)
@@ -440,8 +497,12 @@ TEST(TransposeFrame, RefusalsAndReuse) {
       prefix + "invalid argument: At least one matrix is not initialized");
   vs::release_matrix_handle(&fresh);
   // Structure only on both sides goes through the structure kernels.
-  device_matrix<double, std::int32_t> S2(q, model::usm, A, false);
+  device_matrix<double, std::int32_t> S2(
+      q, model::usm, vrt_test::sentinel_csr<double, std::int32_t>(6, 6, A.nnz(), 0), false);
   vs::omatcopy(q, vrt::transpose::nontrans, S.h, S2.h).wait();
+  const auto structure = S2.read(6, 6, 0);
+  EXPECT_EQ(structure.row_ptr, A.row_ptr);
+  EXPECT_EQ(structure.col_ind, A.col_ind);
   vs::omatcopy(q, vrt::transpose::trans, S.h, S.h).wait();
   EXPECT_EQ(S.h->transposed->values, nullptr);
   // A real matrix with conjtrans gets a slot of its own; a second use finds it.
@@ -455,24 +516,108 @@ TYPED_TEST(Transpose, OmatcopyChangesTheBaseAndCopiesStoredTransposes) {
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   const auto A = vrt_test::random_csr<T, I>(30, 30, 5, 12, 1);
-  auto target = A;
-  target.base = 0;
+  auto want = A;
+  for (auto& r : want.row_ptr) --r;
+  for (auto& c : want.col_ind) --c;
+  want.base = 0;
   for (model m : {model::usm, model::buffer}) {
     device_matrix<T, I> D(q, m, A);
-    device_matrix<T, I> B(q, m, target);  // arrays of the right sizes, bound zero-based
+    device_matrix<T, I> B(q, m, vrt_test::sentinel_csr<T, I>(30, 30, A.nnz(), 0));
     vs::omatcopy(q, vrt::transpose::nontrans, D.h, B.h).wait();
-    auto copy = B.read(30, 30, 0);
-    auto want = A;
-    for (auto& r : want.row_ptr) --r;
-    for (auto& c : want.col_ind) --c;
-    want.base = 0;
+    const auto copy = B.read(30, 30, 0);
     EXPECT_EQ(copy.row_ptr, want.row_ptr);
     EXPECT_EQ(copy.col_ind, want.col_ind);
     EXPECT_EQ(copy.values, want.values);
-    // With a stored transpose in A, the transpose into B is a copy of it.
+    // With a stored transpose in A, the transpose into a fresh target is a copy of it.
     vs::omatcopy(q, vrt::transpose::trans, D.h, D.h).wait();
-    vs::omatcopy(q, vrt::transpose::trans, D.h, B.h).wait();
-    EXPECT_EQ(row_sets(B.read(30, 30, 0)), row_sets(reference_transpose(A, false)));
+    device_matrix<T, I> Bt(q, m, vrt_test::sentinel_csr<T, I>(30, 30, A.nnz(), 0));
+    vs::omatcopy(q, vrt::transpose::trans, D.h, Bt.h).wait();
+    const auto transposed = Bt.read(30, 30, 0);
+    const auto reference = reference_transpose(A, false);
+    EXPECT_EQ(transposed.row_ptr, reference.row_ptr);
+    EXPECT_EQ(row_sets(transposed), row_sets(reference));
+  }
+}
+
+// Entries as a multiset of (row, column, value), whatever the format and the order.
+template <typename T, typename I>
+std::multiset<std::tuple<std::int64_t, std::int64_t, double, double>> entry_set(
+    const coo_matrix<T, I>& A) {
+  std::multiset<std::tuple<std::int64_t, std::int64_t, double, double>> set;
+  for (std::size_t k = 0; k < A.values.size(); ++k) {
+    const std::complex<double> v(A.values[k]);
+    set.insert({A.rows[k] - A.base, A.cols[k] - A.base, v.real(), v.imag()});
+  }
+  return set;
+}
+
+// A square matrix equal to its transpose, or for complex values to its conjugate transpose:
+// what a copy that writes nothing would pass for when its target starts as the input.
+template <typename T, typename I>
+csr_matrix<T, I> self_adjoint(std::int64_t n, unsigned seed, bool conjugate, int base) {
+  const auto half = vrt_test::random_csr<T, I>(n, n, 4, seed, 0);
+  std::vector<std::vector<std::pair<I, T>>> rows(static_cast<std::size_t>(n));
+  for (std::int64_t r = 0; r < n; ++r) {
+    rows[r].push_back({static_cast<I>(r), T(static_cast<vrt_test::real_t<T>>(2 + r % 3))});
+    for (I j = half.row_ptr[r]; j < half.row_ptr[r + 1]; ++j) {
+      const I c = half.col_ind[j];
+      if (c >= r) continue;
+      rows[r].push_back({c, half.values[j]});
+      rows[c].push_back({static_cast<I>(r), vrt_test::conj_if(half.values[j], conjugate)});
+    }
+  }
+  csr_matrix<T, I> A;
+  A.nrows = A.ncols = n;
+  A.base = base;
+  A.row_ptr.push_back(static_cast<I>(base));
+  for (const auto& row : rows) {
+    for (const auto& [c, v] : row) {
+      A.col_ind.push_back(static_cast<I>(c + base));
+      A.values.push_back(v);
+    }
+    A.row_ptr.push_back(static_cast<I>(A.col_ind.size() + base));
+  }
+  return A;
+}
+
+// omatcopy into targets of sentinels, on an emulated GPU and on the CPU device, in both formats
+// and memory models, for every operation: the target ends as op(A), entry by entry.
+TYPED_TEST(Transpose, CopiesOfSymmetricAndHermitianMatricesAreWrittenInFull) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto symmetric = self_adjoint<T, I>(40, 21, false, 1);
+  const auto hermitian = self_adjoint<T, I>(40, 22, true, 0);
+  for (const char* device : {"emu-a2", "cpu"}) {
+    sycl::queue q{std::string(device) == "cpu" ? sycl::device{sycl::cpu_selector_v}
+                                               : hostsycl::emulated_gpu(device)};
+    for (const auto* A : {&symmetric, &hermitian})
+      for (model m : {model::usm, model::buffer})
+        for (vrt::transpose op :
+             {vrt::transpose::nontrans, vrt::transpose::trans, vrt::transpose::conjtrans}) {
+          SCOPED_TRACE(std::string(device) + (m == model::usm ? " usm" : " buffer") + " op " +
+                       std::to_string(static_cast<int>(op)) +
+                       (A == &symmetric ? " symmetric" : " hermitian"));
+          const int out_base = 1 - A->base;
+          const csr_matrix<T, I> want =
+              op == vrt::transpose::nontrans
+                  ? *A
+                  : reference_transpose(*A, op == vrt::transpose::conjtrans);
+          const auto n = static_cast<std::size_t>(A->nnz());
+          // CSR: row pointers exactly, each row's entries as a multiset.
+          device_matrix<T, I> D(q, m, *A);
+          device_matrix<T, I> B(q, m, vrt_test::sentinel_csr<T, I>(40, 40, A->nnz(), out_base));
+          vs::omatcopy(q, op, D.h, B.h).wait();
+          const auto got = B.read(40, 40, out_base);
+          auto want_rows = want.row_ptr;
+          for (auto& r : want_rows) r = static_cast<I>(r - want.base + out_base);
+          EXPECT_EQ(got.row_ptr, want_rows);
+          EXPECT_EQ(row_sets(got), row_sets(want));
+          // COO: the same entries.
+          device_matrix<T, I> Dc(q, m, to_coo(*A));
+          device_matrix<T, I> Bc(q, m, sentinel_coo<T, I>(40, 40, n, out_base));
+          vs::omatcopy(q, op, Dc.h, Bc.h).wait();
+          EXPECT_EQ(entry_set(Bc.read_coo(40, 40, out_base, n)), entry_set(to_coo(want)));
+        }
   }
 }
 

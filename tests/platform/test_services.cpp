@@ -1,10 +1,13 @@
 // The service layer: allocation, messages, exit, environment, lock and bounded strings.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include "platform/services.hpp"
 #include "platform/testing_hooks.hpp"
@@ -70,11 +73,53 @@ TEST(ServiceGetenv, CopiesWithinTheBufferAndReportsTheFullLength) {
   EXPECT_EQ(vrt_serv_getenv(nullptr, 10, "PATH"), -1);
 }
 
-TEST(ServiceLock, IsAProcessWideMutex) {
+// While one thread holds the lock, another that asks for it must wait until it is let go.
+TEST(ServiceLock, KeepsASecondThreadOutWhileHeld) {
+  std::atomic<bool> asking{false}, entered{false};
   vrt_serv_lock();
+  std::thread other([&] {
+    asking = true;
+    vrt_serv_lock();
+    entered = true;
+    vrt_serv_unlock();
+  });
+  while (!asking) std::this_thread::yield();
+  // A lock that does nothing lets the other thread through well within this time.
+  for (int k = 0; k < 100 && !entered; ++k) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  EXPECT_FALSE(entered) << "the other thread entered while the lock was held";
   vrt_serv_unlock();
-  vrt_serv_lock();
-  vrt_serv_unlock();
+  other.join();
+  EXPECT_TRUE(entered);
+}
+
+volatile int g_pause_sink = 0;
+
+// Two threads add to a plain counter under the lock, pausing between reading and writing it and
+// now and then giving up the processor there, so that the other thread runs inside the window
+// whether the two share one core or run on two: only mutual exclusion keeps every increment.
+TEST(ServiceLock, IncrementsOfTwoThreadsUnderItAreNeverLost) {
+  constexpr long rounds = 200000;
+  long counter = 0;
+  std::atomic<int> inside{0}, overlaps{0}, ready{0};
+  auto work = [&] {
+    ready.fetch_add(1);
+    while (ready.load() < 2) std::this_thread::yield();
+    for (long k = 0; k < rounds; ++k) {
+      vrt_serv_lock();
+      if (inside.fetch_add(1) != 0) overlaps.fetch_add(1);
+      const long seen = *static_cast<volatile long*>(&counter);
+      for (int pause = 0; pause < 20; ++pause) g_pause_sink = pause;
+      if (k % 64 == 0) std::this_thread::yield();
+      *static_cast<volatile long*>(&counter) = seen + 1;
+      inside.fetch_sub(1);
+      vrt_serv_unlock();
+    }
+  };
+  std::thread first(work), second(work);
+  first.join();
+  second.join();
+  EXPECT_EQ(counter, 2 * rounds);
+  EXPECT_EQ(overlaps.load(), 0);
 }
 
 TEST(ServiceStrings, BoundedCopyAndConcatenation) {

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 #include <hostsycl/hostsycl.hpp>
 
+#include <array>
+#include <cstdlib>
 #include <vector>
 
 #include "common/portability.hpp"
@@ -69,6 +71,61 @@ TEST(SubGroupBlocks, MaskedTailsNeverTouchMemoryPastCount) {
   for (std::size_t i = 0; i < count; ++i) ASSERT_EQ(back[i], host[i] * 2.0);
   sycl::free(src, q);
   sycl::free(dst, q);
+}
+
+// Strict mode: a block that reaches past its USM allocation stops the program, as a device
+// cannot report it; a masked block is checked up to its count only.
+template <bool Store, bool Masked>
+struct strict_block_kernel;
+
+template <bool Store, bool Masked>
+void run_block(std::size_t allocated, std::size_t count) {
+  hostsycl::set_strict_mode(true);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  double* data = sycl::malloc_device<double>(allocated, q);
+  q.parallel_for<portable::sub_group_kernel<strict_block_kernel<Store, Masked>, 16>>(
+       sycl::nd_range<1>(16, 16), [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(16)]] {
+         const auto sg = it.get_sub_group();
+         if constexpr (Store && Masked)
+           portable::sub_group_store<4>(sg, data, std::array<double, 4>{}, count);
+         else if constexpr (Store)
+           portable::sub_group_store<4>(sg, data, std::array<double, 4>{});
+         else if constexpr (Masked)
+           (void)portable::sub_group_load<4>(sg, static_cast<const double*>(data), count, 0.0);
+         else
+           (void)portable::sub_group_load<4>(sg, static_cast<const double*>(data));
+       })
+      .wait();
+  sycl::free(data, q);
+  hostsycl::set_strict_mode(false);
+}
+
+TEST(SubGroupBlocksDeathTest, ABlockPastItsAllocationStopsInStrictMode) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  // 16 work-items times 4 elements: 64 elements, one more than allocated.
+  EXPECT_DEATH((run_block<false, false>(63, 0)), "USM range outside its allocation");
+  EXPECT_DEATH((run_block<true, false>(63, 0)), "USM range outside its allocation");
+  EXPECT_DEATH((run_block<false, true>(40, 41)), "USM range outside its allocation");
+  EXPECT_DEATH((run_block<true, true>(40, 41)), "USM range outside its allocation");
+}
+
+// Blocks that stay inside: the child ends normally. A masked block reaches its count only,
+// though four elements per work-item would reach 64.
+void run_blocks_inside() {
+  run_block<false, true>(37, 37);
+  run_block<true, true>(37, 37);
+  run_block<false, false>(64, 0);
+  run_block<true, false>(64, 0);
+}
+
+TEST(SubGroupBlocksDeathTest, BlocksWithinTheirAllocationPassStrictMode) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        run_blocks_inside();
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
 }
 
 struct wide_only_kernel;

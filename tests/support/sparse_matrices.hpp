@@ -77,6 +77,35 @@ csr_matrix<T, I> random_csr(std::int64_t nrows, std::int64_t ncols, int max_row,
   return m;
 }
 
+// What an output holds before a routine writes it: NaN values and -1 indices, which no routine
+// computes and which fail every comparison, so an entry the routine leaves alone shows up.
+template <typename T>
+T nan_value() {
+  constexpr real_t<T> nan = std::numeric_limits<real_t<T>>::quiet_NaN();
+  if constexpr (is_complex<T>)
+    return T(nan, nan);
+  else
+    return nan;
+}
+
+template <typename T>
+std::vector<T> nan_vector(std::size_t n) {
+  return std::vector<T>(n, nan_value<T>());
+}
+
+// Arrays of a CSR matrix of this shape and count, every one of them holding sentinels.
+template <typename T, typename I>
+csr_matrix<T, I> sentinel_csr(std::int64_t nrows, std::int64_t ncols, std::int64_t nnz, int base) {
+  csr_matrix<T, I> m;
+  m.nrows = nrows;
+  m.ncols = ncols;
+  m.base = base;
+  m.row_ptr.assign(static_cast<std::size_t>(nrows + 1), I(-1));
+  m.col_ind.assign(static_cast<std::size_t>(nnz), I(-1));
+  m.values = nan_vector<T>(static_cast<std::size_t>(nnz));
+  return m;
+}
+
 template <typename T>
 T conj_if(T v, bool conj) {
   if constexpr (is_complex<T>)

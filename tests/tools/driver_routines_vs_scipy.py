@@ -13,6 +13,7 @@ usage: driver_routines_vs_scipy.py DRIVER MATRIX
 """
 import io
 import itertools
+import math
 import os
 import re
 import subprocess
@@ -285,13 +286,19 @@ def plan(A, matrix, selection_file):
              ("gemm", {"--layout": "col", "--columns": "3", "--op": "n"})]
     products = [("n", "n"), ("t", "n"), ("n", "c")] if square else [("t", "n"), ("n", "t")]
     if A.nnz > LARGE_MATRIX:
+        print(f"skipped {len(runs) - len(runs[::2])} of {len(runs)} vector and dense variants: "
+              f"{A.nnz} entries")
         runs = runs[::2]
     P = pattern(A)
     first = P @ P if square else P.T @ P
     if first.nnz > LARGE_PRODUCT:
+        print(f"skipped {len(products)} products with A itself ({first.nnz} entries): "
+              "A times a selection matrix instead")
         runs.append(("matmat", {"--op": "n", "--op-b": "t", "--format": "csr",
                                 "--matrix-b": selection_file}))
         return runs
+    if first.nnz > MANY_PRODUCTS:
+        print(f"skipped {len(products) - 1} of {len(products)} products ({first.nnz} entries)")
     for k, (op_a, op_b) in enumerate(products[:1] if first.nnz > MANY_PRODUCTS else products):
         opts = {"--op": op_a, "--op-b": op_b, "--format": "csr"}
         if k == 1:
@@ -346,23 +353,37 @@ def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
     return 0
 
 
+# Index width, base, memory model and format.
+SETUPS = [(32, 0, "usm", "csr"), (64, 1, "buffer", "csr"), (32, 1, "buffer", "coo"),
+          (64, 0, "usm", "coo"), (64, 1, "usm", "csr"), (32, 0, "buffer", "csr")]
+
+
+def assignments(count, values):
+    """(value, set-up) of run k: both rotate with every run, and after each full turn of the
+    two rotations together the set-ups shift by one, so that any len(values) * len(SETUPS)
+    consecutive runs meet every pair."""
+    turn = math.lcm(len(values), len(SETUPS))
+    return [(values[k % len(values)], SETUPS[(k + k // turn) % len(SETUPS)]) for k in range(count)]
+
+
 def main():
     driver, matrix = sys.argv[1], sys.argv[2]
     A = scipy.sparse.csr_matrix(scipy.io.mmread(matrix))
     is_complex = np.iscomplexobj(A.data)
-    values = itertools.cycle(["c", "z"] if is_complex else ["s", "d", "c", "z"])
-    # Index width, base, memory model and format rotate through the runs.
-    setups = itertools.cycle([(32, 0, "usm", "csr"), (64, 1, "buffer", "csr"),
-                              (32, 1, "buffer", "coo"), (64, 0, "usm", "coo"),
-                              (64, 1, "usm", "csr"), (32, 0, "buffer", "csr")])
+    values = ["c", "z"] if is_complex else ["s", "d", "c", "z"]
     Adom = dominant(A)
     failures = 0
     with tempfile.TemporaryDirectory() as scratch:
         selection_file = os.path.join(scratch, "selection.mtx")
         scipy.io.mmwrite(selection_file, selection(A.shape[1]))
-        for routine, opts in plan(A, matrix, selection_file):
-            failures += run_variant(driver, matrix, A, Adom, routine, opts, next(values),
-                                    next(setups))
+        runs = plan(A, matrix, selection_file)
+        # Short plans (rectangular or large matrices) are filled up with gemvdot, the cheapest
+        # routine, so that every set-up runs with every value type.
+        ops = itertools.cycle(["n", "t", "c"])
+        while len(runs) < len(values) * len(SETUPS):
+            runs.append(("gemvdot", {"--op": next(ops)}))
+        for (routine, opts), (value, setup) in zip(runs, assignments(len(runs), values)):
+            failures += run_variant(driver, matrix, A, Adom, routine, opts, value, setup)
     return 1 if failures else 0
 
 

@@ -1,4 +1,5 @@
 // Routines whose result is a sparse matrix: sort_matrix, omatcopy and the staged matmat.
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -10,9 +11,46 @@ namespace vrt_driver {
 
 namespace {
 
+// What an output array holds before the routine writes it: -1 indices and NaN values, which no
+// routine computes, so an entry left alone shows up in the result instead of passing for one.
+template <typename E>
+std::vector<E> sentinels(std::size_t n) {
+  if constexpr (std::is_integral_v<E>) {
+    return std::vector<E>(n, E(-1));
+  } else {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    return std::vector<E>(n, from_complex<E>({nan, nan}));
+  }
+}
+
+// Row pointers and indices a routine left unwritten or out of range cannot be written as a
+// matrix: they stop the driver with a message.
+template <typename T, typename I>
+void check_structure(const host_matrix<T, I>& r, std::int64_t nnz) {
+  auto fail = [](const std::string& what) {
+    throw std::runtime_error("the result is not a matrix: " + what);
+  };
+  auto in_range = [&](I v, std::int64_t extent) { return v >= r.base && v - r.base < extent; };
+  if (r.csr) {
+    if (r.rows[0] != r.base || r.rows[static_cast<std::size_t>(r.nrows)] - r.base != nnz)
+      fail("row pointers do not span the entries");
+    for (std::int64_t i = 0; i < r.nrows; ++i)
+      if (r.rows[static_cast<std::size_t>(i + 1)] < r.rows[static_cast<std::size_t>(i)])
+        fail("row pointer " + std::to_string(i + 1) + " decreases");
+  } else {
+    for (std::int64_t k = 0; k < nnz; ++k)
+      if (!in_range(r.rows[static_cast<std::size_t>(k)], r.nrows))
+        fail("row index " + std::to_string(k) + " out of range");
+  }
+  for (std::int64_t k = 0; k < nnz; ++k)
+    if (!in_range(r.cols[static_cast<std::size_t>(k)], r.ncols))
+      fail("column index " + std::to_string(k) + " out of range");
+}
+
 // The first nnz entries of a matrix's arrays as a coordinate matrix, in array order.
 template <typename T, typename I>
 mm::coordinate_matrix to_coordinate(const host_matrix<T, I>& r, std::int64_t nnz) {
+  check_structure(r, nnz);
   mm::coordinate_matrix m;
   m.rows = r.nrows;
   m.cols = r.ncols;
@@ -42,7 +80,7 @@ result sparse_result(const host_matrix<T, I>& r, std::int64_t nnz) {
 }
 
 // sort_matrix sorts A's arrays in place; omatcopy writes op(A) into a second handle bound to
-// arrays of the right sizes, with A's format and index base.
+// arrays of the right sizes holding sentinels, with A's format and index base.
 template <typename T, typename I>
 result run_format_routine(sycl::queue& q, const options& o, const host_matrix<T, I>& A) {
   const bool usm = o.memory == "usm";
@@ -55,7 +93,9 @@ result run_format_routine(sycl::queue& q, const options& o, const host_matrix<T,
   const bool transposed = op != vrt::transpose::nontrans;
   host_matrix<T, I> shape = A;
   if (transposed) std::swap(shape.nrows, shape.ncols);
-  if (A.csr) shape.rows.assign(static_cast<std::size_t>(shape.nrows + 1), 0);
+  shape.rows = sentinels<I>(A.csr ? static_cast<std::size_t>(shape.nrows + 1) : A.rows.size());
+  shape.cols = sentinels<I>(A.cols.size());
+  shape.values = sentinels<T>(A.values.size());
   bound_matrix<T, I> B(q, usm, shape);
   vs::omatcopy(q, op, M.handle, B.handle, {M.ready, B.ready}).wait();
   return sparse_result(B.read(), A.nnz);
@@ -149,11 +189,12 @@ result run_matmat(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
   if (Mb) Mb->ready.wait();
 
   // C starts with its row pointers; the other arrays are placeholders until the count is known.
+  // Every array holds sentinels until the product writes it.
   host_matrix<T, I> C;
   C.nrows = rows;
   C.ncols = cols;
   C.base = o.base;
-  device_array<I> c_rows(q, usm, std::vector<I>(static_cast<std::size_t>(rows + 1), 0));
+  device_array<I> c_rows(q, usm, sentinels<I>(static_cast<std::size_t>(rows + 1)));
   std::unique_ptr<device_array<I>> c_cols =
       std::make_unique<device_array<I>>(q, usm, std::vector<I>{});
   std::unique_ptr<device_array<T>> c_values =
@@ -185,9 +226,8 @@ result run_matmat(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
   const std::int64_t nnz = work.size();
   old_cols.push_back(std::move(c_cols));
   old_values.push_back(std::move(c_values));
-  c_cols = std::make_unique<device_array<I>>(q, usm, std::vector<I>(static_cast<std::size_t>(nnz)));
-  c_values =
-      std::make_unique<device_array<T>>(q, usm, std::vector<T>(static_cast<std::size_t>(nnz)));
+  c_cols = std::make_unique<device_array<I>>(q, usm, sentinels<I>(static_cast<std::size_t>(nnz)));
+  c_values = std::make_unique<device_array<T>>(q, usm, sentinels<T>(static_cast<std::size_t>(nnz)));
   bind_c(nnz);
   request(R::finalize_structure);
   request(R::get_compute_buf_size);
