@@ -171,8 +171,6 @@ void check_together(const options& o, const std::string& alpha_text, const std::
 
 }  // namespace
 
-bool has_optimize(const std::string& routine) { return contains(optimized, routine); }
-
 options parse(int argc, char** argv) {
   options o;
   std::string alpha_text, beta_text;

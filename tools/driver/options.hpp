@@ -32,7 +32,4 @@ extern const char* const usage;
 // Every option checked; throws usage_error for the first bad one.
 options parse(int argc, char** argv);
 
-// Routines that have an optimize_* routine of their own.
-bool has_optimize(const std::string& routine);
-
 }  // namespace vrt_driver
