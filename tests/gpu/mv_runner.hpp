@@ -88,15 +88,25 @@ outputs<T> run(sycl::queue& q, const vrt_test::csr_matrix<T, I>& A, storage s, m
         s == storage::csr
             ? vs::set_csr_data(q, h, nrows, ncols, base, d_first, d_col, d_val)
             : vs::set_coo_data(q, h, nrows, ncols, nnz, base, d_first, d_col, d_val);
-    sycl::event done = call(h, d_x, d_y, d_d, std::vector<sycl::event>{bound});
-    done.wait();
+    auto release = [&](const sycl::event& after) {
+      vs::release_matrix_handle(q, &h, {after}).wait();
+      for (void* p : {static_cast<void*>(d_first), static_cast<void*>(d_col),
+                      static_cast<void*>(d_val), static_cast<void*>(d_x), static_cast<void*>(d_y),
+                      static_cast<void*>(d_d)})
+        sycl::free(p, q);
+    };
+    sycl::event done;
+    try {
+      done = call(h, d_x, d_y, d_d, std::vector<sycl::event>{bound});
+      done.wait();
+    } catch (...) {
+      // A refusal still leaves nothing behind.
+      release(bound);
+      throw;
+    }
     q.memcpy(y.data(), d_y, y.size() * sizeof(T)).wait();
     q.memcpy(d.data(), d_d, sizeof(T)).wait();
-    vs::release_matrix_handle(q, &h, {done}).wait();
-    for (void* p : {static_cast<void*>(d_first), static_cast<void*>(d_col),
-                    static_cast<void*>(d_val), static_cast<void*>(d_x), static_cast<void*>(d_y),
-                    static_cast<void*>(d_d)})
-      sycl::free(p, q);
+    release(done);
   } else {
     {
       sycl::buffer<I, 1> b_first(first.data(), sycl::range<1>(first.size()));
@@ -109,7 +119,12 @@ outputs<T> run(sycl::queue& q, const vrt_test::csr_matrix<T, I>& A, storage s, m
         vs::set_csr_data(q, h, nrows, ncols, base, b_first, b_col, b_val);
       else
         vs::set_coo_data(q, h, nrows, ncols, nnz, base, b_first, b_col, b_val);
-      call(h, b_x, b_y, b_d);
+      try {
+        call(h, b_x, b_y, b_d);
+      } catch (...) {
+        vs::release_matrix_handle(&h);
+        throw;
+      }
       vs::release_matrix_handle(&h);
     }
   }

@@ -97,6 +97,68 @@ TYPED_TEST(MvFamilies, TransposedCsrByColumnScatter) {
     }
 }
 
+// The first transposed product fixes the structure's plan from the architecture code.
+template <typename T>
+void expect_csc_plan(const char* profile, int kind, int group, int vector) {
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  const auto A = vrt_test::random_csr<T, std::int32_t>(12, 12, 3, 26);
+  const std::vector<T> x(12, T(1)), y(12, T(0));
+  vs::gemvInternalData plan{};
+  vrt_mv_test::run(q, A, storage::csr, model::device, x, y, T(0),
+                   [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+                     return event_of<decltype(xv)>([&] {
+                       auto done = vs::gemv(q, vrt::transpose::trans, T(1), h, xv, T(0), yv, deps...);
+                       plan = *h->primary->gemv_data;
+                       return done;
+                     });
+                   });
+  EXPECT_TRUE(plan.cached);
+  EXPECT_EQ(plan.kernel_kind, kind) << profile;
+  EXPECT_EQ(plan.group_param, group) << profile;
+  EXPECT_EQ(plan.vector_param, vector) << profile;
+}
+
+TEST(MvFamiliesCsc, FirstUsePlanByArchitectureCode) {
+  expect_csc_plan<float>("emu-a1", 1, 256, 8);
+  expect_csc_plan<double>("emu-a1", 1, 256, 4);
+  expect_csc_plan<std::complex<float>>("emu-a1", 1, 256, 8);
+  expect_csc_plan<std::complex<double>>("emu-a1", 1, 256, 4);
+  expect_csc_plan<double>("emu-a3", 3, 8, 16);
+  expect_csc_plan<std::complex<float>>("emu-a4", 3, 8, 16);
+  expect_csc_plan<float>("emu-a5", 1, 4, 4);
+  expect_csc_plan<std::complex<double>>("emu-a5", 1, 4, 16);
+  expect_csc_plan<double>("emu-a6", 3, 8, 32);
+  expect_csc_plan<float>("emu-a0", 1, 256, 16);
+  expect_csc_plan<std::complex<double>>("emu-a2", 1, 256, 16);
+}
+
+// A real plan of another kind becomes the default scatter's for good: a merge-path plan that
+// once runs a transposed product is lost, and the next row-wise product has no kernel.
+TEST(MvFamiliesCsc, OtherKindsBecomeTheDefaultForGood) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  const auto A = vrt_test::random_csr<double, std::int32_t>(20, 20, 4, 27);
+  const std::vector<double> x(20, 1.0), y(20, 0.0);
+  const auto want = vrt_test::reference_gemv(A, vrt::transpose::trans, 1.0, x, 0.0, y);
+  std::int32_t kind_after = 0;
+  const auto got = vrt_mv_test::run(
+      q, A, storage::csr, model::device, x, y, 0.0,
+      [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+        return event_of<decltype(xv)>([&] {
+          vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...).wait();
+          h->primary->gemv_data->kernel_kind = vs::gemv_kind_merge;
+          auto done = vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...);
+          done.wait();
+          kind_after = h->primary->gemv_data->kernel_kind;
+          vrt_test::expect_message<vrt::computation_error>(
+              [&] { vs::gemv(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv, deps...); },
+              "orvane::vrt::sparse::gemv: computation error: internal error");
+          return done;
+        });
+      });
+  EXPECT_EQ(kind_after, vs::gemv_kind_default);
+  for (std::size_t i = 0; i < want.size(); ++i) EXPECT_NEAR(got.y[i], want[i], 1e-12);
+}
+
 TYPED_TEST(MvFamilies, CooEveryOp) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
@@ -222,6 +284,16 @@ TYPED_TEST(MvFamilies, SymvFromEitherTriangle) {
   }
 }
 
+template <typename T>
+csr_matrix<T, std::int32_t> two_by_two(T diagonal, T off) {
+  csr_matrix<T, std::int32_t> A;
+  A.nrows = A.ncols = 2;
+  A.row_ptr = {0, 2, 3};
+  A.col_ind = {0, 1, 1};
+  A.values = {diagonal, off, diagonal};
+  return A;
+}
+
 // ---- gemvdot --------------------------------------------------------------------------------
 
 template <typename T, typename I>
@@ -289,17 +361,40 @@ TYPED_TEST(MvFamilies, GemvdotThirtyTwoAndThirtyThreeGroups) {
   }
 }
 
+// The partials are released behind the last kernel: once the returned event completes, no
+// device memory of the call is left, whichever pass ran last.
+TEST(MvFamiliesGemvdot, PartialsAreReleased) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  for (std::int64_t rows : {5, 32767, 33791}) {
+    const auto A = vrt_test::random_csr<double, std::int32_t>(rows, rows, 2, 54);
+    const std::vector<double> x(static_cast<std::size_t>(rows), 1.0), y(x.size(), 0.0);
+    const std::uint64_t before = hostsycl::live_allocation_bytes(q.get_device());
+    for (int k = 0; k < 3; ++k) run_gemvdot(q, A, model::device, 1.0, x, 0.5, y);
+    EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before) << rows << " rows";
+  }
+}
+
+TEST(MvFamiliesGemvdot, PartialsThatCannotBeAllocated) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  const auto A = two_by_two(1.0, 1.0);
+  const std::string device = q.get_device().get_info<sycl::info::device::name>();
+  vrt_test::expect_message<vrt::device_bad_alloc>(
+      [&] {
+        vrt_mv_test::run(q, A, storage::csr, model::device, std::vector<double>{1, 1},
+                         std::vector<double>{0, 0}, 0.0,
+                         [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
+                           // The device request and its fallback to host memory both fail.
+                           hostsycl::fail_next_allocations(2);
+                           return vs::gemvdot(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv,
+                                              dv, deps...);
+                         });
+      },
+      "orvane::vrt::sparse::gemvdot: cannot allocate memory on " + device);
+  hostsycl::fail_next_allocations(0);
+}
+
 // ---- edge cases -----------------------------------------------------------------------------
 
-template <typename T>
-csr_matrix<T, std::int32_t> two_by_two(T diagonal, T off) {
-  csr_matrix<T, std::int32_t> A;
-  A.nrows = A.ncols = 2;
-  A.row_ptr = {0, 2, 3};
-  A.col_ind = {0, 1, 1};
-  A.values = {diagonal, off, diagonal};
-  return A;
-}
 
 TEST(MvFamiliesEdges, ZeroBetaWithNaNInY) {
   const double nan = std::numeric_limits<double>::quiet_NaN();

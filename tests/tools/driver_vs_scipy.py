@@ -51,6 +51,12 @@ def main():
     # On the CPU every operation and COO run as well.
     configs += [(value, 64, 1, "usm", "cpu", "t", "coo") for value in values[-1:]]
     configs += [(values[0], 32, 0, "buffer", "cpu", "c", "csr")]
+    # On emulated GPUs: transposed products by column scatter (the vector family on code 0, the
+    # sub-group family on code 3) and COO products with every operation.
+    configs += [(values[-1], 32, 0, "usm", "emu-a0", "t", "csr"),
+                (values[0], 64, 1, "buffer", "emu-a3", "c", "csr"),
+                (values[0], 32, 1, "usm", "emu-a6", "n", "coo"),
+                (values[-1], 64, 0, "buffer", "emu-a2", "c", "coo")]
     configs = [c if len(c) == 7 else c + ("n", "csr") for c in configs]
     failures = 0
     for value, index, base, memory, device, op, fmt in configs:
