@@ -106,11 +106,12 @@ void expect_csc_plan(const char* profile, int kind, int group, int vector) {
   vs::gemvInternalData plan{};
   vrt_mv_test::run(q, A, storage::csr, model::device, x, y, T(0),
                    [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
-                     return event_of<decltype(xv)>([&] {
+                     // USM only: the plan is read once the product is submitted.
+                     if constexpr (sizeof...(deps) > 0) {
                        auto done = vs::gemv(q, vrt::transpose::trans, T(1), h, xv, T(0), yv, deps...);
                        plan = *h->primary->gemv_data;
                        return done;
-                     });
+                     }
                    });
   EXPECT_TRUE(plan.cached);
   EXPECT_EQ(plan.kernel_kind, kind) << profile;
@@ -143,7 +144,7 @@ TEST(MvFamiliesCsc, OtherKindsBecomeTheDefaultForGood) {
   const auto got = vrt_mv_test::run(
       q, A, storage::csr, model::device, x, y, 0.0,
       [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
-        return event_of<decltype(xv)>([&] {
+        if constexpr (sizeof...(deps) > 0) {
           vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...).wait();
           h->primary->gemv_data->kernel_kind = vs::gemv_kind_merge;
           auto done = vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...);
@@ -153,7 +154,7 @@ TEST(MvFamiliesCsc, OtherKindsBecomeTheDefaultForGood) {
               [&] { vs::gemv(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv, deps...); },
               "orvane::vrt::sparse::gemv: computation error: internal error");
           return done;
-        });
+        }
       });
   EXPECT_EQ(kind_after, vs::gemv_kind_default);
   for (std::size_t i = 0; i < want.size(); ++i) EXPECT_NEAR(got.y[i], want[i], 1e-12);
