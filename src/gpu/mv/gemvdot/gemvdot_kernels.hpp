@@ -3,6 +3,7 @@
 // reduced by further passes and a final sum.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
