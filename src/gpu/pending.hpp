@@ -11,18 +11,6 @@
 namespace orvane::vrt::sparse::gpu {
 
 template <typename T, typename I, containerType C>
-sycl::event gemvdot_impl(sycl::queue&, transpose, T, matrix_handle*, container_t<C, T>, T,
-                         container_t<C, T>, container_t<C, T>, const event_list&) {
-  throw unimplemented("sparse", "gemvdot");
-}
-
-template <typename T, typename I, containerType C>
-sycl::event symv_impl(sycl::queue&, uplo, T, matrix_handle*, container_t<C, T>, T,
-                      container_t<C, T>, const event_list&) {
-  throw unimplemented("sparse", "symv");
-}
-
-template <typename T, typename I, containerType C>
 sycl::event trmv_impl(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, container_t<C, T>,
                       T, container_t<C, T>, const event_list&) {
   throw unimplemented("sparse", "trmv");
@@ -83,23 +71,6 @@ sycl::event matmat_impl(sycl::queue&, matrix_handle*, matrix_handle*, matrix_han
                         container_t<C, std::uint8_t>, const event_list&) {
   throw unimplemented("sparse", "matmat");
 }
-
-// The column-oriented product of a transposed operation on the primary structure.
-namespace csc {
-template <typename T, typename I, containerType C>
-sycl::event gemv_impl(sycl::queue&, bool, T, sparseStructure*, container_t<C, T>, T,
-                      container_t<C, T>, const event_list&) {
-  throw unimplemented("sparse", "gemv");
-}
-}  // namespace csc
-
-namespace coo {
-template <typename T, typename I, containerType C>
-sycl::event gemv_impl(sycl::queue&, transpose, T, sparseStructure*, container_t<C, T>, T,
-                      container_t<C, T>, const event_list&) {
-  throw unimplemented("sparse", "gemv");
-}
-}  // namespace coo
 
 // CSR kernel families that plans of architecture codes 3, 4 and 6 and optimize_gemv name.
 namespace csr {

@@ -6,12 +6,6 @@
 
 #define VRT_INSTANTIATE_GPU_PENDING(T, I, C)                                                     \
   namespace orvane::vrt::sparse::gpu {                                                           \
-  template sycl::event gemvdot_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,         \
-                                             container_t<C, T>, T, container_t<C, T>,            \
-                                             container_t<C, T>, const event_list&);              \
-  template sycl::event symv_impl<T, I, C>(sycl::queue&, uplo, T, matrix_handle*,                 \
-                                          container_t<C, T>, T, container_t<C, T>,               \
-                                          const event_list&);                                    \
   template sycl::event trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                \
                                           matrix_handle*, container_t<C, T>, T,                  \
                                           container_t<C, T>, const event_list&);                 \

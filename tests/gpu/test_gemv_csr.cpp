@@ -349,12 +349,14 @@ TEST(GemvCsrRouting, TransposedProductsChooseTheirPath) {
   Z* host_y = sycl::malloc_host<Z>(2, q);
   Z* x = sycl::malloc_shared<Z>(2, q);
   x[0] = Z(1, 0), x[1] = Z(0, 1);
-  try {
-    vs::gemv(q, vrt::transpose::trans, Z(1), h, x, Z(0), device_y).wait();
-    ADD_FAILURE() << "the column-oriented path has not landed";
-  } catch (const vrt::unimplemented& e) {
-    EXPECT_STREQ(e.what(), "orvane::vrt::sparse::gemv: unimplemented functionality");
-  }
+  // Device y: the column-oriented path on the primary, no explicit transpose.
+  vs::gemv(q, vrt::transpose::trans, Z(1), h, x, Z(0), device_y).wait();
+  Z scattered[2];
+  q.memcpy(scattered, device_y, sizeof(scattered)).wait();
+  // A^T x = [[0, 3], [1+2i, 4i]] x
+  EXPECT_EQ(scattered[0], Z(0, 3));
+  EXPECT_EQ(scattered[1], Z(-3, 2));
+  EXPECT_EQ(h->transposed, nullptr);
   EXPECT_EQ(h->conj_transposed, nullptr);
   vs::gemv(q, vrt::transpose::conjtrans, Z(1), h, x, Z(0), host_y).wait();
   // A^H x = [[0, 3], [1-2i, -4i]] x

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
-on the CPU device in several variants (value types, index widths, bases, memory models,
+on the CPU device (and gemvdot and symv on emulated GPUs too) in several variants (value types, index widths, bases, memory models,
 formats, operations, triangles, diagonals, layouts, column counts, with and without optimize)
 and compares each result with SciPy/NumPy on the same matrix and the same deterministic inputs.
 
@@ -264,6 +264,10 @@ def plan(A, matrix, selection_file):
     runs[1][1]["--optimize"] = None
     if square:
         runs += [("symv", {"--uplo": "lower"}), ("symv", {"--uplo": "upper", "beta": 0})]
+        # The device forms on emulated GPUs: CSR only, and gemvdot without an operation.
+        runs += [("gemvdot", {"--op": "n", "--device": "emu-a2"}),
+                 ("symv", {"--uplo": "upper", "--device": "emu-a6"}),
+                 ("symv", {"--uplo": "lower", "beta": 0, "--device": "emu-a3"})]
         runs += [("trmv", {"--uplo": "lower", "--op": "n", "--diag": "nonunit"}),
                  ("trmv", {"--uplo": "upper", "--op": "t", "--diag": "unit", "--optimize": None}),
                  ("trmv", {"--uplo": "upper", "--op": "c", "--diag": "nonunit"})]
@@ -312,6 +316,9 @@ def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
     index, base, memory, fmt = setup
     real = value in "sd"
     fmt = opts.pop("--format", fmt)
+    device = opts.pop("--device", "cpu")
+    if device != "cpu":
+        fmt = "csr"
     # The CPU device reads COO dense operands in only two base and layout pairs, and plans
     # solves of CSR matrices only.
     if routine in ("trsm", "gemm") and (base, opts["--layout"]) not in ((0, "row"), (1, "col")):
@@ -322,7 +329,7 @@ def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
     beta = complex(-0.5, 0 if real else 0.25) if opts.pop("beta", None) is None else 0j
     solve = routine in ("trsv", "trsm")
     opts = dict(opts, alpha=alpha, beta=beta, matrix=matrix)
-    args = ["--matrix", matrix, "--routine", routine, "--device", "cpu", "--value", value,
+    args = ["--matrix", matrix, "--routine", routine, "--device", device, "--value", value,
             "--index", str(index), "--base", str(base), "--memory", memory, "--format", fmt]
     for key, val in opts.items():
         if key in ("alpha", "beta", "matrix"):

@@ -40,11 +40,15 @@ def main():
     is_complex = np.iscomplexobj(A.data)
     values = ["c", "z"] if is_complex else ["s", "d", "c", "z"]
     # Index width, base, memory model, device, operation and format: every set-up runs with
-    # every value type. On the CPU every operation and COO run as well.
+    # every value type. On the CPU every operation and COO run as well; on emulated GPUs the
+    # transposed products by column scatter (the vector family on code 0, the sub-group family on
+    # code 3) and COO products.
     setups = [(32, 0, "usm", "emu-a2", "n", "csr"), (64, 1, "buffer", "emu-a5", "n", "csr"),
               (32, 1, "buffer", "cpu", "n", "csr"), (64, 0, "usm", "emu-a0", "n", "csr"),
               (64, 1, "usm", "cpu", "n", "csr"), (32, 0, "buffer", "emu-a1", "n", "csr"),
-              (64, 1, "usm", "cpu", "t", "coo"), (32, 0, "buffer", "cpu", "c", "csr")]
+              (64, 1, "usm", "cpu", "t", "coo"), (32, 0, "buffer", "cpu", "c", "csr"),
+              (32, 0, "usm", "emu-a0", "t", "csr"), (64, 1, "buffer", "emu-a3", "c", "csr"),
+              (32, 1, "usm", "emu-a6", "n", "coo"), (64, 0, "buffer", "emu-a2", "c", "coo")]
     configs = [(value,) + setup for value in values for setup in setups]
     failures = 0
     for value, index, base, memory, device, op, fmt in configs:

@@ -5,6 +5,8 @@
 
 #include "gpu/entry_points.hpp"
 #include "gpu/format/select_transposed.hpp"
+#include "gpu/mv/coo/gemv_entry.hpp"
+#include "gpu/mv/csc/gemv_entry.hpp"
 #include "gpu/mv/csr/gemv_impl.hpp"
 #include "gpu/pending.hpp"
 
@@ -41,7 +43,7 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* 
   const bool conj = check_for_conj(op, selection);
   if (!is_transposed(op) || selection != select_primary)
     return csr::gemv_impl<T, I, C>(queue, conj, alpha, structure, x, beta, y, new_deps);
-  return csc::gemv_impl<T, I, C>(queue, conj, alpha, structure, x, beta, y, new_deps);
+  return csc::gemv_impl<T, I, C>(queue, op, conj, alpha, structure, x, beta, y, new_deps);
 }
 
 }  // namespace orvane::vrt::sparse::gpu

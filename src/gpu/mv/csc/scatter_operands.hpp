@@ -1,0 +1,36 @@
+// What a column-scatter launcher receives: the CSR arrays of A read as the columns of op(A),
+// the dense vectors and the scalars.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include "common/variants.hpp"
+#include "containers/views.hpp"
+#include "handle/gemv_data.hpp"
+
+namespace orvane::vrt::sparse::gpu::csc {
+
+template <typename T, typename I, containerType C>
+struct scatter_operands {
+  container_t<C, I> row_ptr;
+  container_t<C, I> col_ind;
+  container_t<C, T> values;
+  container_t<C, T> x;  // length nrows
+  container_t<C, T> y;  // length ncols
+  std::int64_t nrows;
+  std::int64_t ncols;
+  I index;  // 0 or 1
+  T alpha;
+  T beta;
+  bool conj;  // conjugate the matrix values (complex only)
+};
+
+template <typename T, typename I, containerType C>
+using scatter_launcher = sycl::event (*)(sycl::queue& queue, const gemvInternalData& plan,
+                                         const scatter_operands<T, I, C>& operands,
+                                         const std::vector<sycl::event>& deps);
+
+}  // namespace orvane::vrt::sparse::gpu::csc

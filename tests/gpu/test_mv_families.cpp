@@ -1,0 +1,530 @@
+// Transposed gemv by column scatter, gemv on COO matrices, symv from one stored triangle and the
+// fused gemvdot on emulated GPUs, through the public routines, against plain references, for the
+// sixteen variants and every memory of y.
+#include <gtest/gtest.h>
+#include <hostsycl/hostsycl.hpp>
+
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "gpu/mv/csc/gemv_impl.hpp"
+#include "gpu/mv_runner.hpp"
+#include "handle/gemv_data.hpp"
+#include "support/test_helpers.hpp"
+
+namespace {
+
+namespace vrt = orvane::vrt;
+namespace vs = orvane::vrt::sparse;
+using vrt_mv_test::model;
+using vrt_mv_test::storage;
+using vrt_test::csr_matrix;
+
+constexpr model all_models[] = {model::device, model::shared, model::host, model::buffer};
+constexpr const char* all_profiles[] = {"emu-a0", "emu-a1", "emu-a2", "emu-a3",
+                                        "emu-a4", "emu-a5", "emu-a6"};
+
+template <typename T>
+std::vector<T> random_vector(std::int64_t n, unsigned seed) {
+  std::mt19937 rng(seed);
+  std::vector<T> v(static_cast<std::size_t>(n));
+  for (auto& e : v) e = vrt_test::random_value<T>(rng);
+  return v;
+}
+
+bool row_subgroup_plan(const std::string& profile) {
+  return profile == "emu-a3" || profile == "emu-a4" || profile == "emu-a6";
+}
+
+// Returns the USM routine's event, or a finished one for the buffer routine.
+template <typename X, typename F>
+sycl::event event_of(F&& f) {
+  if constexpr (std::is_pointer_v<std::decay_t<X>>)
+    return f();
+  else {
+    f();
+    return sycl::event{};
+  }
+}
+
+template <typename T, typename I>
+vrt_mv_test::outputs<T> run_gemv(sycl::queue& q, const csr_matrix<T, I>& A, storage s, model m,
+                                 vrt::transpose op, T alpha, const std::vector<T>& x, T beta,
+                                 const std::vector<T>& y) {
+  return vrt_mv_test::run(q, A, s, m, x, y, T(0),
+                          [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+                            return event_of<decltype(xv)>(
+                                [&] { return vs::gemv(q, op, alpha, h, xv, beta, yv, deps...); });
+                          });
+}
+
+template <typename T, typename I>
+void check_gemv(const char* profile, const csr_matrix<T, I>& A, storage s, vrt::transpose op,
+                T alpha, T beta, const std::string& what) {
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  const bool transposed = op != vrt::transpose::nontrans;
+  const auto x = random_vector<T>(transposed ? A.nrows : A.ncols, 7);
+  const auto y0 = random_vector<T>(transposed ? A.ncols : A.nrows, 11);
+  const auto want = vrt_test::reference_gemv(A, op, alpha, x, beta, y0);
+  const auto scale = vrt_test::error_scale(A, op, alpha, x, beta, y0);
+  for (model m : all_models) {
+    // Host y takes the explicit transpose and the row-wise kernels of the profile's plan; those
+    // of codes 3, 4 and 6 are the CSR sub-group family, which is tested with it.
+    if (m == model::host && s == storage::csr && transposed && row_subgroup_plan(profile)) continue;
+    const auto got = run_gemv(q, A, s, m, op, alpha, x, beta, y0).y;
+    vrt_test::expect_near_vectors(got, want, scale,
+                                  what + " op " + std::to_string(static_cast<int>(op)) + " on " +
+                                      profile + " (" + vrt_mv_test::name_of(m) + ")");
+  }
+}
+
+template <typename V>
+class MvFamilies : public ::testing::Test {};
+TYPED_TEST_SUITE(MvFamilies, vrt_test::all_variants);
+
+// Codes 0, 1, 2, 5 plan the vector scatter, 3, 4, 6 the sub-group scatter; complex values
+// take the default scatter where the plan names the vector family.
+TYPED_TEST(MvFamilies, TransposedCsrByColumnScatter) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = vrt_test::random_csr<T, I>(90, 70, 30, 21, 0, 3, 100);
+  const auto one_based = vrt_test::random_csr<T, I>(40, 55, 12, 22, 1);
+  for (const char* profile : all_profiles)
+    for (auto op : {vrt::transpose::trans, vrt::transpose::conjtrans}) {
+      check_gemv<T, I>(profile, A, storage::csr, op, T(1.5), T(-0.5), "csc");
+      check_gemv<T, I>(profile, one_based, storage::csr, op, T(-2), T(0), "csc one-based");
+    }
+}
+
+// The first transposed product fixes the structure's plan from the architecture code.
+template <typename T>
+void expect_csc_plan(const char* profile, int kind, int group, int vector) {
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  const auto A = vrt_test::random_csr<T, std::int32_t>(12, 12, 3, 26);
+  const std::vector<T> x(12, T(1)), y(12, T(0));
+  vs::gemvInternalData plan{};
+  vrt_mv_test::run(q, A, storage::csr, model::device, x, y, T(0),
+                   [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+                     // USM only: the plan is read once the product is submitted.
+                     if constexpr (sizeof...(deps) > 0) {
+                       auto done = vs::gemv(q, vrt::transpose::trans, T(1), h, xv, T(0), yv, deps...);
+                       plan = *h->primary->gemv_data;
+                       return done;
+                     }
+                   });
+  EXPECT_TRUE(plan.cached);
+  EXPECT_EQ(plan.kernel_kind, kind) << profile;
+  EXPECT_EQ(plan.group_param, group) << profile;
+  EXPECT_EQ(plan.vector_param, vector) << profile;
+}
+
+TEST(MvFamiliesCsc, FirstUsePlanByArchitectureCode) {
+  expect_csc_plan<float>("emu-a1", 1, 256, 8);
+  expect_csc_plan<double>("emu-a1", 1, 256, 4);
+  expect_csc_plan<std::complex<float>>("emu-a1", 1, 256, 8);
+  expect_csc_plan<std::complex<double>>("emu-a1", 1, 256, 4);
+  expect_csc_plan<double>("emu-a3", 3, 8, 16);
+  expect_csc_plan<std::complex<float>>("emu-a4", 3, 8, 16);
+  expect_csc_plan<float>("emu-a5", 1, 4, 4);
+  expect_csc_plan<std::complex<double>>("emu-a5", 1, 4, 16);
+  expect_csc_plan<double>("emu-a6", 3, 8, 32);
+  expect_csc_plan<float>("emu-a0", 1, 256, 16);
+  expect_csc_plan<std::complex<double>>("emu-a2", 1, 256, 16);
+}
+
+// A real plan of another kind becomes the default scatter's for good: a merge-path plan that
+// once runs a transposed product is lost, and the next row-wise product has no kernel.
+TEST(MvFamiliesCsc, OtherKindsBecomeTheDefaultForGood) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  const auto A = vrt_test::random_csr<double, std::int32_t>(20, 20, 4, 27);
+  const std::vector<double> x(20, 1.0), y(20, 0.0);
+  const auto want = vrt_test::reference_gemv(A, vrt::transpose::trans, 1.0, x, 0.0, y);
+  std::int32_t kind_after = 0;
+  const auto got = vrt_mv_test::run(
+      q, A, storage::csr, model::device, x, y, 0.0,
+      [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+        if constexpr (sizeof...(deps) > 0) {
+          vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...).wait();
+          h->primary->gemv_data->kernel_kind = vs::gemv_kind_merge;
+          auto done = vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...);
+          done.wait();
+          kind_after = h->primary->gemv_data->kernel_kind;
+          vrt_test::expect_message<vrt::computation_error>(
+              [&] { vs::gemv(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv, deps...); },
+              "orvane::vrt::sparse::gemv: computation error: internal error");
+          return done;
+        }
+      });
+  EXPECT_EQ(kind_after, vs::gemv_kind_default);
+  for (std::size_t i = 0; i < want.size(); ++i) EXPECT_NEAR(got.y[i], want[i], 1e-12);
+}
+
+TYPED_TEST(MvFamilies, CooEveryOp) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = vrt_test::random_csr<T, I>(60, 45, 14, 23, 0, 2, 60);
+  const auto one_based = vrt_test::random_csr<T, I>(35, 50, 9, 24, 1);
+  for (const char* profile : {"emu-a0", "emu-a3", "emu-a6"})
+    for (auto op : {vrt::transpose::nontrans, vrt::transpose::trans, vrt::transpose::conjtrans}) {
+      check_gemv<T, I>(profile, A, storage::coo, op, T(0.75), T(2), "coo");
+      check_gemv<T, I>(profile, one_based, storage::coo, op, T(1), T(0), "coo one-based");
+    }
+}
+
+TYPED_TEST(MvFamilies, NoNonZerosStillScalesY) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto empty = vrt_test::random_csr<T, I>(17, 23, 0, 25);
+  ASSERT_EQ(empty.nnz(), 0);
+  for (const char* profile : {"emu-a1", "emu-a4"}) {
+    check_gemv<T, I>(profile, empty, storage::csr, vrt::transpose::trans, T(1), T(3), "csc nnz 0");
+    check_gemv<T, I>(profile, empty, storage::coo, vrt::transpose::nontrans, T(1), T(3),
+                     "coo nnz 0");
+  }
+}
+
+// ---- symv ---------------------------------------------------------------------------------
+
+// The symmetric matrix whose stored triangle is A's upper (or lower) one, diagonal once.
+template <typename T, typename I>
+std::vector<T> reference_symv(const csr_matrix<T, I>& A, bool upper, T alpha,
+                              const std::vector<T>& x, T beta, const std::vector<T>& y,
+                              std::vector<double>& scale) {
+  using W = std::conditional_t<vrt_test::is_complex<T>, std::complex<double>, double>;
+  std::vector<W> sum(x.size(), W(0));
+  scale.assign(x.size(), 0.0);
+  std::vector<double> length(x.size(), 0.0);
+  for (std::int64_t r = 0; r < A.nrows; ++r)
+    for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base; ++j) {
+      const std::int64_t c = A.col_ind[j] - A.base;
+      if (upper ? c < r : c > r) continue;
+      const W a = static_cast<W>(A.values[j]);
+      sum[r] += a * static_cast<W>(x[c]);
+      scale[r] += std::abs(A.values[j]) * std::abs(x[c]);
+      length[r] += 1;
+      if (c != r) {
+        sum[c] += a * static_cast<W>(x[r]);
+        scale[c] += std::abs(A.values[j]) * std::abs(x[r]);
+        length[c] += 1;
+      }
+    }
+  std::vector<T> out(x.size());
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    const W scaled = static_cast<W>(alpha) * sum[i];
+    out[i] = beta == T(0) ? static_cast<T>(scaled)
+                          : static_cast<T>(scaled + static_cast<W>(beta) * static_cast<W>(y[i]));
+    scale[i] = (length[i] + 2) * (std::abs(alpha) * scale[i] +
+                                  (beta == T(0) ? 0.0 : std::abs(beta) * std::abs(y[i])));
+  }
+  return out;
+}
+
+template <typename T, typename I>
+std::vector<T> run_symv(sycl::queue& q, const csr_matrix<T, I>& A, model m, vrt::uplo ul, T alpha,
+                        const std::vector<T>& x, T beta, const std::vector<T>& y) {
+  return vrt_mv_test::run(q, A, storage::csr, m, x, y, T(0),
+                          [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+                            return event_of<decltype(xv)>(
+                                [&] { return vs::symv(q, ul, alpha, h, xv, beta, yv, deps...); });
+                          })
+      .y;
+}
+
+// A with its mirror added: a symmetric matrix that stores both triangles.
+template <typename T, typename I>
+csr_matrix<T, I> symmetrised(const csr_matrix<T, I>& A) {
+  std::vector<std::vector<std::pair<I, T>>> rows(static_cast<std::size_t>(A.nrows));
+  for (std::int64_t r = 0; r < A.nrows; ++r)
+    for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base; ++j) {
+      const I c = A.col_ind[j] - A.base;
+      rows[r].push_back({c, A.values[j]});
+      if (c != r) rows[c].push_back({static_cast<I>(r), A.values[j]});
+    }
+  csr_matrix<T, I> S;
+  S.nrows = S.ncols = A.nrows;
+  S.base = A.base;
+  S.row_ptr.push_back(static_cast<I>(A.base));
+  for (const auto& row : rows) {
+    for (const auto& [c, v] : row) {
+      S.col_ind.push_back(static_cast<I>(c + A.base));
+      S.values.push_back(v);
+    }
+    S.row_ptr.push_back(static_cast<I>(S.values.size() + A.base));
+  }
+  return S;
+}
+
+TYPED_TEST(MvFamilies, SymvFromEitherTriangle) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto full = vrt_test::random_csr<T, I>(80, 80, 12, 31, 0, 2, 70);
+  const auto symmetric = symmetrised(vrt_test::random_csr<T, I>(64, 64, 6, 32, 1));
+  const auto x = random_vector<T>(80, 33);
+  const auto y0 = random_vector<T>(80, 34);
+  for (const char* profile : {"emu-a1", "emu-a6"}) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (bool upper : {true, false})
+      for (const auto* A : {&full, &symmetric}) {
+        // On the full matrix the other triangle must be ignored.
+        const std::vector<T> xs(x.begin(), x.begin() + A->nrows);
+        const std::vector<T> ys(y0.begin(), y0.begin() + A->nrows);
+        for (T beta : {T(0.5), T(0)}) {
+          std::vector<double> scale;
+          const auto want = reference_symv(*A, upper, T(-1.25), xs, beta, ys, scale);
+          for (model m : all_models) {
+            const auto got = run_symv(q, *A, m, upper ? vrt::uplo::upper : vrt::uplo::lower,
+                                      T(-1.25), xs, beta, ys);
+            vrt_test::expect_near_vectors(got, want, scale,
+                                          std::string("symv ") + (upper ? "upper" : "lower") +
+                                              " on " + profile + " (" +
+                                              vrt_mv_test::name_of(m) + ")");
+          }
+        }
+      }
+  }
+}
+
+template <typename T>
+csr_matrix<T, std::int32_t> two_by_two(T diagonal, T off) {
+  csr_matrix<T, std::int32_t> A;
+  A.nrows = A.ncols = 2;
+  A.row_ptr = {0, 2, 3};
+  A.col_ind = {0, 1, 1};
+  A.values = {diagonal, off, diagonal};
+  return A;
+}
+
+// ---- gemvdot --------------------------------------------------------------------------------
+
+template <typename T, typename I>
+vrt_mv_test::outputs<T> run_gemvdot(sycl::queue& q, const csr_matrix<T, I>& A, model m, T alpha,
+                                    const std::vector<T>& x, T beta, const std::vector<T>& y) {
+  const T sentinel = T(std::numeric_limits<vrt_test::real_t<T>>::quiet_NaN());
+  return vrt_mv_test::run(q, A, storage::csr, m, x, y, sentinel,
+                          [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
+                            return event_of<decltype(xv)>([&] {
+                              return vs::gemvdot(q, vrt::transpose::nontrans, alpha, h, xv, beta,
+                                                 yv, dv, deps...);
+                            });
+                          });
+}
+
+template <typename T, typename I>
+void check_gemvdot(const char* profile, const csr_matrix<T, I>& A, T alpha, T beta,
+                   std::initializer_list<model> models, const std::string& what) {
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  const auto x = random_vector<T>(A.ncols, 41);
+  const auto y0 = random_vector<T>(A.nrows, 42);
+  const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, alpha, x, beta, y0);
+  const auto scale = vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0);
+  for (model m : models) {
+    const auto got = run_gemvdot(q, A, m, alpha, x, beta, y0);
+    const std::string where = what + " on " + profile + " (" + vrt_mv_test::name_of(m) + ")";
+    vrt_test::expect_near_vectors(got.y, want, scale, where);
+    // d is the bilinear dot of x with the new y, without conjugation.
+    using W = std::conditional_t<vrt_test::is_complex<T>, std::complex<double>, double>;
+    W dot(0);
+    double bound = 0;
+    for (std::size_t i = 0; i < want.size(); ++i) {
+      dot += static_cast<W>(x[i]) * static_cast<W>(got.y[i]);
+      bound += std::abs(x[i]) * (std::abs(got.y[i]) * (want.size() + 2) + scale[i]);
+    }
+    bound = 4 * std::numeric_limits<vrt_test::real_t<T>>::epsilon() * bound +
+            std::numeric_limits<vrt_test::real_t<T>>::min();
+    const double err = std::abs(static_cast<W>(got.d) - dot);
+    EXPECT_TRUE(err <= bound) << where << ": d " << got.d << " want " << dot;
+  }
+}
+
+TYPED_TEST(MvFamilies, GemvdotOddRowsAndOneGroup) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = vrt_test::random_csr<T, I>(101, 101, 20, 51, 0, 2, 90);
+  const auto one_based = vrt_test::random_csr<T, I>(77, 77, 9, 52, 1);
+  for (const char* profile : {"emu-a2", "emu-a5"}) {
+    check_gemvdot<T, I>(profile, A, T(1.5), T(0.5), {model::device, model::shared, model::host,
+                                                      model::buffer}, "gemvdot");
+    check_gemvdot<T, I>(profile, one_based, T(-1), T(0), {model::device, model::buffer},
+                        "gemvdot one-based");
+  }
+}
+
+// With groups of 512 work-items and two rows each, 32767 rows make 32 groups (the final sum
+// adds them all) and 33791 rows make 33 (one reduce pass first).
+TYPED_TEST(MvFamilies, GemvdotThirtyTwoAndThirtyThreeGroups) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  for (std::int64_t rows : {32767, 33791}) {
+    const auto A = vrt_test::random_csr<T, I>(rows, rows, 3, 53);
+    check_gemvdot<T, I>("emu-a3", A, T(2), T(-1), {model::device, model::buffer},
+                        "gemvdot " + std::to_string(rows) + " rows");
+  }
+}
+
+// The partials are released behind the last kernel: once the returned event completes, no
+// device memory of the call is left, whichever pass ran last.
+TEST(MvFamiliesGemvdot, PartialsAreReleased) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  for (std::int64_t rows : {5, 32767, 33791}) {
+    const auto A = vrt_test::random_csr<double, std::int32_t>(rows, rows, 2, 54);
+    const std::vector<double> x(static_cast<std::size_t>(rows), 1.0), y(x.size(), 0.0);
+    const std::uint64_t before = hostsycl::live_allocation_bytes(q.get_device());
+    for (int k = 0; k < 3; ++k) run_gemvdot(q, A, model::device, 1.0, x, 0.5, y);
+    EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before) << rows << " rows";
+  }
+}
+
+TEST(MvFamiliesGemvdot, PartialsThatCannotBeAllocated) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  const auto A = two_by_two(1.0, 1.0);
+  const std::string device = q.get_device().get_info<sycl::info::device::name>();
+  vrt_test::expect_message<vrt::device_bad_alloc>(
+      [&] {
+        vrt_mv_test::run(q, A, storage::csr, model::device, std::vector<double>{1, 1},
+                         std::vector<double>{0, 0}, 0.0,
+                         [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
+                           // The device request and its fallback to host memory both fail.
+                           hostsycl::fail_next_allocations(2);
+                           return vs::gemvdot(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv,
+                                              dv, deps...);
+                         });
+      },
+      "orvane::vrt::sparse::gemvdot: cannot allocate memory on " + device);
+  hostsycl::fail_next_allocations(0);
+}
+
+// ---- edge cases -----------------------------------------------------------------------------
+
+
+TEST(MvFamiliesEdges, ZeroBetaWithNaNInY) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  const auto A = two_by_two(2.0, 1.0);
+  const std::vector<double> x{1, 1}, y{nan, nan};
+  // The column scatter multiplies y by beta: the NaN stays.
+  const auto csc = run_gemv(q, A, storage::csr, model::device, vrt::transpose::trans, 1.0, x, 0.0, y);
+  EXPECT_TRUE(std::isnan(csc.y[0]) && std::isnan(csc.y[1]));
+  // COO clears y for a zero beta, and for a NaN beta too.
+  for (double beta : {0.0, nan}) {
+    const auto coo = run_gemv(q, A, storage::coo, model::device, vrt::transpose::nontrans, 1.0, x,
+                              beta, y);
+    EXPECT_EQ(coo.y, (std::vector<double>{3, 2}));
+  }
+  const auto sym = run_symv(q, A, model::device, vrt::uplo::upper, 1.0, x, 0.0, y);
+  EXPECT_EQ(sym, (std::vector<double>{3, 3}));
+  const auto fused = run_gemvdot(q, A, model::device, 1.0, x, 0.0, y);
+  EXPECT_EQ(fused.y, (std::vector<double>{3, 2}));
+  EXPECT_EQ(fused.d, 5.0);
+}
+
+TEST(MvFamiliesEdges, ZeroAlpha) {
+  const double inf = std::numeric_limits<double>::infinity();
+  sycl::queue q{hostsycl::emulated_gpu("emu-a0")};
+  const std::vector<double> x{1, 1}, y{3, 4};
+  // COO stops after scaling y: the matrix is never read.
+  const auto coo = run_gemv(q, two_by_two(inf, 1.0), storage::coo, model::device,
+                            vrt::transpose::trans, 0.0, x, 2.0, y);
+  EXPECT_EQ(coo.y, (std::vector<double>{6, 8}));
+  // The column scatter runs with t = 0: finite values add zeros, an infinity makes NaN.
+  const auto finite = run_gemv(q, two_by_two(5.0, 1.0), storage::csr, model::device,
+                               vrt::transpose::trans, 0.0, x, 2.0, y);
+  EXPECT_EQ(finite.y, (std::vector<double>{6, 8}));
+  const auto infinite = run_gemv(q, two_by_two(inf, 1.0), storage::csr, model::device,
+                                 vrt::transpose::trans, 0.0, x, 2.0, y);
+  EXPECT_TRUE(std::isnan(infinite.y[0]));
+}
+
+TEST(MvFamiliesEdges, EmptyRowsAndDiagonalOnce) {
+  csr_matrix<double, std::int32_t> A;
+  A.nrows = A.ncols = 4;
+  A.row_ptr = {0, 2, 2, 2, 4};  // rows 1 and 2 empty
+  A.col_ind = {0, 3, 1, 3};
+  A.values = {2, 1, 7, 5};
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
+  const std::vector<double> x{1, 2, 3, 4}, y{0, 0, 0, 0};
+  const auto csc = run_gemv(q, A, storage::csr, model::shared, vrt::transpose::trans, 1.0, x, 0.0, y);
+  EXPECT_EQ(csc.y, (std::vector<double>{2, 28, 0, 21}));
+  // Upper triangle: (0,0)=2, (0,3)=1, (3,3)=5; the diagonal counts once.
+  const auto sym = run_symv(q, A, model::shared, vrt::uplo::upper, 1.0, x, 0.0, y);
+  EXPECT_EQ(sym, (std::vector<double>{6, 0, 0, 21}));
+}
+
+// The transposed product on host y builds the explicit transpose and runs row-wise; the column
+// scatter's own launcher refuses host y.
+TEST(MvFamiliesEdges, HostYOnTheColumnScatter) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  const auto A = two_by_two(2.0, 1.0);
+  const auto viaTranspose = run_gemv(q, A, storage::csr, model::host, vrt::transpose::trans, 1.0,
+                                     std::vector<double>{1, 1}, 0.0, std::vector<double>{0, 0});
+  EXPECT_EQ(viaTranspose.y, (std::vector<double>{2, 3}));
+
+  using namespace vs::gpu;
+  double* y = sycl::malloc_host<double>(2, q);
+  vs::gemvInternalData plan{};
+  const csc::scatter_operands<double, std::int32_t, vs::container_usm> operands{
+      nullptr, nullptr, nullptr, nullptr, y, 2, 2, 0, 1.0, 0.0, false};
+  vrt_test::expect_message<vrt::computation_error>(
+      [&] { csc::gemv_default<double, std::int32_t, vs::container_usm>(q, plan, operands, {}); },
+      "orvane::vrt::sparse::gemv default kernel: computation error: USM + host configuration "
+      "unsupported due to atomics");
+  sycl::free(y, q);
+}
+
+TEST(MvFamiliesEdges, RefusalsWordForWord) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  csr_matrix<double, std::int32_t> rect;
+  rect.nrows = 2;
+  rect.ncols = 3;
+  rect.row_ptr = {0, 1, 2};
+  rect.col_ind = {0, 2};
+  rect.values = {1, 1};
+  const std::vector<double> x{1, 1, 1}, y{0, 0};
+  vrt_test::expect_message<vrt::unimplemented>(
+      [&] { run_symv(q, rect, model::device, vrt::uplo::upper, 1.0, x, 0.0, y); },
+      "orvane::vrt::sparse::symv: unimplemented functionality: matrix nRows != nCols, symv "
+      "currently only supports a square matrix");
+  vrt_test::expect_message<vrt::unimplemented>(
+      [&] { run_gemvdot(q, rect, model::device, 1.0, x, 0.0, y); },
+      "orvane::vrt::sparse::gemvdot: unimplemented functionality: matrix nRows != nCols, gemvdot "
+      "currently only supports a square matrix");
+  const auto A = two_by_two(1.0, 1.0);
+  vrt_test::expect_message<vrt::unimplemented>(
+      [&] {
+        vrt_mv_test::run(q, A, storage::csr, model::device, x, y, 0.0,
+                         [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
+                           return vs::gemvdot(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, dv,
+                                              deps...);
+                         });
+      },
+      "orvane::vrt::sparse::gemvdot: unimplemented functionality: currently only supports the "
+      "orvane::vrt::transpose::nontrans op");
+  const std::vector<double> x2{1, 1}, y2{0, 0};
+  auto on_coo = [&](auto routine) {
+    vrt_mv_test::run(q, A, storage::coo, model::device, x2, y2, 0.0,
+                     [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
+                       return routine(h, xv, yv, dv, deps...);
+                     });
+  };
+  vrt_test::expect_message<vrt::unimplemented>(
+      [&] {
+        on_coo([&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+          return vs::symv(q, vrt::uplo::lower, 1.0, h, xv, 0.0, yv, deps...);
+        });
+      },
+      "orvane::vrt::sparse::symv: unimplemented functionality: currently only supports the CSR "
+      "matrix format");
+  vrt_test::expect_message<vrt::unimplemented>(
+      [&] {
+        on_coo([&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
+          return vs::gemvdot(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv, dv, deps...);
+        });
+      },
+      "orvane::vrt::sparse::gemvdot: unimplemented functionality: currently only supports the "
+      "CSR matrix format on GPU devices");
+  vrt_test::expect_message<vrt::invalid_argument>(
+      [&] { run_symv(q, A, model::device, static_cast<vrt::uplo>(7), 1.0, x2, 0.0, y2); },
+      "orvane::vrt::sparse::symv: invalid argument: uplo_val");
+}
+
+}  // namespace
