@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "gpu/mv/csr/sub_group_support.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
 #include "support/gemv_runner.hpp"
@@ -192,12 +193,11 @@ TYPED_TEST(GemvFamilies, ExplicitSimdGrid) {
       auto lengths = mixed_lengths(3);
       lengths.resize(47);
       const auto A = vrt_test::shaped_csr<T, I>(lengths, 211, 8, base);
-      for (const forced_plan plan : {forced_plan{4, 4, 32}, forced_plan{4, 8, 32}})
-        for (const char* profile : {"emu-a5", "emu-a6"}) {
-          const std::string what = "explicit SIMD " + std::to_string(plan.group);
-          check<T, I>(profile, A, &plan, false, memory::usm, T(3), T(0), what, 4);
-          check<T, I>(profile, A, &plan, false, memory::buffer, T(1), T(0.25), what, 4);
-        }
+      const forced_plan plan{4, 8, 32};
+      for (const char* profile : {"emu-a5", "emu-a6"}) {
+        check<T, I>(profile, A, &plan, false, memory::usm, T(3), T(0), "explicit SIMD", 4);
+        check<T, I>(profile, A, &plan, false, memory::buffer, T(1), T(0.25), "explicit SIMD", 4);
+      }
     }
   }
 }
@@ -280,7 +280,7 @@ TEST(GemvFamilyEdges, ZeroAlphaStillReadsTheRowAndZeroBetaClearsNaN) {
   const double inf = std::numeric_limits<double>::infinity();
   const double nan = std::numeric_limits<double>::quiet_NaN();
   for (const forced_plan plan : {forced_plan{3, 8, 16}, forced_plan{3, 4, 32},
-                                 forced_plan{4, 4, 32}}) {
+                                 forced_plan{4, 8, 32}}) {
     EXPECT_TRUE(std::isnan(tiny_product<double>("emu-a6", plan, 0.0, 2.0, inf, 3.0)[0]));
     EXPECT_EQ(tiny_product<double>("emu-a6", plan, 1.0, 0.0, 2.0, nan)[1], 2.0);
   }
@@ -318,16 +318,31 @@ void expect_launch_refused(const char* profile, forced_plan plan, const std::str
 
 TEST(GemvFamilyEdges, LaunchersRefuseOutsideTheirGrids) {
   const std::string internal = "orvane::vrt::sparse::gemv csr: computation error: internal error";
-  // Explicit SIMD below code 5, with a width other than 32, with rows other than 4 or 8.
+  // Explicit SIMD below code 5, with a width other than 32, with rows other than 8 (the only
+  // count a plan names).
   expect_launch_refused<double>("emu-a4", {4, 8, 32}, internal);
   expect_launch_refused<float>("emu-a6", {4, 8, 16}, internal);
-  expect_launch_refused<float>("emu-a5", {4, 2, 32}, internal);
+  expect_launch_refused<float>("emu-a5", {4, 4, 32}, internal);
+  expect_launch_refused<double>("emu-a5", {4, 2, 32}, internal);
   // Single-row sub-group kernels take 4 or 8 sub-groups.
   expect_launch_refused<double>("emu-a6", {3, 2, 16}, internal);
   expect_launch_refused<float>("emu-a6", {3, 16, 32}, internal);
   // Merge path: 32 wide, 4 or 8 sub-groups.
   expect_launch_refused<double>("emu-a6", {5, 4, 16}, internal);
   expect_launch_refused<double>("emu-a6", {5, 2, 32}, internal);
+}
+
+// The runtime refuses a kernel whose sub-group size the device lacks; launchers ask first.
+TEST(GemvFamilyEdges, SubGroupSizeIsCheckedAgainstTheDevice) {
+  const sycl::device a6 = hostsycl::emulated_gpu("emu-a6");
+  EXPECT_FALSE(vs::gpu::supports_sub_group_size(a6, 8));
+  EXPECT_TRUE(vs::gpu::supports_sub_group_size(a6, 16));
+  EXPECT_TRUE(vs::gpu::supports_sub_group_size(a6, 32));
+  const sycl::queue q{a6};
+  vrt_test::expect_message<vrt::unsupported_device>(
+      [&] { vs::gpu::require_sub_group_size(q, 8, "gemv"); },
+      "orvane::vrt::sparse::gemv: unsupported device: " +
+          a6.get_info<sycl::info::device::name>());
 }
 
 }  // namespace

@@ -380,7 +380,7 @@ TEST(OptimizeGemvFailures, UnboundMatrixAndSharedAllocationFailure) {
   if (vs::value_type_built<float>)
     vrt_test::expect_message<vrt::uninitialized>(
         [&] { vs::optimize_gemv(q, vrt::transpose::nontrans, h, {}); },
-        "orvane::vrt::sparse::optimize_gemv: uninitialized: Matrix is not initialized");
+        "orvane::vrt::sparse::optimize_gemv: uninitialized object: Matrix is not initialized");
   vs::release_matrix_handle(q, &h).wait();
 
   const auto A = vrt_test::uniform_csr<D, std::int32_t>(8, 2, 11, 1);
@@ -404,6 +404,24 @@ TEST(OptimizeGemvFailures, UnboundMatrixAndSharedAllocationFailure) {
   vrt_test::expect_near_vectors(
       got, want, vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(8)),
       "after the failure");
+}
+
+// A matrix without rows has no statistics to take; the cached plan stands and gemv runs.
+TEST(OptimizeGemvFailures, NoRowsKeepTheCachedPlan) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  csr_matrix<D, std::int32_t> A;
+  A.ncols = 5;
+  A.row_ptr = {0};
+  for (memory m : {memory::usm, memory::buffer}) {
+    vrt_test::gemv_run_options o;
+    o.model = m;
+    o.optimize = true;
+    o.planned = [&](vs::matrix_handle* h) {
+      EXPECT_TRUE(h->primary->gemv_data->optimized);
+      EXPECT_EQ(triple_of(h->primary->gemv_data), (plan_triple{1, 256, 16}));
+    };
+    EXPECT_TRUE(vrt_test::run_gemv_with(q, A, 1.0, std::vector<D>(5, 1.0), 0.0, {}, o).empty());
+  }
 }
 
 // When a partition array can't be had, the plan falls to the table without the merge path and

@@ -25,14 +25,21 @@ def inputs(n, count, real):
     return x, y
 
 
-def run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op="n"):
+def run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op="n",
+        optimize=False):
     args = [driver, "--matrix", matrix, "--value", value, "--index", str(index), "--base", str(base),
             "--memory", memory, "--format", fmt, "--device", device, "--op", op,
             "--alpha", f"{alpha.real},{alpha.imag}", "--beta", f"{beta.real},{beta.imag}"]
+    if optimize:
+        args.append("--optimize")
     done = subprocess.run(args, capture_output=True, text=True)
     if done.returncode != 0:
         raise RuntimeError(" ".join(args) + "\n" + done.stderr)
-    return np.asarray(scipy.io.mmread(io.StringIO(done.stdout))).ravel(), " ".join(args[1:])
+    # The plan a GPU product ran with, as the driver reports it.
+    plan = [line.split("gemv plan: ", 1)[1] for line in done.stderr.splitlines()
+            if "gemv plan: " in line]
+    what = " ".join(args[1:]) + (f" [{plan[0]}]" if plan else "")
+    return np.asarray(scipy.io.mmread(io.StringIO(done.stdout))).ravel(), what
 
 
 def main():
@@ -52,8 +59,15 @@ def main():
     configs += [(value, 64, 1, "usm", "cpu", "t", "coo") for value in values[-1:]]
     configs += [(values[0], 32, 0, "buffer", "cpu", "c", "csr")]
     configs = [c if len(c) == 7 else c + ("n", "csr") for c in configs]
+    configs = [c + (False,) for c in configs]
+    # The sub-group families on first use, and the plans of optimize_gemv where the tables
+    # differ most (code 6 holds the merge path and the 32-wide sub-group kernels).
+    configs += [(values[-1], 64, 1, "buffer", "emu-a4", "n", "csr", False),
+                (values[0], 32, 0, "usm", "emu-a6", "n", "csr", True),
+                (values[-1], 32, 1, "usm", "emu-a3", "n", "csr", True),
+                (values[0], 64, 0, "buffer", "emu-a6", "n", "csr", True)]
     failures = 0
-    for value, index, base, memory, device, op, fmt in configs:
+    for value, index, base, memory, device, op, fmt, optimize in configs:
         real = value in "sd"
         alpha = complex(1.5, 0 if real else -0.5)
         beta = complex(-0.5, 0 if real else 0.25)
@@ -66,7 +80,8 @@ def main():
         scale = abs(alpha) * (abs(Ad) @ abs(x)) + abs(beta) * abs(y)
         lengths = np.diff(Ad.indptr)
         bound = 8 * EPS[value] * (lengths + 2) * scale + 1e-30
-        got, what = run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op)
+        got, what = run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op,
+                        optimize)
         if got.shape != want.shape:
             print(f"FAIL {what}: shape {got.shape} != {want.shape}")
             failures += 1

@@ -68,6 +68,8 @@ void plan_csr_gemv(sycl::queue& queue, sparseStructure* A, event_list& deps) {
   sycl::event counted = set_nnz_value(queue, A, deps);
   deps.push_back(counted);
   counted.wait();
+  // No rows, no statistics: the mean row length would divide by zero. The plan stays as cached.
+  if (A->nrows == 0) return;
   if (!csr::compute_matrix_property_data<I, C>(queue, A->nrows, A->ncols, A->nnz,
                                                as_container<C, I>(A->row_ptr), plan, deps))
     throw device_bad_alloc("sparse", "optimize_gemv", queue.get_device());

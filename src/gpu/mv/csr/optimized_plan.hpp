@@ -91,9 +91,10 @@ bool fits_32bit(std::int64_t nrows, std::int64_t nnz, std::int64_t ncols) {
 template <typename T, typename I>
 bool exceeds_cache(std::int64_t nrows, std::int64_t nnz, std::int64_t ncols,
                    std::int32_t tile_count) {
-  const double I_ = sizeof(I), V = sizeof(T);
-  const double bytes = static_cast<double>(nnz + nrows) * I_ + I_ +
-                       static_cast<double>(ncols + nnz + nrows) * V;
+  const double index_bytes = sizeof(I), value_bytes = sizeof(T);
+  // row_ptr and col_ind, then values, x and y.
+  const double bytes = static_cast<double>(nnz + nrows) * index_bytes + index_bytes +
+                       static_cast<double>(ncols + nnz + nrows) * value_bytes;
   const auto capacity = static_cast<std::int32_t>(static_cast<std::uint32_t>(tile_count) *
                                                   cache_bytes_per_tile);
   return bytes >= cache_margin * static_cast<double>(capacity);
