@@ -6,7 +6,6 @@
 #include <orvane/vrt/sparse.hpp>
 
 #include "gpu/entry_points.hpp"
-#include "gpu/mv/csr/gemv_operands.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
@@ -34,11 +33,6 @@ sycl::event gemm_impl(sycl::queue&, layout, transpose, transpose, T, matrix_hand
                       container_t<C, T>, std::int64_t, std::int64_t, T, container_t<C, T>,
                       std::int64_t, const event_list&) {
   throw unimplemented("sparse", "gemm");
-}
-
-template <typename T, typename I, containerType C>
-sycl::event optimize_gemv_impl(sycl::queue&, transpose, matrix_handle*, const event_list&) {
-  throw unimplemented("sparse", "optimize_gemv");
 }
 
 template <typename T, typename I, containerType C>
@@ -72,25 +66,5 @@ sycl::event matmat_impl(sycl::queue&, matrix_handle*, matrix_handle*, matrix_han
   throw unimplemented("sparse", "matmat");
 }
 
-// CSR kernel families that plans of architecture codes 3, 4 and 6 and optimize_gemv name.
-namespace csr {
-template <typename T, typename I, containerType C>
-sycl::event gemv_with_subgroup(sycl::queue&, const gemvInternalData&,
-                               const gemv_operands<T, I, C>&, const event_list&) {
-  throw unimplemented("sparse", "gemv", "sub-group kernels are not available yet");
-}
-
-template <typename T, typename I, containerType C>
-sycl::event gemv_with_esimd(sycl::queue&, const gemvInternalData&,
-                            const gemv_operands<T, I, C>&, const event_list&) {
-  throw unimplemented("sparse", "gemv", "explicit-SIMD kernels are not available yet");
-}
-
-template <typename T, typename I, containerType C>
-sycl::event gemv_merge_based_subgroup(sycl::queue&, const gemvInternalData&,
-                                      const gemv_operands<T, I, C>&, const event_list&) {
-  throw unimplemented("sparse", "gemv", "merge-path kernels are not available yet");
-}
-}  // namespace csr
 
 }  // namespace orvane::vrt::sparse::gpu

@@ -300,35 +300,6 @@ TEST(GemvCsrKernels, LaunchersRefusePlansOutsideTheirGrid) {
 
 namespace {
 
-// Plans naming the sub-group, explicit-SIMD and merge-path families reach launchers whose
-// kernels arrive with the matrix-driven planning; until then each refuses by name.
-TEST(GemvCsrKernels, SubgroupFamiliesRefuseUntilTheirKernelsLand) {
-  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
-  const auto A = vrt_test::random_csr<double, std::int32_t>(4, 4, 2, 9);
-  const std::vector<double> x(4, 1.0), y(4, 0.0);
-  const std::pair<int, const char*> refusals[] = {
-      {3, "orvane::vrt::sparse::gemv: unimplemented functionality: sub-group kernels are not "
-          "available yet"},
-      {4, "orvane::vrt::sparse::gemv: unimplemented functionality: explicit-SIMD kernels are not "
-          "available yet"},
-      {5, "orvane::vrt::sparse::gemv: unimplemented functionality: merge-path kernels are not "
-          "available yet"}};
-  run_gemv(q, A, model::usm, vrt::transpose::nontrans, 1.0, x, 0.0, y,
-           [&](vs::matrix_handle* h) {
-             double* d = sycl::malloc_shared<double>(4, q);
-             for (const auto& [kind, message] : refusals) {
-               h->primary->gemv_data->kernel_kind = kind;
-               try {
-                 vs::gemv(q, vrt::transpose::nontrans, 1.0, h, d, 0.0, d);
-                 ADD_FAILURE() << "kind " << kind << " has no kernel yet";
-               } catch (const vrt::unimplemented& e) {
-                 EXPECT_STREQ(e.what(), message);
-               }
-             }
-             sycl::free(d, q);
-           });
-}
-
 // A transposed product on the primary structure runs column-wise for device y (that backend
 // arrives with the column kernels and refuses until then), and on an explicit transpose for host
 // y, which is built on first need and kept.

@@ -24,14 +24,21 @@ def inputs(n, count, real):
     return x, y
 
 
-def run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op="n"):
+def run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op="n",
+        optimize=False):
     args = [driver, "--matrix", matrix, "--value", value, "--index", str(index), "--base", str(base),
             "--memory", memory, "--format", fmt, "--device", device, "--op", op,
             "--alpha", f"{alpha.real},{alpha.imag}", "--beta", f"{beta.real},{beta.imag}"]
+    if optimize:
+        args.append("--optimize")
     done = subprocess.run(args, capture_output=True, text=True)
     if done.returncode != 0:
         raise RuntimeError(" ".join(args) + "\n" + done.stderr)
-    return np.asarray(scipy.io.mmread(io.StringIO(done.stdout))).ravel(), " ".join(args[1:])
+    # The plan a GPU product ran with, as the driver reports it.
+    plan = [line.split("gemv plan: ", 1)[1] for line in done.stderr.splitlines()
+            if "gemv plan: " in line]
+    what = " ".join(args[1:]) + (f" [{plan[0]}]" if plan else "")
+    return np.asarray(scipy.io.mmread(io.StringIO(done.stdout))).ravel(), what
 
 
 def main():
@@ -39,19 +46,31 @@ def main():
     A = scipy.sparse.csr_matrix(scipy.io.mmread(matrix))
     is_complex = np.iscomplexobj(A.data)
     values = ["c", "z"] if is_complex else ["s", "d", "c", "z"]
-    # Index width, base, memory model, device, operation and format: every set-up runs with
-    # every value type. On the CPU every operation and COO run as well; on emulated GPUs the
-    # transposed products by column scatter (the vector family on code 0, the sub-group family on
-    # code 3) and COO products.
-    setups = [(32, 0, "usm", "emu-a2", "n", "csr"), (64, 1, "buffer", "emu-a5", "n", "csr"),
-              (32, 1, "buffer", "cpu", "n", "csr"), (64, 0, "usm", "emu-a0", "n", "csr"),
-              (64, 1, "usm", "cpu", "n", "csr"), (32, 0, "buffer", "emu-a1", "n", "csr"),
-              (64, 1, "usm", "cpu", "t", "coo"), (32, 0, "buffer", "cpu", "c", "csr"),
-              (32, 0, "usm", "emu-a0", "t", "csr"), (64, 1, "buffer", "emu-a3", "c", "csr"),
-              (32, 1, "usm", "emu-a6", "n", "coo"), (64, 0, "buffer", "emu-a2", "c", "coo")]
+    # Index width, base, memory model, device, operation, format and whether optimize_gemv runs
+    # first: every set-up runs with every value type. On the CPU every operation and COO run as
+    # well; on emulated GPUs the transposed products by column scatter (the vector family on code
+    # 0, the sub-group family on code 3), COO products, the sub-group families on first use, and
+    # the plans of optimize_gemv where the tables differ most (code 6 holds the merge path and the
+    # 32-wide sub-group kernels).
+    setups = [(32, 0, "usm", "emu-a2", "n", "csr", False),
+              (64, 1, "buffer", "emu-a5", "n", "csr", False),
+              (32, 1, "buffer", "cpu", "n", "csr", False),
+              (64, 0, "usm", "emu-a0", "n", "csr", False),
+              (64, 1, "usm", "cpu", "n", "csr", False),
+              (32, 0, "buffer", "emu-a1", "n", "csr", False),
+              (64, 1, "usm", "cpu", "t", "coo", False),
+              (32, 0, "buffer", "cpu", "c", "csr", False),
+              (32, 0, "usm", "emu-a0", "t", "csr", False),
+              (64, 1, "buffer", "emu-a3", "c", "csr", False),
+              (32, 1, "usm", "emu-a6", "n", "coo", False),
+              (64, 0, "buffer", "emu-a2", "c", "coo", False),
+              (64, 1, "buffer", "emu-a4", "n", "csr", False),
+              (32, 0, "usm", "emu-a6", "n", "csr", True),
+              (32, 1, "usm", "emu-a3", "n", "csr", True),
+              (64, 0, "buffer", "emu-a6", "n", "csr", True)]
     configs = [(value,) + setup for value in values for setup in setups]
     failures = 0
-    for value, index, base, memory, device, op, fmt in configs:
+    for value, index, base, memory, device, op, fmt, optimize in configs:
         real = value in "sd"
         alpha = complex(1.5, 0 if real else -0.5)
         beta = complex(-0.5, 0 if real else 0.25)
@@ -65,7 +84,8 @@ def main():
         lengths = np.diff(Ad.indptr)
         bound = 8 * EPS[value] * (lengths + 2) * scale + 1e-30
         try:
-            got, what = run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op)
+            got, what = run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta,
+                            op, optimize)
         except RuntimeError as e:
             print(f"FAIL driver: {e}")
             failures += 1

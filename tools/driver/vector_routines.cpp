@@ -1,5 +1,6 @@
 // Products and solves with one vector: gemv, gemvdot, symv, trmv, trsv.
 #include "arrays.hpp"
+#include "plan_report.hpp"
 #include "routines.hpp"
 
 namespace vrt_driver {
@@ -52,6 +53,7 @@ result run_vector_routine(sycl::queue& q, const options& o, const host_matrix<T,
     else
       done = invoke(model, deps, VRT_DRIVER_ROUTINE(trsv), q, ul, op, dg, h, X(x), X(y));
     done.wait();
+    if (routine == "gemv" && !q.get_device().is_cpu()) report_gemv_plan(h, op);
     return 0;
   });
 

@@ -6,7 +6,6 @@
 
 #include "gpu/mv/csr/first_use_plan.hpp"
 #include "gpu/mv/csr/gemv_operands.hpp"
-#include "gpu/pending.hpp"
 #include "handle/handle.hpp"
 #include "handle/value_types.hpp"
 

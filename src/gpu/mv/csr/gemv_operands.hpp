@@ -34,7 +34,8 @@ using gemv_launcher = sycl::event (*)(sycl::queue& queue, const gemvInternalData
                                       const gemv_operands<T, I, C>& operands,
                                       const std::vector<sycl::event>& deps);
 
-// The launchers of the families that have landed (row_launchers.hpp).
+// The launchers of the families: row_launchers.hpp, subgroup_launchers.hpp, esimd_launcher.hpp,
+// merge_launcher.hpp.
 template <typename T, typename I, containerType C>
 sycl::event gemv_default(sycl::queue& queue, const gemvInternalData& plan,
                          const gemv_operands<T, I, C>& operands,
@@ -47,6 +48,18 @@ template <typename T, typename I, containerType C>
 sycl::event gemv_with_marray(sycl::queue& queue, const gemvInternalData& plan,
                              const gemv_operands<T, I, C>& operands,
                              const std::vector<sycl::event>& deps);
+template <typename T, typename I, containerType C>
+sycl::event gemv_with_subgroup(sycl::queue& queue, const gemvInternalData& plan,
+                               const gemv_operands<T, I, C>& operands,
+                               const std::vector<sycl::event>& deps);
+template <typename T, typename I, containerType C>
+sycl::event gemv_with_esimd(sycl::queue& queue, const gemvInternalData& plan,
+                            const gemv_operands<T, I, C>& operands,
+                            const std::vector<sycl::event>& deps);
+template <typename T, typename I, containerType C>
+sycl::event gemv_merge_based_subgroup(sycl::queue& queue, const gemvInternalData& plan,
+                                      const gemv_operands<T, I, C>& operands,
+                                      const std::vector<sycl::event>& deps);
 
 VRT_NAME_VARIANTS(gemv_default)
 VRT_NAME_VARIANTS(gemv_with_marray)

@@ -1,0 +1,94 @@
+// Row statistics of a CSR matrix for planning: one work-item walks the rows in order and leaves
+// the longest and shortest row and the float sum of squared deviations in shared memory.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include <orvane/vrt/sparse.hpp>
+
+#include "containers/containers.hpp"
+#include "containers/views.hpp"
+#include "handle/gemv_data.hpp"
+
+namespace orvane::vrt::sparse::gpu::csr {
+
+namespace kernels {
+template <typename I, containerType C>
+class optimize_gemv_mat_analysis_kernel;
+}  // namespace kernels
+
+namespace detail {
+// Reads element 0 of a shared container once the work that wrote it is done.
+template <typename T, containerType C>
+T read_shared(void* container) {
+  if constexpr (C == container_usm) {
+    return *static_cast<T*>(container);
+  } else {
+    sycl::host_accessor access(*static_cast<sycl::buffer<T, 1>*>(container), sycl::read_only);
+    return access[0];
+  }
+}
+}  // namespace detail
+
+// Fills max_row_nnz, min_row_nnz, avg_row_nnz, row_nnz_stddev, row_spread_ratio and density of
+// the plan. Returns false when a shared container cannot be allocated (nothing is left behind).
+// Blocks until the statistics are on the host.
+template <typename I, containerType C>
+bool compute_matrix_property_data(sycl::queue& queue, std::int64_t nrows, std::int64_t ncols,
+                                  std::int64_t nnz, container_t<C, I> row_ptr,
+                                  gemvInternalData* plan, const std::vector<sycl::event>& deps) {
+  void* longest = allocate_shared_container<std::int64_t>(1, queue, C);
+  void* shortest = allocate_shared_container<std::int64_t>(1, queue, C);
+  void* squares = allocate_shared_container<float>(1, queue, C);
+  auto release = [&] {
+    if (longest != nullptr) deallocate_container<std::int64_t>(longest, queue, C);
+    if (shortest != nullptr) deallocate_container<std::int64_t>(shortest, queue, C);
+    if (squares != nullptr) deallocate_container<float>(squares, queue, C);
+  };
+  if (longest == nullptr || shortest == nullptr || squares == nullptr) {
+    release();
+    return false;
+  }
+  const float mean = static_cast<float>(nnz) / static_cast<float>(nrows);
+  queue
+      .submit([&](sycl::handler& h) {
+        depend_on<C>(h, deps);
+        auto rp = bind(h, row_ptr, sycl::read_only);
+        auto mx = bind(h, as_container<C, std::int64_t>(longest), sycl::write_only);
+        auto mn = bind(h, as_container<C, std::int64_t>(shortest), sycl::write_only);
+        auto sq = bind(h, as_container<C, float>(squares), sycl::write_only);
+        h.single_task<kernels::optimize_gemv_mat_analysis_kernel<I, C>>([=]() {
+          const I* ptr = raw(rp);
+          std::int64_t lo = ncols + 1, hi = 0;
+          float sumsq = 0.0f;
+          for (std::int64_t i = 1; i <= nrows; ++i) {
+            const auto len = static_cast<std::int64_t>(ptr[i] - ptr[i - 1]);
+            lo = len < lo ? len : lo;
+            hi = len > hi ? len : hi;
+            const float d = static_cast<float>(len) - mean;
+            sumsq += d * d;
+          }
+          raw(mx)[0] = hi;
+          raw(mn)[0] = lo;
+          raw(sq)[0] = sumsq;
+        });
+      })
+      .wait();
+  plan->max_row_nnz = detail::read_shared<std::int64_t, C>(longest);
+  plan->min_row_nnz = detail::read_shared<std::int64_t, C>(shortest);
+  const float sumsq = detail::read_shared<float, C>(squares);
+  plan->avg_row_nnz = static_cast<double>(mean);
+  plan->row_nnz_stddev = std::sqrt(static_cast<double>(sumsq) / static_cast<double>(nrows));
+  plan->row_spread_ratio =
+      static_cast<double>(plan->max_row_nnz - plan->min_row_nnz) / static_cast<double>(ncols);
+  plan->density = static_cast<double>(nnz) /
+                  (static_cast<double>(ncols) * static_cast<double>(nrows));
+  release();
+  return true;
+}
+
+}  // namespace orvane::vrt::sparse::gpu::csr

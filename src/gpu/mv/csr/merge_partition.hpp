@@ -1,0 +1,77 @@
+// The merge-path partition: where each of P equal parts of the path of nnz + nrows steps (one
+// per non-zero, one per row end) begins, found by a binary search on its diagonal.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include "containers/views.hpp"
+#include "handle/gemv_data.hpp"
+
+namespace orvane::vrt::sparse::gpu::csr {
+
+namespace kernels {
+template <typename I, containerType C>
+class optimize_gemv_find_merge_path_kernel;
+
+// Border b = p + 1 of part p. A tie sends the step to the row end: a row end counts before the
+// non-zero that follows it on the diagonal.
+template <typename I>
+void find_merge_path_border(std::int64_t p, std::int64_t q, std::int64_t r, std::int64_t nrows,
+                            std::int64_t nnz, const I* row_ptr, I index, I* partition_rows,
+                            I* partition_nnz) {
+  const std::int64_t b = p + 1;
+  const std::int64_t diag = b * q + (b < r ? b : r);
+  std::int64_t lo = diag - nnz > 0 ? diag - nnz : 0;
+  std::int64_t hi = diag < nrows ? diag : nrows;
+  while (lo < hi) {
+    const std::int64_t mid = (lo + hi) >> 1;
+    if (static_cast<std::int64_t>(row_ptr[mid + 1] - index) > diag - mid - 1)
+      hi = mid;
+    else
+      lo = mid + 1;
+  }
+  if (p == 0) {
+    partition_rows[0] = 0;
+    partition_nnz[0] = 0;
+  }
+  partition_rows[b] = static_cast<I>(lo < nrows ? lo : nrows);
+  partition_nnz[b] = static_cast<I>(diag - lo);
+}
+}  // namespace kernels
+
+// The sizes the partition is cut from.
+struct merge_path_sizes {
+  std::int64_t nrows;
+  std::int64_t ncols;
+  std::int64_t nnz;
+};
+
+// Fills the plan's partition_rows and partition_nnz (P + 1 each); P is plan->num_partitions.
+template <typename I, containerType C>
+sycl::event prepare_merge_path_mv_opt(sycl::queue& queue, const merge_path_sizes& sizes,
+                                      container_t<C, I> row_ptr, I index,
+                                      gemvInternalData* plan,
+                                      const std::vector<sycl::event>& deps) {
+  const auto parts = static_cast<std::int64_t>(plan->num_partitions);
+  const std::int64_t total = sizes.nnz + sizes.nrows;
+  const std::int64_t q = total / parts, r = total % parts;
+  const std::int64_t nrows = sizes.nrows, nnz = sizes.nnz;
+  auto rows_out = as_container<C, I>(plan->partition_rows);
+  auto nnz_out = as_container<C, I>(plan->partition_nnz);
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto rp = bind(h, row_ptr, sycl::read_only);
+    auto pr = bind(h, rows_out, sycl::write_only);
+    auto pn = bind(h, nnz_out, sycl::write_only);
+    h.parallel_for<kernels::optimize_gemv_find_merge_path_kernel<I, C>>(
+        sycl::range<1>(static_cast<std::size_t>(parts)), [=](sycl::id<1> p) {
+          kernels::find_merge_path_border<I>(static_cast<std::int64_t>(p[0]), q, r, nrows, nnz,
+                                             raw(rp), index, raw(pr), raw(pn));
+        });
+  });
+}
+
+}  // namespace orvane::vrt::sparse::gpu::csr

@@ -1,0 +1,113 @@
+// Launcher of the sub-group family: one sub-group per row, or per bundle of rows when the matrix
+// has more rows than the device has hardware threads to give each its own sub-group.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include <orvane/vrt/sparse.hpp>
+
+#include "gpu/mv/csr/gemv_operands.hpp"
+#include "gpu/mv/csr/sub_group_support.hpp"
+#include "gpu/mv/csr/subgroup_kernels.hpp"
+
+namespace orvane::vrt::sparse::gpu::csr {
+
+namespace kernels {
+template <typename T, typename I, containerType C>
+class gemv_subgroup_single_row_csr_kernel;
+template <typename T, typename I, containerType C>
+class gemv_subgroup_row_bundle_csr_kernel;
+}  // namespace kernels
+
+namespace detail {
+
+// The sub-group sizes a plan may name; anything but the narrow one selects the wide one.
+inline constexpr int narrow_sub_group = 16;
+inline constexpr int wide_sub_group = 32;
+// Sub-groups per work-group of the single-row kernel.
+inline constexpr std::int32_t single_row_groups_small = 4;
+inline constexpr std::int32_t single_row_groups_large = 8;
+// The work-group sizes (in sub-groups) the bundle kernel accepts after halving.
+inline constexpr std::int32_t max_bundle_groups = 8;
+
+enum class sub_group_body { single_row, row_bundle };
+
+template <sub_group_body B, int SG, typename T, typename I, containerType C>
+sycl::event submit_sub_group_kernel(sycl::queue& queue, std::size_t items, std::size_t groups,
+                                    const gemv_operands<T, I, C>& op,
+                                    const std::vector<sycl::event>& deps) {
+  using tag = std::conditional_t<B == sub_group_body::single_row,
+                                 kernels::gemv_subgroup_single_row_csr_kernel<T, I, C>,
+                                 kernels::gemv_subgroup_row_bundle_csr_kernel<T, I, C>>;
+  using name = portable::sub_group_kernel<tag, SG>;
+  const auto nrows = static_cast<std::size_t>(op.nrows);
+  const sycl::nd_range<2> grid({items, SG}, {groups, SG});
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto rp = bind(h, op.row_ptr, sycl::read_only);
+    auto ci = bind(h, op.col_ind, sycl::read_only);
+    auto va = bind(h, op.values, sycl::read_only);
+    auto xv = bind(h, op.x, sycl::read_only);
+    auto yv = bind(h, op.y, sycl::read_write);
+    const I index = op.index;
+    const T alpha = op.alpha, beta = op.beta;
+    const bool conj = op.conj;
+    h.parallel_for<name>(grid, [=](sycl::nd_item<2> item) [[sycl::reqd_sub_group_size(SG)]] {
+      const sycl::sub_group sg = item.get_sub_group();
+      const std::size_t id = item.get_global_id(0);
+      if constexpr (B == sub_group_body::single_row) {
+        if (id >= nrows) return;
+        kernels::gemv_subgroup_single_row<SG, T, I>(sg, id, raw(rp), raw(ci), raw(va), raw(xv),
+                                                    raw(yv), index, alpha, beta, conj);
+      } else {
+        kernels::gemv_subgroup_row_bundle<SG, T, I>(sg, id, nrows, raw(rp), raw(ci), raw(va),
+                                                    raw(xv), raw(yv), index, alpha, beta, conj);
+      }
+    });
+  });
+}
+
+template <int SG, typename T, typename I, containerType C>
+sycl::event launch_sub_group(sycl::queue& queue, const gemvInternalData& plan,
+                             const gemv_operands<T, I, C>& op,
+                             const std::vector<sycl::event>& deps) {
+  require_sub_group_size(queue, SG, "gemv");
+  const auto nrows = static_cast<std::size_t>(op.nrows);
+  const auto threads = static_cast<std::int64_t>(plan.device_data->hw_thread_count);
+  std::int32_t g = plan.group_param;
+  if (op.nrows > (threads - 1) * SG) {
+    const std::size_t bundles = (nrows + SG - 1) / SG;
+    // Work-groups must divide the bundles; the shrunk size is this launch's alone.
+    while (g > 0 && bundles % static_cast<std::size_t>(g) != 0) g >>= 1;
+    if (g < 1 || g > max_bundle_groups || (g & (g - 1)) != 0)
+      throw computation_error("sparse", "gemv csr", "internal error");
+    return submit_sub_group_kernel<sub_group_body::row_bundle, SG, T, I, C>(
+        queue, bundles, static_cast<std::size_t>(g), op, deps);
+  }
+  if (g != single_row_groups_small && g != single_row_groups_large)
+    throw computation_error("sparse", "gemv csr", "internal error");
+  const auto groups = static_cast<std::size_t>(g);
+  return submit_sub_group_kernel<sub_group_body::single_row, SG, T, I, C>(
+      queue, (nrows + groups - 1) / groups * groups, groups, op, deps);
+}
+
+}  // namespace detail
+
+template <typename T, typename I, containerType C>
+sycl::event gemv_with_subgroup(sycl::queue& queue, const gemvInternalData& plan,
+                               const gemv_operands<T, I, C>& op,
+                               const std::vector<sycl::event>& deps) {
+  if (plan.vector_param == detail::narrow_sub_group)
+    return detail::launch_sub_group<detail::narrow_sub_group, T, I, C>(queue, plan, op, deps);
+  return detail::launch_sub_group<detail::wide_sub_group, T, I, C>(queue, plan, op, deps);
+}
+
+}  // namespace orvane::vrt::sparse::gpu::csr
+
+#define VRT_INSTANTIATE_CSR_SUBGROUP_LAUNCHER(T, I, C)                                     \
+  template sycl::event orvane::vrt::sparse::gpu::csr::gemv_with_subgroup<T, I, C>(         \
+      sycl::queue&, const orvane::vrt::sparse::gemvInternalData&,                          \
+      const orvane::vrt::sparse::gpu::csr::gemv_operands<T, I, C>&,                        \
+      const std::vector<sycl::event>&);

@@ -1,0 +1,348 @@
+// Every CSR kernel family of gemv against the reference product: on first use on every
+// profile, after optimize_gemv, and under plans set by hand for the sub-group, explicit-SIMD and
+// merge-path grids; both bases, USM and buffers; the launchers' refusals.
+#include <gtest/gtest.h>
+#include <hostsycl/hostsycl.hpp>
+
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "gpu/mv/csr/sub_group_support.hpp"
+#include "handle/gemv_data.hpp"
+#include "handle/handle.hpp"
+#include "support/gemv_runner.hpp"
+#include "support/shaped_matrices.hpp"
+#include "support/test_helpers.hpp"
+
+namespace vrt = orvane::vrt;
+namespace vs = orvane::vrt::sparse;
+using vrt_test::csr_matrix;
+using vrt_test::memory;
+
+namespace {
+
+struct forced_plan {
+  int kind, group, vector;
+};
+
+template <typename T>
+std::vector<T> random_vector(std::int64_t n, unsigned seed) {
+  std::mt19937 rng(seed);
+  std::vector<T> v(static_cast<std::size_t>(n));
+  for (auto& e : v) e = vrt_test::random_value<T>(rng);
+  return v;
+}
+
+// Runs the product on `profile` with the plan given (or the one the library makes, after
+// optimize_gemv when asked) and compares with the reference. y starts as NaN when beta is zero.
+template <typename T, typename I>
+void check(const char* profile, const csr_matrix<T, I>& A, const forced_plan* plan,
+           bool optimize, memory model, T alpha, T beta, const std::string& what,
+           int expected_kind = 0) {
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  const auto x = random_vector<T>(A.ncols, 7);
+  auto y0 = random_vector<T>(A.nrows, 11);
+  if (beta == T(0))
+    for (auto& v : y0) v = T(std::numeric_limits<vrt_test::real_t<T>>::quiet_NaN());
+  const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, alpha, x, beta, y0);
+  const auto scale = vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0);
+  vrt_test::gemv_run_options o;
+  o.model = model;
+  o.optimize = optimize;
+  if (plan != nullptr)
+    o.planned = [&](vs::matrix_handle* h) {
+      vs::sparseStructure* s = h->primary;
+      if (s->gemv_data == nullptr) vs::initGemvInternalData(&s->gemv_data);
+      vs::cache_gemv_internals(q, s->gemv_data);
+      s->gemv_data->kernel_kind = plan->kind;
+      s->gemv_data->group_param = plan->group;
+      s->gemv_data->vector_param = plan->vector;
+    };
+  if (expected_kind != 0)
+    o.done = [&](vs::matrix_handle* h) {
+      EXPECT_EQ(h->primary->gemv_data->kernel_kind, expected_kind) << what << " on " << profile;
+    };
+  const auto got = vrt_test::run_gemv_with(q, A, alpha, x, beta, y0, o);
+  vrt_test::expect_near_vectors(got, want, scale,
+                                what + " on " + profile + " (" + vrt_test::memory_name(model) +
+                                    ", base " + std::to_string(A.base) + ")");
+}
+
+// Rows shorter than, equal to, and longer than both sub-group widths; empty rows inside and
+// at the end.
+std::vector<std::int64_t> mixed_lengths(std::size_t repeat) {
+  const std::int64_t pattern[] = {0, 1, 15, 16, 17, 31, 32, 33, 64, 0, 5, 100, 47, 0};
+  std::vector<std::int64_t> out;
+  for (std::size_t k = 0; k < repeat; ++k)
+    out.insert(out.end(), std::begin(pattern), std::end(pattern));
+  out.push_back(3);
+  out.push_back(0);
+  out.push_back(0);
+  return out;
+}
+
+constexpr const char* every_profile[] = {"emu-a0", "emu-a1", "emu-a2", "emu-a3",
+                                         "emu-a4", "emu-a5", "emu-a6", "emu-a1-nofp64"};
+
+template <typename T>
+bool profile_runs(const char* profile) {
+  const bool double_precision =
+      std::is_same_v<T, double> || std::is_same_v<T, std::complex<double>>;
+  return !double_precision || hostsycl::emulated_gpu(profile).has(sycl::aspect::fp64);
+}
+
+template <typename V>
+class GemvFamilies : public ::testing::Test {};
+TYPED_TEST_SUITE(GemvFamilies, vrt_test::all_variants);
+
+// The first-use plan of each profile, and the plan optimize_gemv makes, in both bases.
+TYPED_TEST(GemvFamilies, FirstUseAndOptimizedOnEveryProfile) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  for (int base : {0, 1}) {
+    const auto A = vrt_test::shaped_csr<T, I>(mixed_lengths(2), 211, 3, base);
+    for (const char* profile : every_profile) {
+      if (!profile_runs<T>(profile)) continue;
+      for (bool optimize : {false, true})
+        for (memory m : {memory::usm, memory::buffer})
+          check<T, I>(profile, A, nullptr, optimize, m, T(1.5), base ? T(0) : T(-0.5),
+                      optimize ? "optimized" : "first use");
+    }
+  }
+}
+
+// Single-row kernels on every grid point, both bases.
+TYPED_TEST(GemvFamilies, SubGroupSingleRowGrid) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  for (int base : {0, 1}) {
+    const auto A = vrt_test::shaped_csr<T, I>(mixed_lengths(3), 211, 4, base);
+    for (const forced_plan plan : {forced_plan{3, 4, 16}, forced_plan{3, 4, 32},
+                                   forced_plan{3, 8, 16}, forced_plan{3, 8, 32}}) {
+      const std::string what = "sub-group " + std::to_string(plan.group) + "x" +
+                               std::to_string(plan.vector);
+      check<T, I>("emu-a6", A, &plan, false, memory::usm, T(2), T(0.5), what, 3);
+      check<T, I>("emu-a4", A, &plan, false, memory::buffer, T(-1), T(0), what, 3);
+    }
+  }
+}
+
+// Bundles: emu-a1 has 24 * 7 = 168 hardware threads, so 167 * 16 = 2672 rows still take a
+// sub-group each and one row more takes bundles; 2689 rows make 169 bundles (odd: the
+// work-group falls to one sub-group) with a last bundle of one row.
+TYPED_TEST(GemvFamilies, SubGroupRowBundles) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const forced_plan narrow{3, 8, 16}, wide{3, 8, 32}, four{3, 4, 16};
+  for (std::int64_t nrows : {2672, 2673, 2689, 2700}) {
+    std::vector<std::int64_t> lengths(static_cast<std::size_t>(nrows));
+    for (std::size_t r = 0; r < lengths.size(); ++r) lengths[r] = static_cast<std::int64_t>(r % 37);
+    lengths.back() = 0;
+    const auto A = vrt_test::shaped_csr<T, I>(lengths, 101, 5, nrows % 2 ? 1 : 0);
+    const std::string what = "bundles, " + std::to_string(nrows) + " rows";
+    check<T, I>("emu-a1", A, &narrow, false, memory::usm, T(1), T(2), what);
+    check<T, I>("emu-a1", A, &four, false, memory::buffer, T(1), T(0), what);
+    check<T, I>("emu-a1", A, &wide, false, memory::shared, T(1), T(0), what + " (32 wide)");
+  }
+  // 32 wide: 167 * 32 = 5344 rows single, 5345 bundles (168 bundles).
+  for (std::int64_t nrows : {5344, 5345}) {
+    const auto A = vrt_test::uniform_csr<T, I>(nrows, 3, 101, 6);
+    check<T, I>("emu-a1", A, &wide, false, memory::usm, T(1), T(-1),
+                "32-wide bundles, " + std::to_string(nrows) + " rows");
+  }
+}
+
+TYPED_TEST(GemvFamilies, ExplicitSimdGrid) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  if constexpr (vrt_test::is_complex<T>) {
+    // Rewritten to the sub-group kernel with 8 sub-groups of 16 on code 6.
+    const auto A = vrt_test::shaped_csr<T, I>(mixed_lengths(1), 211, 7);
+    const forced_plan esimd{4, 8, 32};
+    sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+    vrt_test::gemv_run_options o;
+    o.planned = [&](vs::matrix_handle* h) {
+      vs::sparseStructure* s = h->primary;
+      vs::initGemvInternalData(&s->gemv_data);
+      vs::cache_gemv_internals(q, s->gemv_data);
+      s->gemv_data->kernel_kind = esimd.kind;
+      s->gemv_data->group_param = esimd.group;
+      s->gemv_data->vector_param = esimd.vector;
+    };
+    o.done = [&](vs::matrix_handle* h) {
+      const vs::gemvInternalData* p = h->primary->gemv_data;
+      EXPECT_EQ(p->kernel_kind, 3);
+      EXPECT_EQ(p->group_param, 8);
+      EXPECT_EQ(p->vector_param, 16);
+    };
+    const auto x = random_vector<T>(211, 1);
+    const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(0), std::vector<T>(A.nrows), o);
+    const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(0),
+                                               std::vector<T>(A.nrows));
+    vrt_test::expect_near_vectors(got, want,
+                                  vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x,
+                                                        T(0), std::vector<T>(A.nrows)),
+                                  "complex explicit-SIMD plan");
+  } else {
+    for (int base : {0, 1}) {
+      // 47 rows: not a multiple of 4 or 8, so the last thread owns a partial set.
+      auto lengths = mixed_lengths(3);
+      lengths.resize(47);
+      const auto A = vrt_test::shaped_csr<T, I>(lengths, 211, 8, base);
+      const forced_plan plan{4, 8, 32};
+      for (const char* profile : {"emu-a5", "emu-a6"}) {
+        check<T, I>(profile, A, &plan, false, memory::usm, T(3), T(0), "explicit SIMD", 4);
+        check<T, I>(profile, A, &plan, false, memory::buffer, T(1), T(0.25), "explicit SIMD", 4);
+      }
+    }
+  }
+}
+
+// A matrix whose lengths spread widely takes the merge path on code 6.
+template <typename T, typename I>
+csr_matrix<T, I> spread_matrix(int base, std::int64_t long_length) {
+  std::vector<std::int64_t> lengths(500, 2);
+  lengths[7] = long_length;        // one row across several parts
+  for (std::size_t i = 100; i < 120; ++i) lengths[i] = 0;  // empty rows inside
+  for (std::size_t i = 480; i < 500; ++i) lengths[i] = 0;  // and at the end
+  return vrt_test::shaped_csr<T, I>(lengths, 20011, 9, base);
+}
+
+TYPED_TEST(GemvFamilies, MergePathAfterOptimize) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  for (int base : {0, 1}) {
+    const auto A = spread_matrix<T, I>(base, 20000);
+    for (memory m : {memory::usm, memory::shared, memory::host_y, memory::buffer}) {
+      check<T, I>("emu-a6", A, nullptr, true, m, T(1.25), T(0.5), "merge path", 5);
+      check<T, I>("emu-a6", A, nullptr, true, m, T(-1), T(0), "merge path, beta 0", 5);
+    }
+  }
+  // total (= nnz + nrows) below the part count.
+  const auto small = spread_matrix<T, I>(0, 400);
+  check<T, I>("emu-a6", small, nullptr, true, memory::usm, T(1), T(1), "merge path, few steps",
+              5);
+  check<T, I>("emu-a6", small, nullptr, true, memory::host_y, T(1), T(1),
+              "merge path, few steps", 5);
+}
+
+// Two products in a row share the carry arrays.
+TYPED_TEST(GemvFamilies, MergePathTwice) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = spread_matrix<T, I>(0, 5000);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  const auto x = random_vector<T>(A.ncols, 3);
+  const auto y0 = random_vector<T>(A.nrows, 4);
+  const auto once = vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(1), y0);
+  const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(1), once);
+  for (memory m : {memory::usm, memory::buffer}) {
+    vrt_test::gemv_run_options o;
+    o.model = m;
+    o.optimize = true;
+    o.products = 2;
+    const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(1), y0, o);
+    vrt_test::expect_near_vectors(
+        got, want, vrt_test::error_scale(A, vrt::transpose::nontrans, T(2), x, T(1), once),
+        "two merge products");
+  }
+}
+
+// ---- behaviour at the edges, and refusals ---------------------------------------------------
+
+template <typename T>
+std::vector<T> tiny_product(const char* profile, forced_plan plan, T alpha, T beta, T value,
+                            T y0) {
+  csr_matrix<T, std::int32_t> A;
+  A.nrows = A.ncols = 2;
+  A.row_ptr = {0, 1, 2};
+  A.col_ind = {0, 1};
+  A.values = {value, value};
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  vrt_test::gemv_run_options o;
+  o.planned = [&](vs::matrix_handle* h) {
+    vs::sparseStructure* s = h->primary;
+    vs::initGemvInternalData(&s->gemv_data);
+    vs::cache_gemv_internals(q, s->gemv_data);
+    s->gemv_data->kernel_kind = plan.kind;
+    s->gemv_data->group_param = plan.group;
+    s->gemv_data->vector_param = plan.vector;
+  };
+  return vrt_test::run_gemv_with(q, A, alpha, std::vector<T>(2, T(1)), beta,
+                                 std::vector<T>(2, y0), o);
+}
+
+TEST(GemvFamilyEdges, ZeroAlphaStillReadsTheRowAndZeroBetaClearsNaN) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const forced_plan plan : {forced_plan{3, 8, 16}, forced_plan{3, 4, 32},
+                                 forced_plan{4, 8, 32}}) {
+    EXPECT_TRUE(std::isnan(tiny_product<double>("emu-a6", plan, 0.0, 2.0, inf, 3.0)[0]));
+    EXPECT_EQ(tiny_product<double>("emu-a6", plan, 1.0, 0.0, 2.0, nan)[1], 2.0);
+  }
+  using Z = std::complex<double>;
+  EXPECT_TRUE(std::isnan(tiny_product<Z>("emu-a3", {3, 8, 16}, Z(0), Z(2), Z(inf), Z(3))[0].real()));
+  EXPECT_EQ((tiny_product<Z>("emu-a3", {3, 8, 16}, Z(1), Z(0), Z(0, 2), Z(nan, nan))[0]), Z(0, 2));
+}
+
+template <typename T>
+void expect_launch_refused(const char* profile, forced_plan plan, const std::string& message) {
+  csr_matrix<T, std::int32_t> A;
+  A.nrows = A.ncols = 1;
+  A.row_ptr = {0, 1};
+  A.col_ind = {0};
+  A.values = {T(1)};
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  vrt_test::gemv_run_options o;
+  o.planned = [&](vs::matrix_handle* h) {
+    vs::sparseStructure* s = h->primary;
+    vs::initGemvInternalData(&s->gemv_data);
+    vs::cache_gemv_internals(q, s->gemv_data);
+    s->gemv_data->kernel_kind = plan.kind;
+    s->gemv_data->group_param = plan.group;
+    s->gemv_data->vector_param = plan.vector;
+    T* y = sycl::malloc_shared<T>(1, q);
+    vrt_test::expect_message<vrt::computation_error>(
+        [&] { vs::gemv(q, vrt::transpose::nontrans, T(1), h, y, T(0), y).wait(); }, message);
+    sycl::free(y, q);
+    s->gemv_data->kernel_kind = 1;  // let the runner's own product run
+    s->gemv_data->group_param = 64;
+    s->gemv_data->vector_param = 4;
+  };
+  vrt_test::run_gemv_with(q, A, T(1), std::vector<T>(1, T(1)), T(0), std::vector<T>(1), o);
+}
+
+TEST(GemvFamilyEdges, LaunchersRefuseOutsideTheirGrids) {
+  const std::string internal = "orvane::vrt::sparse::gemv csr: computation error: internal error";
+  // Explicit SIMD below code 5, with a width other than 32, with rows other than 8 (the only
+  // count a plan names).
+  expect_launch_refused<double>("emu-a4", {4, 8, 32}, internal);
+  expect_launch_refused<float>("emu-a6", {4, 8, 16}, internal);
+  expect_launch_refused<float>("emu-a5", {4, 4, 32}, internal);
+  expect_launch_refused<double>("emu-a5", {4, 2, 32}, internal);
+  // Single-row sub-group kernels take 4 or 8 sub-groups.
+  expect_launch_refused<double>("emu-a6", {3, 2, 16}, internal);
+  expect_launch_refused<float>("emu-a6", {3, 16, 32}, internal);
+  // Merge path: 32 wide, 4 or 8 sub-groups.
+  expect_launch_refused<double>("emu-a6", {5, 4, 16}, internal);
+  expect_launch_refused<double>("emu-a6", {5, 2, 32}, internal);
+}
+
+// The runtime refuses a kernel whose sub-group size the device lacks; launchers ask first.
+TEST(GemvFamilyEdges, SubGroupSizeIsCheckedAgainstTheDevice) {
+  const sycl::device a6 = hostsycl::emulated_gpu("emu-a6");
+  EXPECT_FALSE(vs::gpu::supports_sub_group_size(a6, 8));
+  EXPECT_TRUE(vs::gpu::supports_sub_group_size(a6, 16));
+  EXPECT_TRUE(vs::gpu::supports_sub_group_size(a6, 32));
+  const sycl::queue q{a6};
+  vrt_test::expect_message<vrt::unsupported_device>(
+      [&] { vs::gpu::require_sub_group_size(q, 8, "gemv"); },
+      "orvane::vrt::sparse::gemv: unsupported device: " +
+          a6.get_info<sycl::info::device::name>());
+}
+
+}  // namespace
