@@ -42,13 +42,6 @@ sycl::event trsm_impl(sycl::queue&, layout, transpose, transpose, uplo, diag, T,
 }
 
 template <typename T, typename I, containerType C>
-sycl::event gemm_impl(sycl::queue&, layout, transpose, transpose, T, matrix_handle*,
-                      container_t<C, T>, std::int64_t, std::int64_t, T, container_t<C, T>,
-                      std::int64_t, const event_list&) {
-  throw unimplemented("sparse", "gemm");
-}
-
-template <typename T, typename I, containerType C>
 sycl::event optimize_gemv_impl(sycl::queue&, transpose, matrix_handle*, const event_list&) {
   throw unimplemented("sparse", "optimize_gemv");
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
-on the CPU device in several variants (value types, index widths, bases, memory models,
+on the CPU device (gemm also on two emulated GPU profiles) in several variants (value types, index widths, bases, memory models,
 formats, operations, triangles, diagonals, layouts, column counts, with and without optimize)
 and compares each result with SciPy/NumPy on the same matrix and the same deterministic inputs.
 
@@ -286,6 +286,13 @@ def plan(A, matrix, selection_file):
     products = [("n", "n"), ("t", "n"), ("n", "c")] if square else [("t", "n"), ("n", "t")]
     if A.nnz > LARGE_MATRIX:
         runs = runs[::2]
+    # gemm on GPU profiles: column-major explicit SIMD with staging on code 6, and sub-group
+    # blocks with leftover columns on code 3 (left out for large matrices to keep time small).
+    runs.append(("gemm", {"--layout": "col", "--columns": "9", "--op": "n", "--ld-pad": "1",
+                          "--device": "emu-a6"}))
+    if A.nnz <= LARGE_MATRIX:
+        runs.append(("gemm", {"--layout": "row", "--columns": "33", "--op": "t", "beta": 0,
+                              "--device": "emu-a3"}))
     P = pattern(A)
     first = P @ P if square else P.T @ P
     if first.nnz > LARGE_PRODUCT:
@@ -305,6 +312,9 @@ def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
     index, base, memory, fmt = setup
     real = value in "sd"
     fmt = opts.pop("--format", fmt)
+    device = opts.pop("--device", "cpu")
+    if device != "cpu":
+        fmt = "csr"  # the device gemm serves CSR matrices
     # The CPU device reads COO dense operands in only two base and layout pairs, and plans
     # solves of CSR matrices only.
     if routine in ("trsm", "gemm") and (base, opts["--layout"]) not in ((0, "row"), (1, "col")):
@@ -315,7 +325,7 @@ def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
     beta = complex(-0.5, 0 if real else 0.25) if opts.pop("beta", None) is None else 0j
     solve = routine in ("trsv", "trsm")
     opts = dict(opts, alpha=alpha, beta=beta, matrix=matrix)
-    args = ["--matrix", matrix, "--routine", routine, "--device", "cpu", "--value", value,
+    args = ["--matrix", matrix, "--routine", routine, "--device", device, "--value", value,
             "--index", str(index), "--base", str(base), "--memory", memory, "--format", fmt]
     for key, val in opts.items():
         if key in ("alpha", "beta", "matrix"):
