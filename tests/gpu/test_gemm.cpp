@@ -322,6 +322,45 @@ TYPED_TEST(Gemm, StagingFailureFallsBackToTheUnstagedKernels) {
   }
 }
 
+// On code 6 the path shows in the plan's staging of column-major operands: up to 127 columns
+// the explicit-SIMD path stages B and C, at 128 the sub-groups stage B alone, and at 129 the
+// leftover column goes to the explicit-SIMD path again. Complex values never take it.
+TYPED_TEST(Gemm, ColumnMajorStagingShowsThePathOnCode6) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = vrt_test::random_csr<T, I>(24, 20, 6, 39);
+  const auto size = static_cast<std::int64_t>(sizeof(T));
+  const double density = static_cast<double>(A.nnz()) / static_cast<double>(A.nrows * A.ncols);
+  for (std::int64_t columns : {1, 127, 128, 129}) {
+    call_hooks hooks;
+    hooks.inspect = [&](vs::matrix_handle* h) {
+      const vs::gemmInternalData* plan = h->primary->gemm_data;
+      ASSERT_NE(plan, nullptr);
+      // Complex values plan with density 0.
+      const double planned = vrt_test::is_complex<T> ? 0.0 : density;
+      const auto p = gp::plan_subgroup(6, planned, columns, 1024, double_precision<T>);
+      if (!vrt_test::is_complex<T> && columns <= 127) {
+        EXPECT_EQ(plan->b_tmp_bytes, A.ncols * columns * size) << columns;
+        EXPECT_EQ(plan->c_tmp_bytes, A.nrows * columns * size) << columns;
+        return;
+      }
+      if (columns >= p.limit) {
+        EXPECT_EQ(plan->b_tmp_bytes, A.ncols * p.block * size) << columns;
+      } else {
+        EXPECT_EQ(plan->b_tmp, nullptr) << columns;
+      }
+      if (!vrt_test::is_complex<T> && p.rest > 0) {
+        EXPECT_EQ(plan->c_tmp_bytes, A.nrows * p.rest * size) << columns;
+      } else {
+        EXPECT_EQ(plan->c_tmp, nullptr) << columns;
+      }
+    };
+    check_case<T, I>(A, {"emu-a6", model::usm, layout::col_major, transpose::nontrans, columns, 0},
+                     T(1), T(1), hooks);
+    if (::testing::Test::HasFatalFailure()) return;
+  }
+}
+
 // b_tmp grows when a call needs more, and stays when a later call needs less.
 TYPED_TEST(Gemm, StagingGrowsAndStays) {
   using T = typename TypeParam::value;
