@@ -29,13 +29,6 @@ sycl::event trsm_impl(sycl::queue&, layout, transpose, transpose, uplo, diag, T,
 }
 
 template <typename T, typename I, containerType C>
-sycl::event gemm_impl(sycl::queue&, layout, transpose, transpose, T, matrix_handle*,
-                      container_t<C, T>, std::int64_t, std::int64_t, T, container_t<C, T>,
-                      std::int64_t, const event_list&) {
-  throw unimplemented("sparse", "gemm");
-}
-
-template <typename T, typename I, containerType C>
 sycl::event optimize_trmv_impl(sycl::queue&, uplo, transpose, diag, matrix_handle*,
                                const event_list&) {
   throw unimplemented("sparse", "optimize_trmv");
@@ -65,6 +58,5 @@ sycl::event matmat_impl(sycl::queue&, matrix_handle*, matrix_handle*, matrix_han
                         container_t<C, std::uint8_t>, const event_list&) {
   throw unimplemented("sparse", "matmat");
 }
-
 
 }  // namespace orvane::vrt::sparse::gpu

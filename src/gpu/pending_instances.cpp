@@ -16,10 +16,6 @@
                                           diag, T, matrix_handle*, container_t<C, T>,            \
                                           std::int64_t, std::int64_t, container_t<C, T>,         \
                                           std::int64_t, const event_list&);                      \
-  template sycl::event gemm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, T,         \
-                                          matrix_handle*, container_t<C, T>, std::int64_t,       \
-                                          std::int64_t, T, container_t<C, T>, std::int64_t,      \
-                                          const event_list&);                                    \
   template sycl::event optimize_trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \
                                                    matrix_handle*, const event_list&);           \
   template sycl::event optimize_trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \

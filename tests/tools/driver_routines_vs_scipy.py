@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
-on the CPU device (and gemvdot and symv on emulated GPUs too) in several variants (value types, index widths, bases, memory models,
+on the CPU device (gemvdot, symv and gemm on emulated GPUs too) in several variants (value types, index widths, bases, memory models,
 formats, operations, triangles, diagonals, layouts, column counts, with and without optimize)
 and compares each result with SciPy/NumPy on the same matrix and the same deterministic inputs.
 
@@ -293,6 +293,13 @@ def plan(A, matrix, selection_file):
         print(f"skipped {len(runs) - len(runs[::2])} of {len(runs)} vector and dense variants: "
               f"{A.nnz} entries")
         runs = runs[::2]
+    # gemm on GPU profiles: column-major explicit SIMD with staging on code 6, and sub-group
+    # blocks with leftover columns on code 3 (left out for large matrices to keep time small).
+    runs.append(("gemm", {"--layout": "col", "--columns": "9", "--op": "n", "--ld-pad": "1",
+                          "--device": "emu-a6"}))
+    if A.nnz <= LARGE_MATRIX:
+        runs.append(("gemm", {"--layout": "row", "--columns": "33", "--op": "t", "beta": 0,
+                              "--device": "emu-a3"}))
     P = pattern(A)
     first = P @ P if square else P.T @ P
     if first.nnz > LARGE_PRODUCT:
@@ -318,7 +325,7 @@ def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
     fmt = opts.pop("--format", fmt)
     device = opts.pop("--device", "cpu")
     if device != "cpu":
-        fmt = "csr"
+        fmt = "csr"  # the device gemm serves CSR matrices
     # The CPU device reads COO dense operands in only two base and layout pairs, and plans
     # solves of CSR matrices only.
     if routine in ("trsm", "gemm") and (base, opts["--layout"]) not in ((0, "row"), (1, "col")):

@@ -1,0 +1,239 @@
+// The explicit-SIMD gemm path (real values): a work-item is a thread working on whole column
+// tiles of `W` values, taking its rows from a counter in work-group local memory. Column-major
+// operands are staged row-major in b_tmp and c_tmp; without staging the element-wise kernel
+// does all the work.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include <orvane/vrt/sparse.hpp>
+
+#include "common/portability.hpp"
+#include "gpu/gemm/element_kernels.hpp"
+#include "gpu/gemm/plan.hpp"
+#include "gpu/gemm/staging.hpp"
+#include "handle/handle.hpp"
+#include "handle/value_types.hpp"
+
+namespace orvane::vrt::sparse::gpu::gemm {
+
+// Row streams (threads) of one work-group, and the sparse entries one run loads at once.
+inline constexpr std::size_t esimd_streams_per_group = 16;
+inline constexpr int esimd_run = 16;
+// The row counter's slot in local memory: 64 bytes, so slots of neighbouring slices never share
+// a line.
+inline constexpr std::size_t counter_slot_words = 64 / sizeof(std::uint32_t);
+
+namespace kernels {
+template <typename T, typename I, containerType C, int W>
+class compute_gemm_esimd_opt_kernel;
+
+// Where one launch of the tile kernel reads and writes: B and C row-major with their leading
+// dimensions, offsets already at the launch's first column.
+struct esimd_frame {
+  std::int64_t b_first;
+  std::uint32_t ldb;
+  std::int64_t c_first;
+  std::uint32_t ldc;
+  std::uint32_t columns;  // columns of the launch; slices beyond are idle
+  std::int64_t nrows;
+  std::int64_t rows_per_group;
+};
+
+// One thread of the tile kernel: rows of its group, `W` columns of its slice.
+template <typename T, typename I, int W>
+void gemm_esimd_thread(const sycl::nd_item<2>& it, std::uint32_t* counter, const I* row_ptr,
+                       const I* col_ind, const T* values, I index, const T* b, T* c,
+                       const esimd_frame& f, T alpha, T beta) {
+  using portable::simd;
+  const std::size_t stream = it.get_local_id(0);
+  const auto group_start = static_cast<std::int64_t>(it.get_group(0)) * f.rows_per_group;
+  const std::int64_t group_end = std::min(group_start + f.rows_per_group, f.nrows);
+  sycl::atomic_ref<std::uint32_t, sycl::memory_order::relaxed, sycl::memory_scope::work_group,
+                   sycl::access::address_space::local_space>
+      next_row(*counter);
+  if (stream == 0) {
+    *counter = static_cast<std::uint32_t>(it.get_local_range(0));
+    sycl::atomic_fence(sycl::memory_order::release, sycl::memory_scope::work_group);
+  }
+  std::int64_t row = group_start + static_cast<std::int64_t>(stream);
+  I lo = 0, hi = 0;
+  if (row < group_end) {
+    lo = row_ptr[row] - index;
+    hi = row_ptr[row + 1] - index;
+  }
+  sycl::group_barrier(it.get_group());
+
+  const auto slice_first = static_cast<std::uint32_t>(it.get_group(1)) * W;
+  if (slice_first >= f.columns) return;  // a slice wholly beyond the columns
+  const std::uint32_t valid = std::min<std::uint32_t>(W, f.columns - slice_first);
+  const T* b_slice = b + f.b_first + slice_first;
+  T* c_slice = c + f.c_first + slice_first;
+
+  while (row < group_end) {
+    const std::int64_t next = group_start + static_cast<std::int64_t>(next_row.fetch_add(1u));
+    I next_lo = 0, next_hi = 0;
+    if (next < group_end) {
+      next_lo = row_ptr[next] - index;
+      next_hi = row_ptr[next + 1] - index;
+    }
+    simd<T, W> acc(T(0));
+    for (I run = lo; run < hi; run += esimd_run) {
+      const int count = static_cast<int>(std::min<I>(esimd_run, hi - run));
+      simd<I, esimd_run> cols(index);
+      simd<T, esimd_run> vals(T(0));
+      for (int e = 0; e < count; ++e) {
+        cols[e] = col_ind[run + e];
+        vals[e] = values[run + e];
+      }
+      if (run + esimd_run < hi) {
+        const auto ahead = static_cast<std::size_t>(std::min<I>(esimd_run, hi - run - esimd_run));
+        portable::prefetch(col_ind + run + esimd_run, ahead);
+        portable::prefetch(values + run + esimd_run, ahead);
+      }
+      for (int e = 0; e < count; ++e) {
+        const T* b_row = b_slice + static_cast<std::uint32_t>(cols[e] - index) * f.ldb;
+        simd<T, W> bv(T(0));
+        if (valid == static_cast<std::uint32_t>(W))
+          bv.block_load(b_row);
+        else
+          for (std::uint32_t l = 0; l < valid; ++l) bv[static_cast<int>(l)] = b_row[l];
+        acc = portable::fma(simd<T, W>(vals[e]), bv, acc);
+      }
+    }
+    T* c_row = c_slice + static_cast<std::uint32_t>(row) * f.ldc;
+    for (std::uint32_t l = 0; l < valid; ++l) finish_element(c_row[l], acc[static_cast<int>(l)], alpha, beta);
+    row = next;
+    lo = next_lo;
+    hi = next_hi;
+  }
+}
+}  // namespace kernels
+
+// One launch of the tile kernel over `f.columns` columns in slices of W.
+template <typename T, typename I, containerType C, int W>
+sycl::event gemm_esimd_kernel_wrapper(sycl::queue& queue, const gemm_operands<T, I, C>& op,
+                                      container_t<C, T> b, container_t<C, T> c,
+                                      const kernels::esimd_frame& f,
+                                      const std::vector<sycl::event>& deps) {
+  const auto groups = static_cast<std::size_t>((f.nrows + f.rows_per_group - 1) / f.rows_per_group);
+  const std::size_t slices = (f.columns + W - 1) / W;
+  const sycl::nd_range<2> grid(sycl::range<2>(groups * esimd_streams_per_group, slices),
+                               sycl::range<2>(esimd_streams_per_group, 1));
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto rp = bind(h, op.row_ptr, sycl::read_only);
+    auto ci = bind(h, op.col_ind, sycl::read_only);
+    auto va = bind(h, op.values, sycl::read_only);
+    auto bv = bind(h, b, sycl::read_only);
+    auto cv = bind(h, c, sycl::read_write);
+    sycl::local_accessor<std::uint32_t, 1> counter(sycl::range<1>(counter_slot_words), h);
+    const I index = op.index;
+    const T alpha = op.alpha, beta = op.beta;
+    h.parallel_for<kernels::compute_gemm_esimd_opt_kernel<T, I, C, W>>(
+        grid, [=](sycl::nd_item<2> it) {
+          kernels::gemm_esimd_thread<T, I, W>(
+              it, &counter[0], raw(rp), raw(ci), raw(va), index, raw(bv), raw(cv), f, alpha, beta);
+        });
+  });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event gemm_esimd_launch(sycl::queue& queue, int width, const gemm_operands<T, I, C>& op,
+                              container_t<C, T> b, container_t<C, T> c,
+                              const kernels::esimd_frame& f,
+                              const std::vector<sycl::event>& deps) {
+  switch (width) {
+    case 8:
+      return gemm_esimd_kernel_wrapper<T, I, C, 8>(queue, op, b, c, f, deps);
+    case 16:
+      return gemm_esimd_kernel_wrapper<T, I, C, 16>(queue, op, b, c, f, deps);
+    case 32:
+      return gemm_esimd_kernel_wrapper<T, I, C, 32>(queue, op, b, c, f, deps);
+    default:
+      throw computation_error("sparse", "gemm", "internal error");
+  }
+}
+
+// C columns [column_offset, column_offset + columns) = alpha * A * B + beta * C on them.
+// Complex values have no explicit-SIMD kernels: nothing calls their form.
+template <typename T, typename I, containerType C>
+sycl::event gemm_opt_esimd(sycl::queue& queue, const gemm_operands<T, I, C>& op,
+                           sparseStructure* A, std::int64_t column_offset, std::int64_t columns,
+                           const std::vector<sycl::event>& deps) {
+  if constexpr (is_complex_v<T>) {
+    return sycl::event();
+  } else {
+    gemmInternalData* data = A->gemm_data;
+    if (data == nullptr) throw computation_error("sparse", "gemm", "internal error");
+    const esimd_tiles tiles = plan_esimd_tiles(columns);
+    const std::int64_t rows_per_group = esimd_rows_per_group(columns);
+    container_t<C, T> b = op.b;
+    container_t<C, T> c = op.c;
+    kernels::esimd_frame f{};
+    f.nrows = op.nrows;
+    f.rows_per_group = rows_per_group;
+    std::vector<sycl::event> list = deps;
+    bool staged = false;
+    if (op.row_major) {
+      f.b_first = column_offset;
+      f.ldb = static_cast<std::uint32_t>(op.ldb);
+      f.c_first = column_offset;
+      f.ldc = static_cast<std::uint32_t>(op.ldc);
+    } else {
+      const auto b_count = static_cast<std::size_t>(op.ncols * columns);
+      const auto c_count = static_cast<std::size_t>(op.nrows * columns);
+      staged = ensure_staging<T, C>(queue, data->b_tmp, data->b_tmp_bytes, b_count, deps) &&
+               ensure_staging<T, C>(queue, data->c_tmp, data->c_tmp_bytes, c_count, deps);
+      if (!staged) {
+        const dense_area<T, C> from{op.b, column_offset * op.ldb, strides_of(false, op.ldb)};
+        return submit_dot<kernels::mm_esimd_no_btmp_or_ctmp_kernel<T, I, C>>(
+            queue, op, from, column_offset, columns, columns, deps);
+      }
+      b = as_container<C, T>(data->b_tmp);
+      c = as_container<C, T>(data->c_tmp);
+      const dense_area<T, C> user_b{op.b, column_offset * op.ldb, strides_of(false, op.ldb)};
+      const dense_area<T, C> tile_b{b, 0, strides_of(true, columns)};
+      list = {submit_copy<kernels::transpose_bTmp_kernel<T, C>>(queue, user_b, tile_b, op.ncols,
+                                                                columns, deps)};
+      if (!(op.beta == T(0))) {
+        const dense_area<T, C> user_c{op.c, column_offset * op.ldc, strides_of(false, op.ldc)};
+        const dense_area<T, C> tile_c{c, 0, strides_of(true, columns)};
+        list.push_back(submit_copy<kernels::gemm_transposeC_kernel<T, C>>(
+            queue, user_c, tile_c, op.nrows, columns, deps));
+      }
+      f.b_first = 0;
+      f.ldb = static_cast<std::uint32_t>(columns);
+      f.c_first = 0;
+      f.ldc = static_cast<std::uint32_t>(columns);
+    }
+    const std::int64_t covered = tiles.full_tiles * tiles.width;
+    sycl::event done;
+    if (tiles.full_tiles > 0) {
+      f.columns = static_cast<std::uint32_t>(covered);
+      done = gemm_esimd_launch<T, I, C>(queue, tiles.width, op, b, c, f, list);
+      list = {done};
+    }
+    if (tiles.rest_tiles > 0) {
+      f.b_first += covered;
+      f.c_first += covered;
+      f.columns = static_cast<std::uint32_t>(columns - covered);
+      done = gemm_esimd_launch<T, I, C>(queue, tiles.rest_width, op, b, c, f, list);
+      list = {done};
+    }
+    if (staged) {
+      const dense_area<T, C> tile_c{c, 0, strides_of(true, columns)};
+      const dense_area<T, C> user_c{op.c, column_offset * op.ldc, strides_of(false, op.ldc)};
+      done = submit_copy<kernels::gemm_transposeC_kernel<T, C>>(queue, tile_c, user_c, op.nrows,
+                                                                columns, list);
+    }
+    return done;
+  }
+}
+
+}  // namespace orvane::vrt::sparse::gpu::gemm

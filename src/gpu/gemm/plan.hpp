@@ -1,0 +1,122 @@
+// Host-side choices of gemm: the path by architecture and offsets, the sub-group block plan and
+// the explicit-SIMD tile walk. Pure functions of their arguments.
+#pragma once
+
+#include <cstdint>
+
+namespace orvane::vrt::sparse::gpu::gemm {
+
+// From this architecture code on, explicit-SIMD kernels and wide sub-groups exist.
+inline constexpr int esimd_architecture = 6;
+// Up to this many columns the explicit-SIMD path takes the whole product.
+inline constexpr std::int64_t esimd_max_columns = 127;
+// Row counts and element counts below these keep every offset of the explicit-SIMD kernels
+// within 32 bits.
+inline constexpr std::int64_t rows_32bit_limit = 0x3fffffff;
+inline constexpr std::int64_t elements_32bit_limit = 0x1fffffff;
+
+// Whether all offsets of B, C and A fit the 32-bit arithmetic of the explicit-SIMD kernels.
+inline bool fits_32bit_offsets(std::int64_t nrows, std::int64_t ncols, std::int64_t nnz,
+                               std::int64_t columns, std::int64_t ldb, std::int64_t ldc,
+                               bool row_major) {
+  if (nrows >= rows_32bit_limit) return false;
+  const std::int64_t b_elems = (row_major ? ncols : columns) * ldb;
+  const std::int64_t c_elems = (row_major ? nrows : columns) * ldc;
+  return b_elems < elements_32bit_limit && c_elems < elements_32bit_limit &&
+         nnz < elements_32bit_limit;
+}
+
+// Whether the explicit-SIMD path serves all columns of a call (real values only).
+inline bool esimd_takes_all_columns(int architecture, std::int64_t columns, bool fits_32bit) {
+  return architecture >= esimd_architecture && columns <= esimd_max_columns && fits_32bit;
+}
+
+// ---- sub-group kernels -----------------------------------------------------------------------
+inline constexpr int narrow_sub_group = 16;
+inline constexpr int wide_sub_group = 32;
+// Below this many columns the wide architectures take one column per lane of a narrow sub-group.
+inline constexpr std::int64_t narrow_columns = 32;
+// At or above this density the wide architectures take the longer vectors.
+inline constexpr double dense_enough = 0.05;
+
+struct subgroup_plan {
+  int sg;
+  int vec;
+  std::int64_t limit;  // columns a full block may hold
+  std::int64_t block;
+  std::int64_t full_blocks;
+  std::int64_t rest;
+};
+
+// double_width: the d and z members, whose lanes carry half as many columns.
+inline subgroup_plan plan_subgroup(int architecture, double density, std::int64_t columns,
+                                   std::int64_t max_group, bool double_width) {
+  subgroup_plan p{};
+  p.sg = architecture >= esimd_architecture ? wide_sub_group : narrow_sub_group;
+  int vec;
+  switch (architecture) {
+    case 1:
+      vec = 1;
+      break;
+    case 3:
+    case 5:
+      vec = 4;
+      break;
+    case 4:
+      vec = 2;
+      break;
+    default:
+      vec = density >= dense_enough ? 4 : 2;
+      break;
+  }
+  if (!double_width) vec *= 2;
+  if (architecture >= esimd_architecture && columns < narrow_columns) {
+    vec = 1;
+    p.sg = narrow_sub_group;
+  }
+  if (columns >= p.sg && columns < static_cast<std::int64_t>(p.sg) * vec)
+    while (vec > 1 && columns < static_cast<std::int64_t>(p.sg) * vec) vec /= 2;
+  p.vec = vec;
+  const std::int64_t lanes = static_cast<std::int64_t>(p.sg) * vec;
+  p.limit = lanes < max_group ? lanes : max_group;
+  p.block = columns < p.limit ? columns : p.limit;
+  p.full_blocks = p.block > 0 ? columns / p.block : 0;
+  p.rest = p.block > 0 ? columns % p.block : 0;
+  return p;
+}
+
+// ---- explicit-SIMD kernels -------------------------------------------------------------------
+// The column tile of a number of columns: 8 up to 8, 16 up to 16, 32 beyond.
+inline int esimd_width(std::int64_t columns) {
+  if (columns <= 8) return 8;
+  if (columns <= 16) return 16;
+  return 32;
+}
+
+// Rows one work-group distributes among its threads, by the number of columns.
+inline std::int64_t esimd_rows_per_group(std::int64_t columns) {
+  if (columns < 129) return 64;
+  if (columns <= 256) return 128;
+  return 1024;
+}
+
+struct esimd_tiles {
+  int width;
+  std::int64_t full_tiles;
+  int rest_width;  // 0 when the tiles of `width` cover all columns
+  std::int64_t rest_tiles;
+};
+
+inline esimd_tiles plan_esimd_tiles(std::int64_t columns) {
+  esimd_tiles t{};
+  t.width = esimd_width(columns);
+  t.full_tiles = columns / t.width;
+  const std::int64_t rest = columns % t.width;
+  if (rest > 0) {
+    t.rest_width = esimd_width(rest);
+    t.rest_tiles = (rest + t.rest_width - 1) / t.rest_width;
+  }
+  return t;
+}
+
+}  // namespace orvane::vrt::sparse::gpu::gemm
