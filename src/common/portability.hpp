@@ -10,6 +10,10 @@
 
 #include <sycl/sycl.hpp>
 
+#ifdef HOSTSYCL
+#include <hostsycl/hostsycl.hpp>
+#endif
+
 namespace orvane::vrt::portable {
 
 // ---- required sub-group size -------------------------------------------------------------
@@ -38,7 +42,7 @@ namespace detail {
 template <typename T>
 void check_block(const T* base, std::size_t count, const char* operation) {
 #ifdef HOSTSYCL
-  sycl::detail::check_usm_range(base, count * sizeof(T), operation, false);
+  hostsycl::check_usm_range(base, count * sizeof(T), operation);
 #else
   (void)base;
   (void)count;

@@ -50,6 +50,13 @@ bool stress_mode();
 // The next `count` USM or buffer-storage allocations fail.
 void fail_next_allocations(std::size_t count);
 
+// Strict mode's check that [p, p + bytes) lies inside one live USM allocation; it stops the
+// process with a message naming `operation` otherwise, and does nothing outside strict mode. The
+// library's portability header checks sub-group block loads and stores with it.
+inline void check_usm_range(const void* p, std::size_t bytes, const char* operation) {
+  sycl::detail::check_usm_range(p, bytes, operation, false);
+}
+
 // Bytes of live device and shared USM allocations on a device.
 std::uint64_t live_allocation_bytes(const sycl::device& device);
 
