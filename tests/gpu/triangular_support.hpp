@@ -232,7 +232,7 @@ class bound_matrix {
   vs::matrix_handle* handle() { return h_; }
   bool usm() const { return m_ != memory::buffer; }
 
-  // trsv on x; y starts as NaN.
+  // trsv on x; y starts as NaN (or as *y_start).
   std::vector<T> trsv(vrt::uplo ul, vrt::diag dg, T alpha, const std::vector<T>& x_in,
                       std::vector<T>* y_start = nullptr) {
     std::vector<T> x = x_in;
@@ -260,7 +260,8 @@ class bound_matrix {
       sycl::free(dx, q_);
       sycl::free(dy, q_);
     }
-    y.resize(n);
+    // With no rows the padded element comes back too: it shows whether anything wrote y.
+    if (n > 0) y.resize(n);
     return y;
   }
 
