@@ -238,3 +238,33 @@ TYPED_TEST(TrsvDefault, Refusals) {
 }
 
 }  // namespace
+
+namespace {
+
+// The solve waits for its dependencies: x is written by a command the call only knows by its
+// event (stress mode reorders what is not ordered).
+TYPED_TEST(TrsvDefault, WaitsForItsDependencies) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  const auto A = dominant_matrix<T, I>(48, 5, 19);
+  bound_matrix<T, I> b(q, A, memory::device);
+  const std::vector<T> x(48, T(0.75));
+  T* dx = sycl::malloc_device<T>(48, q);
+  T* dy = sycl::malloc_device<T>(48, q);
+  q.fill(dy, quiet_nan<T>(), 48).wait();
+  for (vrt::diag dg : both_diags) {
+    q.fill(dx, T(-1), 48).wait();
+    const sycl::event written = q.fill(dx, T(0.75), 48);
+    vs::trsv(q, vrt::uplo::upper, vrt::transpose::nontrans, dg, T(2), b.handle(), dx, dy,
+             {written})
+        .wait();
+    std::vector<T> y(48);
+    q.memcpy(y.data(), dy, 48 * sizeof(T)).wait();
+    expect_close(y, reference_solve(A, true, dg == vrt::diag::unit, T(2), x), "upper");
+  }
+  sycl::free(dx, q);
+  sycl::free(dy, q);
+}
+
+}  // namespace
