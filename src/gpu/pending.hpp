@@ -16,12 +16,6 @@ sycl::event trmv_impl(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, co
 }
 
 template <typename T, typename I, containerType C>
-sycl::event trsv_impl(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, container_t<C, T>,
-                      container_t<C, T>, const event_list&) {
-  throw unimplemented("sparse", "trsv");
-}
-
-template <typename T, typename I, containerType C>
 sycl::event trsm_impl(sycl::queue&, layout, transpose, transpose, uplo, diag, T, matrix_handle*,
                       container_t<C, T>, std::int64_t, std::int64_t, container_t<C, T>,
                       std::int64_t, const event_list&) {
@@ -32,12 +26,6 @@ template <typename T, typename I, containerType C>
 sycl::event optimize_trmv_impl(sycl::queue&, uplo, transpose, diag, matrix_handle*,
                                const event_list&) {
   throw unimplemented("sparse", "optimize_trmv");
-}
-
-template <typename T, typename I, containerType C>
-sycl::event optimize_trsv_impl(sycl::queue&, uplo, transpose, diag, matrix_handle*,
-                               const event_list&) {
-  throw unimplemented("sparse", "optimize_trsv");
 }
 
 template <typename T, typename I, containerType C>

@@ -3,6 +3,7 @@
 
 #include "cpu/entry_points.hpp"
 #include "gpu/entry_points.hpp"
+#include "gpu/triangular/analysis/symmetric.hpp"
 #include "interface/dispatch.hpp"
 #include "interface/frame.hpp"
 
@@ -59,7 +60,17 @@ sycl::event dispatch_optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag d
         return on_cpu ? cpu::optimize_trsv_impl<T, I, C>(q, ul, op, dg, A, deps)
                       : gpu::optimize_trsv_impl<T, I, C>(q, ul, op, dg, A, deps);
       },
-      "optimized_trsv");
+      "optimized_trsv", unset_index_refusal::unimplemented);
+}
+
+sycl::event dispatch_make_symmetric(sycl::queue& q, uplo ul, matrix_handle* src,
+                                    matrix_handle* dst, const event_list& deps) {
+  return visit_variant(
+      src, "",
+      [&]<typename T, typename I, containerType C>() {
+        return gpu::symmetric_impl<T, I, C>(q, ul, src, dst, deps);
+      },
+      nullptr, unset_index_refusal::unimplemented);
 }
 
 sycl::event dispatch_optimize_trsm(sycl::queue& q, layout lay, uplo ul, transpose op, diag dg,

@@ -4,6 +4,7 @@
 
 #include <complex>
 #include <cstdint>
+#include <vector>
 
 #include <orvane/vrt/sparse.hpp>
 
@@ -12,14 +13,24 @@
 
 namespace orvane::vrt::sparse {
 
+inline constexpr const char* unset_index_message =
+    "integer type is unset in matrix handle, meaning set_xxx_data was not called after "
+    "initialization";
+
+// How a dispatch refuses a handle whose index type is unset: most as an invalid argument, the
+// triangular analysis as unimplemented.
+enum class unset_index_refusal { invalid_argument, unimplemented };
+
 // Calls run.template operator()<I, C>() for the handle's index type and memory model.
 template <typename Run>
-decltype(auto) visit_index_and_container(const matrix_handle* handle, const char* function,
-                                         Run&& run) {
-  if (handle->int_type == int_unset)
-    throw invalid_argument("sparse", function,
-                           "integer type is unset in matrix handle, meaning set_xxx_data was not "
-                           "called after initialization");
+decltype(auto) visit_index_and_container(
+    const matrix_handle* handle, const char* function, Run&& run,
+    unset_index_refusal refusal = unset_index_refusal::invalid_argument) {
+  if (handle->int_type == int_unset) {
+    if (refusal == unset_index_refusal::unimplemented)
+      throw unimplemented("sparse", function, unset_index_message);
+    throw invalid_argument("sparse", function, unset_index_message);
+  }
   const bool usm = handle->container != container_buffer;
   if (handle->int_type == int_32) {
     if (usm) return run.template operator()<std::int32_t, container_usm>();
@@ -34,14 +45,16 @@ decltype(auto) visit_index_and_container(const matrix_handle* handle, const char
 // "optimized_trsm" are the words users know from those messages, so keep them as spelled.
 template <typename Run>
 decltype(auto) visit_variant(const matrix_handle* handle, const char* function, Run&& run,
-                             const char* index_function = nullptr) {
+                             const char* index_function = nullptr,
+                             unset_index_refusal refusal = unset_index_refusal::invalid_argument) {
   auto with_value = [&]<typename T>() -> sycl::event {
     if constexpr (!value_type_built<T>) {
       throw unimplemented("sparse", function, "value type left out of this build");
     } else {
       return visit_index_and_container(
           handle, index_function != nullptr ? index_function : function,
-          [&]<typename I, containerType C>() { return run.template operator()<T, I, C>(); });
+          [&]<typename I, containerType C>() { return run.template operator()<T, I, C>(); },
+          refusal);
     }
   };
   switch (handle->fp_type + 1) {
@@ -62,5 +75,10 @@ decltype(auto) visit_variant(const matrix_handle* handle, const char* function, 
                           "std::complex<float>");
   }
 }
+
+// The symmetric expansion of one triangle of src into dst (src == dst: into src's expansion
+// slot), on the device only.
+sycl::event dispatch_make_symmetric(sycl::queue& queue, uplo triangle, matrix_handle* src,
+                                    matrix_handle* dst, const std::vector<sycl::event>& deps);
 
 }  // namespace orvane::vrt::sparse

@@ -1,13 +1,15 @@
 #!/usr/bin/python3
 """Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
-on the CPU device (gemvdot, symv and gemm on emulated GPUs too) in several variants (value types, index widths, bases, memory models,
+on the CPU device (gemvdot, symv, trsv and gemm on emulated GPUs too) in several variants (value types, index widths, bases, memory models,
 formats, operations, triangles, diagonals, layouts, column counts, with and without optimize)
 and compares each result with SciPy/NumPy on the same matrix and the same deterministic inputs.
 
 Products are compared entry by entry with a bound that grows with the row length and the
 magnitudes the row adds. Solves run on the driver's --dominant matrix and are checked by their
 residual op(T) y - alpha x, which substitution keeps within a few roundings of |op(T)| |y| per
-row whatever the conditioning. Routines on square matrices only are skipped for rectangular ones.
+row whatever the conditioning; on emulated GPUs trsv is also compared with SciPy's triangular
+solve, within the residual bound carried through the inverse of the comparison matrix. Routines
+on square matrices only are skipped for rectangular ones.
 
 usage: driver_routines_vs_scipy.py DRIVER MATRIX
 """
@@ -23,6 +25,7 @@ import tempfile
 import numpy as np
 import scipy.io
 import scipy.sparse
+import scipy.sparse.linalg
 
 EPS = {"s": np.finfo(np.float32).eps, "d": np.finfo(np.float64).eps,
        "c": np.finfo(np.float32).eps, "z": np.finfo(np.float64).eps}
@@ -180,11 +183,41 @@ def residual_check(value, T, rhs, got):
     return within(residual, np.zeros_like(residual), bound)
 
 
+def scipy_solve_check(value, A, uplo, diag, rhs, got):
+    """y against SciPy's triangular solve. The solutions differ by at most M(T)^-1 (r1 + r2),
+    with M(T) the comparison matrix (|diagonal|, minus |off-diagonal|) and r the substitution's
+    residual bound of each solve."""
+    lower = uplo == "lower"
+    unit = diag == "unit"
+    # The triangle with its stored diagonal (the dominant matrix has every one): SciPy's unit
+    # solve skips the stored diagonal entry rather than assuming it absent.
+    S = scipy.sparse.csr_matrix(scipy.sparse.tril(A) if lower else scipy.sparse.triu(A))
+    want = scipy.sparse.linalg.spsolve_triangular(S.astype(np.complex128), rhs.astype(np.complex128),
+                                                  lower=lower, unit_diagonal=unit)
+    if not np.iscomplexobj(got):
+        want = want.real
+    T = triangle(A, uplo, diag)
+    magnitude = scipy.sparse.csr_matrix(abs(T))
+    M = scipy.sparse.csr_matrix(2 * scipy.sparse.diags(magnitude.diagonal()) - magnitude)
+    len_ = lengths(T)
+    residual = 8 * EPS[value] * (len_ + 2) * (magnitude @ np.abs(want) + np.abs(rhs)) \
+        + 8 * (len_ + 2) * TINY[value]
+    bound = 4 * scipy.sparse.linalg.spsolve_triangular(M, 2 * residual, lower=lower)
+    return within(got, want, bound)
+
+
 def check_trsv(args, value, A, real):
     alpha = args["alpha"] if "--alpha" in args else 1.0
     T = op_of(triangle(A, args["--uplo"], args["--diag"]), args["--op"])
     rhs = alpha * x_dense(A.shape[0], 1, real).ravel()
-    return lambda text: residual_check(value, T, rhs, read_dense(text)[0].ravel())
+
+    def check(text):
+        got = read_dense(text)[0].ravel()
+        problem = residual_check(value, T, rhs, got)
+        if problem or args["device"] == "cpu":
+            return problem
+        return scipy_solve_check(value, A, args["--uplo"], args["--diag"], rhs, got)
+    return check
 
 
 def check_trsm(args, value, A, real):
@@ -276,6 +309,19 @@ def plan(A, matrix, selection_file):
                            "--optimize": None}),
                  ("trsv", {"--uplo": "lower", "--op": "c", "--diag": "unit", "--alpha": None}),
                  ("trsv", {"--uplo": "upper", "--op": "n", "--diag": "unit", "--optimize": None})]
+        # trsv on emulated GPUs: the default solve in both triangles and diagonals, and the
+        # level-set solve after optimize_trsv.
+        runs += [("trsv", {"--uplo": "lower", "--op": "n", "--diag": "nonunit",
+                           "--device": "emu-a3"}),
+                 ("trsv", {"--uplo": "upper", "--op": "n", "--diag": "unit", "--alpha": None,
+                           "--device": "emu-a5"}),
+                 ("trsv", {"--uplo": "upper", "--op": "n", "--diag": "nonunit", "--alpha": None,
+                           "--device": "emu-a0"}),
+                 ("trsv", {"--uplo": "lower", "--op": "n", "--diag": "unit", "--device": "emu-a6"}),
+                 ("trsv", {"--uplo": "lower", "--op": "n", "--diag": "nonunit", "--optimize": None,
+                           "--device": "emu-a4"}),
+                 ("trsv", {"--uplo": "upper", "--op": "n", "--diag": "unit", "--optimize": None,
+                           "--device": "emu-a2"})]
         runs += [("trsm", {"--layout": "row", "--columns": "1", "--uplo": "lower", "--op": "n",
                            "--diag": "nonunit"}),
                  ("trsm", {"--layout": "col", "--columns": "3", "--uplo": "upper", "--op": "t",
@@ -335,11 +381,11 @@ def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
     alpha = complex(1.5, 0 if real else -0.5)
     beta = complex(-0.5, 0 if real else 0.25) if opts.pop("beta", None) is None else 0j
     solve = routine in ("trsv", "trsm")
-    opts = dict(opts, alpha=alpha, beta=beta, matrix=matrix)
+    opts = dict(opts, alpha=alpha, beta=beta, matrix=matrix, device=device)
     args = ["--matrix", matrix, "--routine", routine, "--device", device, "--value", value,
             "--index", str(index), "--base", str(base), "--memory", memory, "--format", fmt]
     for key, val in opts.items():
-        if key in ("alpha", "beta", "matrix"):
+        if key in ("alpha", "beta", "matrix", "device"):
             continue
         if key == "--alpha":
             args += ["--alpha", f"{alpha.real},{alpha.imag}"]

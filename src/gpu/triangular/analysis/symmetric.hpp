@@ -1,0 +1,21 @@
+// The symmetric expansion of one triangle, as the dispatch and the analysis call it.
+#pragma once
+
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include <orvane/vrt/sparse.hpp>
+
+#include "handle/handle.hpp"
+
+namespace orvane::vrt::sparse::gpu {
+
+// Fills the expansion slot of `triangle` (src == dst) or dst's primary structure (src != dst).
+// A matrix flagged symmetric is its own expansion: both slots then name primary, or its sorted
+// copy when primary is unsorted.
+template <typename T, typename I, containerType C>
+sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src,
+                           matrix_handle* dst, const std::vector<sycl::event>& deps);
+
+}  // namespace orvane::vrt::sparse::gpu

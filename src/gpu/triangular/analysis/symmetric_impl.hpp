@@ -1,0 +1,150 @@
+// The symmetric expansion of one triangle of a CSR matrix into a structure of its own: what the
+// level-set analysis walks, since each row then lists the rows that depend on it.
+#pragma once
+
+#include <algorithm>
+#include <vector>
+
+#include <orvane/vrt/sparse.hpp>
+
+#include "containers/containers.hpp"
+#include "containers/prefix_sum.hpp"
+#include "gpu/format/sort.hpp"
+#include "gpu/triangular/analysis/symmetric.hpp"
+#include "gpu/triangular/analysis/symmetric_kernels.hpp"
+#include "handle/coalesce_events.hpp"
+#include "handle/release.hpp"
+
+namespace orvane::vrt::sparse::gpu {
+
+namespace detail {
+
+// The one-element total of a scan, where the host can read it.
+template <containerType C>
+long read_total(container_t<C, long> total) {
+  if constexpr (C == container_usm) {
+    return total[0];
+  } else {
+    sycl::host_accessor t(*total, sycl::read_only);
+    return t[0];
+  }
+}
+
+}  // namespace detail
+
+// dst becomes the expansion of src's triangle: zero-based, owning its arrays, sorted rows,
+// flagged symmetric. Mirrored entries carry the value of their original, unconjugated.
+template <typename T, typename I, containerType C>
+sycl::event symmetricKernel(sycl::queue& queue, uplo triangle, sparseStructure* src,
+                            sparseStructure* dst, const std::vector<sycl::event>& deps) {
+  const bool upper = triangle == uplo::upper;
+  const auto n = static_cast<std::size_t>(src->nrows);
+  const I base = src->index != 0 ? I(1) : I(0);
+  const sycl::context context = queue.get_context();
+  void* counts = allocate_device_container<I>(n + 1, queue, C);
+  void* row_ptr = allocate_device_container<I>(n + 1, queue, C);
+  void* total = allocate_host_container<long>(1, queue, C);
+  const auto free_temporaries = [&] {
+    deallocate_container<I>(counts, context, C);
+    deallocate_container<long>(total, context, C);
+  };
+  if (counts == nullptr || row_ptr == nullptr || total == nullptr) {
+    free_temporaries();
+    deallocate_container<I>(row_ptr, context, C);
+    if (total == nullptr && counts != nullptr && row_ptr != nullptr)
+      throw host_bad_alloc("sparse", "");
+    throw device_bad_alloc("sparse", "", queue.get_device());
+  }
+  const auto rc = as_container<C, I>(counts);
+  const auto src_rows = as_container<C, I>(src->row_ptr);
+  const auto src_cols = as_container<C, I>(src->col_ind);
+  void* col_ind = nullptr;
+  void* values = nullptr;
+  long nnz = 0;
+  try {
+    sycl::event e = kernels::zero_counts<I, C>(queue, n + 1, rc, deps);
+    if (n > 0)
+      e = kernels::count_rows<I, C>(queue, upper, src->nrows, base, src_rows, src_cols, rc, {e});
+    e = prefix_sum(queue, rc, n + 1, C, as_container<C, long>(total), {e});
+    e.wait();
+    nnz = detail::read_total<C>(as_container<C, long>(total));
+    const auto entries = std::max<std::size_t>(static_cast<std::size_t>(nnz), 1);
+    col_ind = allocate_device_container<I>(entries, queue, C);
+    values = allocate_device_container<T>(entries, queue, C);
+    if (col_ind == nullptr || values == nullptr)
+      throw device_bad_alloc("sparse", "", queue.get_device());
+  } catch (...) {
+    queue.wait();
+    free_temporaries();
+    deallocate_container<I>(row_ptr, context, C);
+    deallocate_container<I>(col_ind, context, C);
+    deallocate_container<T>(values, context, C);
+    throw;
+  }
+  set_csr_data_impl(dst, src->nrows, src->ncols, index_base::zero, src->fp_type, src->int_type, C,
+                    row_ptr, col_ind, values, true);
+  dst->sorted = 0;
+  dst->symmetric = 1;
+  dst->container = C;
+  dst->nnz = nnz;
+  const auto out_rows = as_container<C, I>(row_ptr);
+  sycl::event e = kernels::scatter_entries<T, I, C>(
+      queue, upper, src->nrows, base, src_rows, src_cols, as_container<C, T>(src->values), rc,
+      as_container<C, I>(col_ind), as_container<C, T>(values), {});
+  e = kernels::close_rows<I, C>(queue, src->nrows, rc, out_rows, {e});
+  e = kernels::sort_csr<T, I, C>(queue, dst, {e});
+  e.wait();
+  free_temporaries();
+  return e;
+}
+
+template <typename T, typename I, containerType C>
+sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src,
+                           matrix_handle* dst, const std::vector<sycl::event>& deps) {
+  sparseStructure* from = src->primary;
+  if (from == nullptr) throw uninitialized("sparse", "", "Matrix is not initialized");
+  if (from->format != format_csr)
+    throw unimplemented("sparse", "", "currently only supports the CSR matrix format");
+  sparseStructure** slot = &dst->primary;
+  if (src == dst) {
+    if (from->symmetric != 0) {
+      sycl::event done = coalesce_events(queue, C, deps, false);
+      sparseStructure* analysed = from;
+      if (from->sorted != 1) {
+        if (src->sorted_copy == nullptr)
+          done = kernels::copy_and_sort_csr<T, I, C>(
+              queue, from, reinterpret_cast<void**>(&src->sorted_copy), deps);
+        analysed = src->sorted_copy;
+      }
+      src->sym_from_lower = analysed;
+      src->sym_from_upper = analysed;
+      return done;
+    }
+    slot = triangle == uplo::upper ? &src->sym_from_upper : &src->sym_from_lower;
+    if (*slot != nullptr) return coalesce_events(queue, C, deps, false);
+  }
+  // Built aside and stored once complete, so that a failure leaves the slot as it was.
+  const sycl::context context = queue.get_context();
+  void* made = nullptr;
+  initSparseStructure(&made);
+  sycl::event done;
+  try {
+    done = symmetricKernel<T, I, C>(queue, triangle, from, static_cast<sparseStructure*>(made),
+                                    deps);
+  } catch (...) {
+    sparseStructureRelease<T, I, C>(&made, &context);
+    throw;
+  }
+  if (src != dst) {
+    void* old = *slot;
+    sparseStructureRelease<T, I, C>(&old, &context);
+    dst->int_type = from->int_type;
+    dst->fp_type = from->fp_type;
+    dst->container = C;
+    cache_context(queue, dst);  // its release frees the arrays in this context
+  }
+  *slot = static_cast<sparseStructure*>(made);
+  return done;
+}
+
+}  // namespace orvane::vrt::sparse::gpu

@@ -1,0 +1,111 @@
+// A strict triangle of a sorted structure copied into a structure of its own, from the split
+// positions of the diagonal analysis (what the triangular product runs on).
+#pragma once
+
+#include <algorithm>
+#include <vector>
+
+#include <orvane/vrt/sparse.hpp>
+
+#include "containers/containers.hpp"
+#include "containers/prefix_sum.hpp"
+#include "containers/views.hpp"
+#include "gpu/triangular/analysis/symmetric_impl.hpp"
+#include "handle/handle.hpp"
+#include "handle/triangular_data.hpp"
+
+namespace orvane::vrt::sparse::gpu {
+
+namespace kernels {
+template <typename I, containerType C>
+class triangleData0;
+template <typename T, typename I, containerType C>
+class triangleData2;
+}  // namespace kernels
+
+// dst becomes the strict lower or upper triangle of src: zero-based, sorted, owning its arrays.
+template <typename T, typename I, containerType C>
+sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructure* src,
+                                sparseStructure* dst, diagonalStructData* positions,
+                                const std::vector<sycl::event>& deps) {
+  const bool upper = triangle == uplo::upper;
+  const auto n = static_cast<std::size_t>(src->nrows);
+  const I base = src->index != 0 ? I(1) : I(0);
+  const sycl::context context = queue.get_context();
+  void* row_ptr = allocate_device_container<I>(n + 1, queue, C);
+  void* total = allocate_host_container<long>(1, queue, C);
+  if (row_ptr == nullptr || total == nullptr) {
+    deallocate_container<I>(row_ptr, context, C);
+    deallocate_container<long>(total, context, C);
+    throw device_bad_alloc("sparse", "optimize_trmv", queue.get_device());
+  }
+  const auto rows = as_container<C, I>(row_ptr);
+  const auto src_rows = as_container<C, I>(src->row_ptr);
+  const auto split =
+      as_container<C, I>(upper ? positions->upper_start : positions->lower_end);
+  // Entry i + 1 gets the length of row i's part; the scan makes the row starts.
+  sycl::event e = queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto rp = bind(h, src_rows, sycl::read_only);
+    auto sp = bind(h, split, sycl::read_only);
+    auto out = bind(h, rows, sycl::write_only);
+    h.parallel_for<kernels::triangleData0<I, C>>(sycl::range<1>(n + 1), [=](sycl::id<1> id) {
+      const std::size_t i = id[0];
+      if (i == 0)
+        raw(out)[0] = I(0);
+      else
+        raw(out)[i] = upper ? raw(rp)[i] - raw(sp)[i - 1] : raw(sp)[i - 1] - raw(rp)[i - 1];
+    });
+  });
+  long nnz = 0;
+  try {
+    e = prefix_sum(queue, rows, n + 1, C, as_container<C, long>(total), {e});
+    e.wait();
+    nnz = detail::read_total<C>(as_container<C, long>(total));
+  } catch (...) {
+    queue.wait();
+    deallocate_container<I>(row_ptr, context, C);
+    deallocate_container<long>(total, context, C);
+    throw;
+  }
+  deallocate_container<long>(total, context, C);
+  const auto entries = std::max<std::size_t>(static_cast<std::size_t>(nnz), 1);
+  void* col_ind = allocate_device_container<I>(entries, queue, C);
+  void* values = allocate_device_container<T>(entries, queue, C);
+  if (col_ind == nullptr || values == nullptr) {
+    deallocate_container<I>(row_ptr, context, C);
+    deallocate_container<I>(col_ind, context, C);
+    deallocate_container<T>(values, context, C);
+    throw device_bad_alloc("sparse", "optimize_trmv", queue.get_device());
+  }
+  set_csr_data_impl(dst, src->nrows, src->ncols, index_base::zero, src->fp_type, src->int_type, C,
+                    row_ptr, col_ind, values, true);
+  dst->sorted = 1;
+  dst->nnz = nnz;
+  const auto out_cols = as_container<C, I>(col_ind);
+  const auto out_vals = as_container<C, T>(values);
+  const auto src_cols = as_container<C, I>(src->col_ind);
+  const auto src_vals = as_container<C, T>(src->values);
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, {e});
+    auto rp = bind(h, src_rows, sycl::read_only);
+    auto sp = bind(h, split, sycl::read_only);
+    auto ci = bind(h, src_cols, sycl::read_only);
+    auto va = bind(h, src_vals, sycl::read_only);
+    auto orp = bind(h, rows, sycl::read_only);
+    auto oc = bind(h, out_cols, sycl::write_only);
+    auto ov = bind(h, out_vals, sycl::write_only);
+    h.parallel_for<kernels::triangleData2<T, I, C>>(sycl::range<1>(n), [=](sycl::id<1> id) {
+      const std::size_t row = id[0];
+      const I from = (upper ? raw(sp)[row] : raw(rp)[row]) - base;
+      const I to = raw(orp)[row];
+      const I count = raw(orp)[row + 1] - to;
+      for (I k = 0; k < count; ++k) {
+        raw(oc)[to + k] = raw(ci)[from + k] - base;
+        raw(ov)[to + k] = raw(va)[from + k];
+      }
+    });
+  });
+}
+
+}  // namespace orvane::vrt::sparse::gpu

@@ -1,0 +1,74 @@
+// optimize_trsv on the device: the symmetric expansion (or the matrix itself when it is flagged
+// symmetric), the diagonal analysis of that structure, then its level sets.
+#pragma once
+
+#include <vector>
+
+#include <orvane/vrt/sparse.hpp>
+
+#include "gpu/entry_points.hpp"
+#include "gpu/format/sort.hpp"
+#include "gpu/triangular/analysis/diag_data.hpp"
+#include "gpu/triangular/analysis/symmetric_impl.hpp"
+#include "gpu/triangular/coloring/coloring.hpp"
+#include "handle/coalesce_events.hpp"
+
+namespace orvane::vrt::sparse::gpu {
+
+template <typename T, typename I, containerType C>
+sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, diag diagonal,
+                               matrix_handle* A, const event_list& deps) {
+  if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", "optimize_trsv", "uplo_flag");
+  if (op != transpose::nontrans)
+    throw unimplemented("sparse", "optimize_trsv",
+                        "currently only supports the orvane::vrt::transpose::nontrans op");
+  const bool lower = triangle == uplo::lower;
+  coloringData** coloring = lower ? &A->coloring_lower : &A->coloring_upper;
+  sycl::event last;
+  if (*coloring == nullptr) {
+    if (A->primary == nullptr)
+      throw uninitialized("sparse", "optimize_trsv", "Matrix is not initialized");
+    if (A->primary->format != format_csr)
+      throw unimplemented("sparse", "optimize_trsv",
+                          "currently only supports the CSR matrix format on GPU devices");
+    if (A->primary->symmetric == 0) {
+      last = symmetric_impl<T, I, C>(queue, triangle, A, A, deps);
+      sparseStructure* expanded = lower ? A->sym_from_lower : A->sym_from_upper;
+      diagonalStructData** positions = lower ? &A->diag_struct_lower : &A->diag_struct_upper;
+      last = updateDiagData_and_check_for_missing_diags<T, I, C>(
+          queue, expanded, &A->diag_values, true, positions, diagonal, "optimize_trsv", {last});
+      last = coloring_impl<T, I, C>(queue, expanded, A->diag_values, *positions, coloring,
+                                    {last});
+    } else {
+      // One analysis serves both triangles: the records are shared by the two slots.
+      sparseStructure* analysed = A->primary;
+      last = coalesce_events(queue, C, deps, false);
+      if (analysed->sorted != 1) {
+        if (A->sorted_copy == nullptr)
+          last = kernels::copy_and_sort_csr<T, I, C>(
+              queue, analysed, reinterpret_cast<void**>(&A->sorted_copy), deps);
+        analysed = A->sorted_copy;
+      }
+      last = updateDiagData_and_check_for_missing_diags<T, I, C>(
+          queue, analysed, &A->diag_values, true, &A->diag_struct, diagonal, "optimize_trsv",
+          {last});
+      A->diag_struct_lower = A->diag_struct;
+      A->diag_struct_upper = A->diag_struct;
+      last = coloring_impl<T, I, C>(queue, analysed, A->diag_values, A->diag_struct,
+                                    &A->coloring_lower, {last});
+      A->coloring_upper = A->coloring_lower;
+    }
+  }
+  if (C == container_usm && !deps.empty()) return coalesce_events(queue, C, deps, false);
+  return last;
+}
+
+}  // namespace orvane::vrt::sparse::gpu
+
+#define VRT_INSTANTIATE_GPU_OPTIMIZE_TRSV(T, I, C)                                               \
+  namespace orvane::vrt::sparse::gpu {                                                           \
+  template sycl::event optimize_trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \
+                                                   matrix_handle*, const event_list&);           \
+  template sycl::event symmetric_impl<T, I, C>(sycl::queue&, uplo, matrix_handle*,               \
+                                               matrix_handle*, const std::vector<sycl::event>&); \
+  }
