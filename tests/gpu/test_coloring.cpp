@@ -273,6 +273,25 @@ TEST(ColoringRelease, NothingStaysAllocated) {
   EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before);
 }
 
+// A failed allocation frees what the call had taken, leaves the slot empty and says so.
+TEST(ColoringRelease, FailedAllocationTakesNothing) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
+  const auto e =
+      expand<double, std::int64_t>(levels_triangle<double>({2, 300, 1, 280}, 10), true, 0);
+  bound_expansion<double, std::int64_t, vs::container_usm> b(q, e, true);
+  const auto before = hostsycl::live_allocation_bytes(q.get_device());
+  // The device allocation and its host fallback.
+  hostsycl::fail_next_allocations(2);
+  vrt_test::expect_message<vrt::device_bad_alloc>(
+      [&] { b.color(); },
+      "orvane::vrt::sparse::optimize_trsv: cannot allocate memory on " +
+          q.get_device().get_info<sycl::info::device::name>());
+  EXPECT_EQ(*b.slot(), nullptr);
+  EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before);
+  b.color().wait();
+  EXPECT_NE(*b.slot(), nullptr);
+}
+
 // ---- the shared corpus -------------------------------------------------------------------
 
 template <typename T>
