@@ -188,6 +188,9 @@ sycl::event submit_atomic_solve(sycl::queue& queue, const levelset_operands<T, I
                 if (nonunit) result *= inv_block[0];
                 device_atomic<T>(solution[p0 + lane]).store(result, sycl::memory_order::release);
               }
+              // The post speaks for the whole chunk: every lane's store comes first. Lanes of a
+              // sub-group are not bound to run in step, so this takes a sub-group barrier.
+              sycl::group_barrier(sg);
               // Chunks of color 0 post nothing: the lower side relies on a head color before
               // its middle, and nobody waits on the upper side's counter of color 0.
               if (lane == 0 && color > I(0))
