@@ -1,6 +1,7 @@
 // Level-set analysis and solves on the host runtime, on the lower triangle of a 2D Laplacian of
 // 250k rows: the coloring (one host synchronisation per color), and the solve with its middle
-// colors synchronised by one kernel per color (emulated code 3) or by atomics (code 4).
+// colors synchronised by one kernel per color (emulated code 3) or by atomics (code 4), and the
+// default solve without analysis.
 #include <benchmark/benchmark.h>
 #include <hostsycl/hostsycl.hpp>
 
@@ -134,6 +135,30 @@ void BM_solve(benchmark::State& state, const char* profile) {
 }
 BENCHMARK_CAPTURE(BM_solve, kernels_emu_a3, "emu-a3")->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK_CAPTURE(BM_solve, atomics_emu_a4, "emu-a4")->Unit(benchmark::kMillisecond)->Iterations(5);
+
+// The default solve (one work-item walking the rows) through the public trsv, no analysis.
+void BM_default_solve(benchmark::State& state) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  const laplacian& m = matrix();
+  auto* row_ptr = to_device(q, m.row_ptr);
+  auto* col_ind = to_device(q, m.col_ind);
+  auto* values = to_device(q, m.values);
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, rows, rows, vrt::index_base::zero, row_ptr, col_ind, values, {}).wait();
+  std::vector<double> x(rows, 1.0);
+  double* dx = to_device(q, x);
+  double* dy = sycl::malloc_device<double>(rows, q);
+  for (auto _ : state)
+    vs::trsv(q, vrt::uplo::lower, vrt::transpose::nontrans, vrt::diag::nonunit, 1.0, h, dx, dy,
+             {})
+        .wait();
+  vs::release_matrix_handle(q, &h, {}).wait();
+  for (void* p : {static_cast<void*>(row_ptr), static_cast<void*>(col_ind),
+                  static_cast<void*>(values), static_cast<void*>(dx), static_cast<void*>(dy)})
+    sycl::free(p, q);
+}
+BENCHMARK(BM_default_solve)->Unit(benchmark::kMillisecond)->Iterations(5);
 
 }  // namespace
 
