@@ -105,6 +105,12 @@ void prefetch(const T* p, std::size_t count) {
   sycl::global_ptr<const T>(p).prefetch(count);
 }
 
+// ---- spin pause --------------------------------------------------------------------------
+// One turn of a spin-wait on a value another work-item will write. Standard SYCL has no pause
+// instruction; a device compiler that has one may map this to it. Doing nothing is always
+// correct: the wait's atomic load is what lets the awaited work-item run.
+inline void pause() noexcept {}
+
 // ---- explicit SIMD -----------------------------------------------------------------------
 // A work-item that works on whole vectors, as explicit-SIMD kernels do. Plain loops over a
 // fixed-size array: g++ vectorises them, and a compiler with an explicit-SIMD extension may

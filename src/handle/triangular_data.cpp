@@ -74,9 +74,11 @@ void coloringDataRelease(void** slot, const sycl::context* context, containerTyp
           c->chunk_color_host, c->chunks_per_color_host, c->color_counters, c->chunk_ticket,
           c->lower_ptr, c->lower_col, c->upper_ptr, c->upper_col})
       deallocate_container<I>(index_array, *context, container);
-    for (void* value_array : {c->lower_val, c->upper_val, c->rhs_colored, c->sol_colored})
+    for (void* value_array : {c->lower_val, c->upper_val, c->rhs_colored, c->sol_colored,
+                              c->inv_diag_colored})
       deallocate_container<T>(value_array, *context, container);
-    // The device copies of the colour tables exist as USM only.
+    // The device copies of the colour tables are arrays of their own in USM; with buffers the
+    // host buffer serves the device too and has been freed above.
     if (container == container_usm) {
       for (void* device_copy : {c->color_ptr_device, c->chunk_start_device,
                                 c->chunk_color_device, c->chunks_per_color_device})

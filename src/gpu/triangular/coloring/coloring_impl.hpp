@@ -1,17 +1,261 @@
-// Level-set coloring on the device (placeholder until the coloring kernels land).
+// Level-set coloring on the device: levels by frontier steps (one host synchronisation per
+// color), the permutation into color order, and the coloured strict parts the solves read.
 #pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
 
 #include <orvane/vrt/sparse.hpp>
 
 #include "common/variants.hpp"
+#include "containers/containers.hpp"
+#include "containers/prefix_sum.hpp"
+#include "gpu/triangular/coloring/color_plan.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
+#include "gpu/triangular/coloring/host_staging.hpp"
+#include "gpu/triangular/coloring/level_kernels.hpp"
+#include "handle/coalesce_events.hpp"
+#include "handle/triangular_data.hpp"
+#include "platform/device_info.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
+namespace kernels {
 template <typename T, typename I, containerType C>
-sycl::event coloring_impl(sycl::queue&, sparseStructure*, diagonalValuesData*,
-                          diagonalStructData*, coloringData**, const std::vector<sycl::event>&) {
-  throw unimplemented("sparse", "optimize_trsv");
+class coloring5;
+}  // namespace kernels
+
+namespace coloring_detail {
+
+// Below this many rows one work-item lays out the coloured rows: cheaper than two scans.
+inline constexpr std::size_t single_item_layout_rows = 257;
+inline constexpr const char* word = "optimize_trsv";
+
+// Containers of one coloring call: the record under construction and the temporaries. Unless
+// the call completes, the destructor frees all of them once the queue's work is done.
+template <typename T, typename I, containerType C>
+struct coloring_allocations {
+  sycl::queue& queue;
+  void* record = nullptr;
+  void* in_degree = nullptr;
+  void* counter = nullptr;
+  void* lower_total = nullptr;
+  void* upper_total = nullptr;
+  bool kept = false;
+
+  ~coloring_allocations() {
+    if (!kept) {
+      queue.wait();
+      const sycl::context context = queue.get_context();
+      coloringDataRelease<T, I>(&record, &context, C);
+    }
+    release_temporaries();
+  }
+  void release_temporaries() {
+    const sycl::context context = queue.get_context();
+    for (void** p : {&in_degree, &counter}) {
+      if (*p != nullptr) deallocate_container<I>(*p, context, C);
+      *p = nullptr;
+    }
+    for (void** p : {&lower_total, &upper_total}) {
+      if (*p != nullptr) deallocate_container<long>(*p, context, C);
+      *p = nullptr;
+    }
+  }
+  coloringData* data() const { return static_cast<coloringData*>(record); }
+};
+
+// Allocates count (at least one) elements; device_bad_alloc when the memory cannot be had.
+template <typename E, containerType C>
+void* take(sycl::queue& queue, std::size_t count, bool host) {
+  count = std::max<std::size_t>(count, 1);
+  void* p = host ? allocate_host_container<E>(count, queue, C)
+                 : allocate_device_container<E>(count, queue, C);
+  if (p == nullptr) {
+    if (host) throw host_bad_alloc("sparse", word);
+    throw device_bad_alloc("sparse", word, queue.get_device());
+  }
+  return p;
+}
+
+// A device copy of a host table: a USM array of its own, the host buffer itself for buffers.
+template <typename E, containerType C>
+void* device_copy_of(sycl::queue& queue, void* host, std::size_t count) {
+  if constexpr (C == container_usm) return take<E, C>(queue, count, false);
+  else return host;
+}
+
+template <typename T, typename I, containerType C>
+sycl::event submit_coloring5(sycl::queue& queue, const level_arrays<I, C>& a,
+                             sparseStructure* matrix, container_t<C, T> inv_diag,
+                             const coloringData& d, const std::vector<sycl::event>& deps) {
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto rp = bind(h, a.row_ptr, sycl::read_only);
+    auto ci = bind(h, a.col_ind, sycl::read_only);
+    auto va = bind(h, as_container<C, T>(matrix->values), sycl::read_only);
+    auto le = bind(h, a.lower_end, sycl::read_only);
+    auto us = bind(h, a.upper_start, sycl::read_only);
+    auto rop = bind(h, a.row_of_position, sycl::read_only);
+    auto por = bind(h, a.position_of_row, sycl::read_only);
+    auto inv = bind(h, inv_diag, sycl::read_only);
+    auto inv_c = bind(h, as_container<C, T>(d.inv_diag_colored), sycl::write_only);
+    auto lp = bind(h, as_container<C, I>(d.lower_ptr), sycl::read_only);
+    auto lc = bind(h, as_container<C, I>(d.lower_col), sycl::write_only);
+    auto lv = bind(h, as_container<C, T>(d.lower_val), sycl::write_only);
+    auto up = bind(h, as_container<C, I>(d.upper_ptr), sycl::read_only);
+    auto uc = bind(h, as_container<C, I>(d.upper_col), sycl::write_only);
+    auto uv = bind(h, as_container<C, T>(d.upper_val), sycl::write_only);
+    const I base = a.index;
+    h.parallel_for<kernels::coloring5<T, I, C>>(sycl::range<1>(a.nrows), [=](sycl::id<1> id) {
+      const std::size_t p = id[0];
+      const I r = raw(rop)[p];
+      raw(inv_c)[p] = raw(inv)[r];
+      I out = raw(lp)[p];
+      for (I k = raw(rp)[r] - base; k < raw(le)[r] - base; ++k, ++out) {
+        raw(lc)[out] = raw(por)[raw(ci)[k] - base];
+        raw(lv)[out] = raw(va)[k];
+      }
+      out = raw(up)[p];
+      for (I k = raw(us)[r] - base; k < raw(rp)[r + 1] - base; ++k, ++out) {
+        raw(uc)[out] = raw(por)[raw(ci)[k] - base];
+        raw(uv)[out] = raw(va)[k];
+      }
+    });
+  });
+}
+
+}  // namespace coloring_detail
+
+template <typename T, typename I, containerType C>
+sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
+                          diagonalValuesData* values, diagonalStructData* positions,
+                          coloringData** slot, const std::vector<sycl::event>& dependencies) {
+  using namespace coloring_detail;
+  if (*slot != nullptr) return coalesce_events(queue, C, dependencies, false);
+
+  coloring_allocations<T, I, C> mem{queue};
+  initColoringData(&mem.record);
+  coloringData& d = *mem.data();
+  const auto n = static_cast<std::size_t>(matrix->nrows);
+  d.nrows = matrix->nrows;
+  d.container = C;
+
+  d.inv_diag_colored = take<T, C>(queue, n, false);
+  d.rhs_colored = take<T, C>(queue, n, false);
+  d.sol_colored = take<T, C>(queue, n, false);
+  // nrows + 1 entries, and at least two: an empty matrix still has one (empty) color.
+  const std::size_t color_ptr_length = std::max<std::size_t>(n + 1, 2);
+  d.color_ptr_host = take<I, C>(queue, color_ptr_length, true);
+  d.row_of_position = take<I, C>(queue, n, false);
+  d.position_of_row = take<I, C>(queue, n, false);
+  mem.in_degree = take<I, C>(queue, n, false);
+  mem.counter = take<I, C>(queue, 1, false);
+  d.lower_ptr = take<I, C>(queue, n + 1, false);
+  d.upper_ptr = take<I, C>(queue, n + 1, false);
+  mem.lower_total = take<long, C>(queue, 1, false);
+  mem.upper_total = take<long, C>(queue, 1, false);
+  d.color_ptr_device = device_copy_of<I, C>(queue, d.color_ptr_host, color_ptr_length);
+
+  int architecture = 0;
+  vrt::gpu::get_architecture(&architecture, &queue);
+  const level_arrays<I, C> a{n,
+                             static_cast<I>(matrix->index),
+                             as_container<C, I>(matrix->row_ptr),
+                             as_container<C, I>(matrix->col_ind),
+                             as_container<C, I>(positions->lower_end),
+                             as_container<C, I>(positions->upper_start),
+                             as_container<C, I>(mem.in_degree),
+                             as_container<C, I>(mem.counter),
+                             as_container<C, I>(d.row_of_position),
+                             as_container<C, I>(d.position_of_row)};
+  if constexpr (C == container_usm)
+    queue.memset(a.counter, 0, sizeof(I), dependencies).wait();
+  else
+    fill_container<I>(queue, a.counter, I(0), 1, {}).wait();
+
+  // Levels: each color is the frontier the previous one released.
+  sycl::event step = submit_coloring1<I, C>(queue, a, dependencies);
+  std::vector<I> color_ptr{I(0), read_back<I, C>(queue, a.counter, 1, {step})[0]};
+  while (static_cast<std::size_t>(color_ptr.back()) < n) {
+    const std::size_t start = color_ptr[color_ptr.size() - 2];
+    const std::size_t width = static_cast<std::size_t>(color_ptr.back()) - start;
+    step = submit_coloring2<I, C>(queue, a, start, width, {step});
+    color_ptr.push_back(read_back<I, C>(queue, a.counter, 1, {step})[0]);
+  }
+  const auto num_colors = static_cast<std::int32_t>(color_ptr.size() - 1);
+  d.num_colors = num_colors;
+  const color_classes classes =
+      classify_colors(color_ptr, num_colors, queue.get_device().is_gpu());
+  d.head_colors = classes.head;
+  d.tail_colors = classes.tail;
+  color_ptr.resize(color_ptr_length, static_cast<I>(n));
+  write_host<I, C>(as_container<C, I>(d.color_ptr_host), color_ptr);
+  std::vector<sycl::event> copies{copy_host_to_device<I, C>(
+      queue, as_container<C, I>(d.color_ptr_host), as_container<C, I>(d.color_ptr_device),
+      color_ptr_length)};
+
+  d.sync_mode = sync_mode_for<T>(architecture);
+  if (d.sync_mode == sync_by_atomics && classes.head + classes.tail < num_colors) {
+    const chunk_tables<I> t = make_chunk_tables(color_ptr, num_colors, classes);
+    d.num_chunks = t.num_chunks;
+    d.max_chunks_per_color = t.max_per_color;
+    const auto chunks = static_cast<std::size_t>(t.num_chunks);
+    const auto colors = static_cast<std::size_t>(num_colors);
+    d.chunk_start_host = take<I, C>(queue, chunks + 1, true);
+    d.chunk_color_host = take<I, C>(queue, chunks, true);
+    d.chunks_per_color_host = take<I, C>(queue, colors, true);
+    d.chunk_start_device = device_copy_of<I, C>(queue, d.chunk_start_host, chunks + 1);
+    d.chunk_color_device = device_copy_of<I, C>(queue, d.chunk_color_host, chunks);
+    d.chunks_per_color_device = device_copy_of<I, C>(queue, d.chunks_per_color_host, colors);
+    d.color_counters = take<I, C>(queue, colors + 1, false);
+    d.chunk_ticket = take<I, C>(queue, 1, false);
+    const std::pair<void* coloringData::*, const std::vector<I>*> tables[] = {
+        {&coloringData::chunk_start_host, &t.start},
+        {&coloringData::chunk_color_host, &t.color},
+        {&coloringData::chunks_per_color_host, &t.per_color}};
+    const std::pair<void* coloringData::*, void* coloringData::*> copies_of[] = {
+        {&coloringData::chunk_start_host, &coloringData::chunk_start_device},
+        {&coloringData::chunk_color_host, &coloringData::chunk_color_device},
+        {&coloringData::chunks_per_color_host, &coloringData::chunks_per_color_device}};
+    for (const auto& [field, table] : tables) write_host<I, C>(as_container<C, I>(d.*field), *table);
+    for (std::size_t k = 0; k < 3; ++k)
+      copies.push_back(copy_host_to_device<I, C>(
+          queue, as_container<C, I>(d.*copies_of[k].first),
+          as_container<C, I>(d.*copies_of[k].second), tables[k].second->size()));
+  }
+
+  // Row starts of the coloured strict parts.
+  auto lower_ptr = as_container<C, I>(d.lower_ptr);
+  auto upper_ptr = as_container<C, I>(d.upper_ptr);
+  auto lower_total = as_container<C, long>(mem.lower_total);
+  auto upper_total = as_container<C, long>(mem.upper_total);
+  sycl::event lower_done, upper_done;
+  if (n < single_item_layout_rows) {
+    lower_done = upper_done =
+        submit_coloring4<I, C>(queue, a, lower_ptr, upper_ptr, lower_total, upper_total, {step});
+  } else {
+    const sycl::event lengths = submit_coloring3<I, C>(queue, a, lower_ptr, upper_ptr, {step});
+    lower_done = prefix_sum(queue, lower_ptr, n + 1, C, lower_total, {lengths});
+    upper_done = prefix_sum(queue, upper_ptr, n + 1, C, upper_total, {lengths});
+  }
+  const long lower_nnz = read_back<long, C>(queue, lower_total, 1, {lower_done})[0];
+  const long upper_nnz = read_back<long, C>(queue, upper_total, 1, {upper_done})[0];
+  d.lower_col = take<I, C>(queue, static_cast<std::size_t>(lower_nnz), false);
+  d.lower_val = take<T, C>(queue, static_cast<std::size_t>(lower_nnz), false);
+  d.upper_col = take<I, C>(queue, static_cast<std::size_t>(upper_nnz), false);
+  d.upper_val = take<T, C>(queue, static_cast<std::size_t>(upper_nnz), false);
+
+  const sycl::event laid_out = submit_coloring5<T, I, C>(
+      queue, a, matrix, as_container<C, T>(values->inv_diag), d, {lower_done, upper_done});
+  copies.push_back(laid_out);
+  for (auto& e : copies) e.wait();
+  mem.kept = true;
+  *slot = mem.data();
+  return laid_out;
 }
 
 }  // namespace orvane::vrt::sparse::gpu

@@ -1,0 +1,74 @@
+// Runs of narrow colors inside one work-group: each color's positions go to the group's
+// work-items, and a barrier separates one color from the next.
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include "gpu/triangular/levelset/levelset_operands.hpp"
+#include "gpu/triangular/levelset/row_update.hpp"
+
+namespace orvane::vrt::sparse::gpu {
+
+namespace kernels {
+template <typename T, typename I, containerType C>
+class levelsetTrsvLower1;
+template <typename T, typename I, containerType C>
+class levelsetTrsvLower2;
+template <typename T, typename I, containerType C>
+class levelsetTrsvUpper1;
+template <typename T, typename I, containerType C>
+class levelsetTrsvUpper2;
+}  // namespace kernels
+
+// Which run of a solve: the first one it meets or the second.
+enum class narrow_run { first, second };
+
+// Colors first, first + step, ... (count of them), step +1 or -1.
+template <narrow_run R, typename T, typename I, containerType C>
+sycl::event submit_narrow_run(sycl::queue& queue, const levelset_operands<T, I, C>& op,
+                              std::int32_t first, std::int32_t count, std::int32_t step,
+                              const std::vector<sycl::event>& deps) {
+  auto launch = [&](auto name) {
+    using Name = typename decltype(name)::type;
+    return queue.submit([&](sycl::handler& h) {
+      depend_on<C>(h, deps);
+      auto cp = bind(h, op.color_ptr, sycl::read_only);
+      auto pt = bind(h, op.ptr, sycl::read_only);
+      auto cl = bind(h, op.col, sycl::read_only);
+      auto va = bind(h, op.val, sycl::read_only);
+      auto inv = bind(h, op.inv_diag, sycl::read_only);
+      auto rhs = bind(h, op.rhs, sycl::read_only);
+      auto sol = bind(h, op.sol, sycl::read_write);
+      const T alpha = op.alpha;
+      const bool nonunit = op.nonunit;
+      h.parallel_for<Name>(
+          sycl::nd_range<1>(levelset_group, levelset_group), [=](sycl::nd_item<1> it) {
+            const std::size_t t = it.get_local_id(0);
+            for (std::int32_t i = 0; i < count; ++i) {
+              const std::int32_t color = first + i * step;
+              const auto p = static_cast<std::size_t>(raw(cp)[color]) + t;
+              if (p < static_cast<std::size_t>(raw(cp)[color + 1]))
+                kernels::levelset_update_position<T, I>(p, raw(pt), raw(cl), raw(va), raw(inv),
+                                                        raw(rhs), raw(sol), alpha, nonunit);
+              // Every work-item passes, row or not: the next color reads this one.
+              sycl::atomic_fence(sycl::memory_order::seq_cst, sycl::memory_scope::work_group);
+              sycl::group_barrier(it.get_group());
+            }
+          });
+    });
+  };
+  using namespace kernels;
+  const bool lower = op.side == triangle::lower;
+  if constexpr (R == narrow_run::first)
+    return lower ? launch(std::type_identity<levelsetTrsvLower1<T, I, C>>{})
+                 : launch(std::type_identity<levelsetTrsvUpper1<T, I, C>>{});
+  else
+    return lower ? launch(std::type_identity<levelsetTrsvLower2<T, I, C>>{})
+                 : launch(std::type_identity<levelsetTrsvUpper2<T, I, C>>{});
+}
+
+}  // namespace orvane::vrt::sparse::gpu

@@ -1,0 +1,58 @@
+// The permutations around a level-set solve: the right-hand side into color order, and the
+// solution back into row order.
+#pragma once
+
+#include <type_traits>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include "gpu/triangular/levelset/levelset_operands.hpp"
+
+namespace orvane::vrt::sparse::gpu {
+
+namespace kernels {
+template <typename T, typename I, containerType C>
+class permVectorXl_class;
+template <typename T, typename I, containerType C>
+class permVectorXu_class;
+template <typename T, typename I, containerType C>
+class permVectorYl_class;
+template <typename T, typename I, containerType C>
+class permVectorYu_class;
+}  // namespace kernels
+
+enum class permutation { into_colors, into_rows };
+
+// dst[i] = src[index[i]] for i below nrows: rhs_colored[p] = x[row_of_position[p]], or
+// y[r] = sol_colored[position_of_row[r]].
+template <permutation P, typename T, typename I, containerType C>
+sycl::event submit_permutation(sycl::queue& queue, triangle side, std::size_t nrows,
+                               container_t<C, T> src, container_t<C, I> index,
+                               container_t<C, T> dst, const std::vector<sycl::event>& deps) {
+  auto launch = [&](auto name) {
+    using Name = typename decltype(name)::type;
+    return queue.submit([&](sycl::handler& h) {
+      depend_on<C>(h, deps);
+      auto s = bind(h, src, sycl::read_only);
+      auto ix = bind(h, index, sycl::read_only);
+      auto d = bind(h, dst, sycl::write_only);
+      h.parallel_for<Name>(sycl::nd_range<1>(round_up_to_group(nrows), levelset_group),
+                           [=](sycl::nd_item<1> it) {
+                             const std::size_t i = it.get_global_id(0);
+                             if (i < nrows) raw(d)[i] = raw(s)[raw(ix)[i]];
+                           });
+    });
+  };
+  using kernels::permVectorXl_class, kernels::permVectorXu_class;
+  using kernels::permVectorYl_class, kernels::permVectorYu_class;
+  const bool lower = side == triangle::lower;
+  if constexpr (P == permutation::into_colors)
+    return lower ? launch(std::type_identity<permVectorXl_class<T, I, C>>{})
+                 : launch(std::type_identity<permVectorXu_class<T, I, C>>{});
+  else
+    return lower ? launch(std::type_identity<permVectorYl_class<T, I, C>>{})
+                 : launch(std::type_identity<permVectorYu_class<T, I, C>>{});
+}
+
+}  // namespace orvane::vrt::sparse::gpu

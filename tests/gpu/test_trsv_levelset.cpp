@@ -1,0 +1,229 @@
+// Level-set solves against a plain forward or backward substitution on the host: both sides,
+// unit and non-unit, every value type and index width, USM and buffers, on every emulated
+// profile (code 4 synchronises the middle colors of real solves by atomics, the others by one
+// kernel per color).
+#include <gtest/gtest.h>
+#include <hostsycl/hostsycl.hpp>
+
+#include <cmath>
+#include <string>
+
+#include "gpu/levelset_support.hpp"
+#include "support/test_helpers.hpp"
+
+namespace {
+
+using namespace lvt;
+using vrt_test::all_variants;
+
+constexpr const char* all_profiles[] = {"emu-a0", "emu-a1", "emu-a2", "emu-a3",
+                                        "emu-a4", "emu-a5", "emu-a6"};
+
+struct solve_case {
+  bool lower;
+  bool unit;
+  double alpha;
+};
+
+// Colours the triangle of m for one side, solves with the library's level-set solve and
+// returns y (x is made here, deterministic).
+template <typename T, typename I, vs::containerType C>
+std::vector<T> levelset_solve(sycl::queue& q, const triangle_matrix<T>& m, const solve_case& s,
+                              const std::vector<T>& x, vs::coloringData* inspect = nullptr) {
+  const auto e = expand<T, I>(m, s.lower, C == vs::container_usm ? 0 : 1);
+  bound_expansion<T, I, C> b(q, e, s.lower);
+  b.color().wait();
+  if (inspect != nullptr) *inspect = **b.slot();
+  const T alpha = static_cast<T>(s.alpha);
+  const auto d = s.unit ? vrt::diag::unit : vrt::diag::nonunit;
+  const auto up = s.lower ? vrt::uplo::lower : vrt::uplo::upper;
+  auto solve = [&](auto xs, auto ys, const std::vector<sycl::event>& deps) {
+    return s.lower ? vs::gpu::levelsetTrsvLower_impl<T, I, C>(q, up, vrt::transpose::nontrans, d,
+                                                            alpha, b.h, xs, ys, deps)
+                   : vs::gpu::levelsetTrsvUpper_impl<T, I, C>(q, up, vrt::transpose::nontrans, d,
+                                                            alpha, b.h, xs, ys, deps);
+  };
+  const auto n = static_cast<std::size_t>(m.n);
+  std::vector<T> y = vrt_test::nan_vector<T>(std::max<std::size_t>(n, 1));
+  void* xs = upload<T, C>(q, x);
+  void* ys = upload<T, C>(q, y);
+  // Twice: a solve leaves its work areas stale and the next must reinitialise what it reads.
+  for (int round = 0; round < 2; ++round) {
+    if constexpr (C == vs::container_usm)
+      solve(static_cast<T*>(xs), static_cast<T*>(ys), {}).wait();
+    else
+      solve(static_cast<sycl::buffer<T, 1>*>(xs), static_cast<sycl::buffer<T, 1>*>(ys), {});
+  }
+  y = fetch<T, C>(q, ys, n);
+  vs::deallocate_container<T>(xs, q, C);
+  vs::deallocate_container<T>(ys, q, C);
+  return y;
+}
+
+template <typename T>
+std::vector<T> make_rhs(std::int64_t n, unsigned seed) {
+  std::mt19937 rng(seed);
+  std::vector<T> x(static_cast<std::size_t>(n));
+  for (auto& v : x) v = vrt_test::random_value<T>(rng);
+  return x;
+}
+
+// Relative error against the reference, scaled to the precision and the solve's depth.
+template <typename T>
+void expect_close(const std::vector<T>& got, const std::vector<T>& want, const std::string& what) {
+  ASSERT_EQ(got.size(), want.size()) << what;
+  double norm = 0;
+  for (const auto& v : want) norm = std::max(norm, static_cast<double>(std::abs(v)));
+  const double bound =
+      256.0 * std::numeric_limits<vrt_test::real_t<T>>::epsilon() * std::max(norm, 1.0);
+  for (std::size_t i = 0; i < got.size(); ++i) {
+    const double err = std::abs(got[i] - want[i]);
+    ASSERT_FALSE(!(err <= bound)) << what << ": entry " << i << " got " << got[i] << " want "
+                                  << want[i];
+  }
+}
+
+template <typename T, typename I>
+void check_all_ways(const triangle_matrix<T>& lower_m, const char* profile, const std::string& what,
+                    bool lower_side_too = true) {
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  const auto x = make_rhs<T>(lower_m.n, 17);
+  const auto upper_m = transpose_of(lower_m);
+  for (bool lower : {true, false}) {
+    if (lower && !lower_side_too) continue;
+    const auto& m = lower ? lower_m : upper_m;
+    for (bool unit : {false, true}) {
+      const solve_case s{lower, unit, 1.5};
+      const auto want = reference_solve(m, lower, unit, static_cast<T>(s.alpha), x);
+      const std::string tag = what + (lower ? " lower" : " upper") + (unit ? " unit" : "") +
+                              " on " + profile;
+      expect_close(levelset_solve<T, I, vs::container_usm>(q, m, s, x), want, tag + " (USM)");
+      expect_close(levelset_solve<T, I, vs::container_buffer>(q, m, s, x), want,
+                   tag + " (buffers)");
+    }
+  }
+}
+
+// Head, many middle colors (wide ones with narrow ones between, widths not multiples of 16) and
+// a tail.
+std::vector<std::int64_t> many_middle_colors() {
+  std::vector<std::int64_t> widths{1, 3};
+  for (int k = 0; k < 10; ++k) {
+    widths.push_back(257 + 13 * k);
+    widths.push_back(1 + k);
+  }
+  widths.push_back(300);
+  widths.push_back(5);
+  widths.push_back(1);
+  return widths;
+}
+
+template <typename V>
+class LevelsetTrsv : public ::testing::Test {};
+TYPED_TEST_SUITE(LevelsetTrsv, all_variants);
+
+TYPED_TEST(LevelsetTrsv, ManyMiddleColorsOnEveryProfile) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto m = levels_triangle<T>(many_middle_colors(), 21);
+  for (const char* profile : all_profiles) check_all_ways<T, I>(m, profile, "many middle colors");
+}
+
+TYPED_TEST(LevelsetTrsv, RandomTrianglesAllHead) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto m = random_triangle<T>(500, 4, 22);
+  for (const char* profile : {"emu-a3", "emu-a4"}) check_all_ways<T, I>(m, profile, "random");
+}
+
+TYPED_TEST(LevelsetTrsv, LaplacianLowerTriangle) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto m = laplacian_lower<T>(30);
+  for (const char* profile : {"emu-a1", "emu-a4"}) check_all_ways<T, I>(m, profile, "laplacian");
+}
+
+// Only a head: neither per-color kernels nor the atomics kernel have work.
+TYPED_TEST(LevelsetTrsv, AllColorsInTheHead) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto m = levels_triangle<T>({1, 200, 3, 256, 1}, 23);
+  for (const char* profile : {"emu-a3", "emu-a4"}) check_all_ways<T, I>(m, profile, "head only");
+}
+
+// A wide first color gives no head: the lower side then needs per-color kernels (the atomics
+// solve of the lower side expects a head color), the upper side runs on every profile.
+TYPED_TEST(LevelsetTrsv, WideFirstColor) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto m = levels_triangle<T>({300, 1, 300, 1}, 24);
+  check_all_ways<T, I>(m, "emu-a3", "300/1/300/1");
+  check_all_ways<T, I>(m, "emu-a4", "300/1/300/1", false);
+  const auto diagonal = levels_triangle<T>({300}, 25);
+  for (const char* profile : {"emu-a3", "emu-a4"})
+    check_all_ways<T, I>(diagonal, profile, "diagonal 300");
+}
+
+TYPED_TEST(LevelsetTrsv, ZeroAlphaGivesZero) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto m = levels_triangle<T>(many_middle_colors(), 26);
+  const auto x = make_rhs<T>(m.n, 5);
+  for (const char* profile : {"emu-a3", "emu-a4"}) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (bool lower : {true, false}) {
+      const auto y = levelset_solve<T, I, vs::container_usm>(
+          q, lower ? m : transpose_of(m), {lower, false, 0.0}, x);
+      for (const auto& v : y) ASSERT_EQ(v, T(0)) << profile;
+    }
+  }
+}
+
+// The diagonal is a run-time choice of the solve: a unit solve ignores the stored diagonal.
+TYPED_TEST(LevelsetTrsv, UnitSolveIgnoresTheDiagonal) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  auto m = levels_triangle<T>(many_middle_colors(), 27);
+  for (auto& [r, c, v] : m.entries)
+    if (r == c) v = T(1000);
+  const auto x = make_rhs<T>(m.n, 6);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
+  for (bool lower : {true, false}) {
+    const auto& side = lower ? m : transpose_of(m);
+    const auto want = reference_solve(side, lower, true, T(1), x);
+    expect_close(levelset_solve<T, I, vs::container_usm>(q, side, {lower, true, 1.0}, x), want,
+                 "unit");
+  }
+}
+
+// Upper chunks hold rows that nobody depends on: coloured rows of length 0.
+TYPED_TEST(LevelsetTrsv, EmptyColouredRowsInChunks) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto m = levels_triangle<T>({2, 400, 290, 1}, 28);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
+  vs::coloringData seen{};
+  const auto upper_m = transpose_of(m);
+  const auto x = make_rhs<T>(m.n, 7);
+  const auto y = levelset_solve<T, I, vs::container_usm>(q, upper_m, {false, false, 1.0}, x, &seen);
+  expect_close(y, reference_solve(upper_m, false, false, T(1), x), "empty rows");
+  EXPECT_EQ(seen.head_colors, 1);
+  EXPECT_EQ(seen.tail_colors, 1);
+  // Real values on this profile go through the atomics solve.
+  EXPECT_EQ(seen.sync_mode, vrt_test::is_complex<T> ? 1 : 2);
+  EXPECT_EQ(seen.num_chunks, vrt_test::is_complex<T> ? 0 : 25 + 19);
+}
+
+TYPED_TEST(LevelsetTrsv, EmptyMatrix) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
+  const triangle_matrix<T> m{};
+  for (bool lower : {true, false}) {
+    EXPECT_TRUE((levelset_solve<T, I, vs::container_usm>(q, m, {lower, false, 1.0}, {}).empty()));
+    EXPECT_TRUE(
+        (levelset_solve<T, I, vs::container_buffer>(q, m, {lower, false, 1.0}, {}).empty()));
+  }
+}
+
+}  // namespace
