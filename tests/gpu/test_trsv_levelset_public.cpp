@@ -149,6 +149,25 @@ TYPED_TEST(LevelsetTrsvPublic, SymmetricHandleServesBothTriangles) {
   }
 }
 
+// A lower coloring whose first color is already wide, with two middle colors or more: chunks of
+// color 0 post nothing, so the solve synchronises by kernels and finishes (on code 4 too).
+TYPED_TEST(LevelsetTrsvPublic, LowerSolveWithoutHeadColorsFinishes) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto L = lvt::levels_triangle<T>({300, 280, 1}, 36);
+  const auto A = combine<T, I>(L, lvt::transpose_of(L));
+  const auto x = tri::random_vector<T>(A.nrows, 8);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
+  tri::bound_matrix<T, I> b(q, A, tri::memory::device);
+  b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
+  const vs::coloringData* d = b.handle()->coloring_lower;
+  ASSERT_NE(d, nullptr);
+  EXPECT_EQ(d->head_colors, 0);
+  EXPECT_EQ(d->num_colors - d->tail_colors, 2);
+  tri::expect_close(b.trsv(vrt::uplo::lower, vrt::diag::nonunit, T(1.5), x),
+                    tri::reference_solve(A, false, false, T(1.5), x), "lower, no head colors");
+}
+
 // Analysis and solves leave no device memory behind once the handle is released.
 TEST(LevelsetTrsvPublicRelease, NothingStaysAllocated) {
   const auto A = test_matrix<double, std::int32_t>(35);

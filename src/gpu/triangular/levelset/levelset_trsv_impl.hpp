@@ -50,12 +50,16 @@ sycl::event levelset_solve(sycl::queue& queue, triangle side, diag diag_val, T a
     chain<C>(list, submit_narrow_run<narrow_run::first, T, I, C>(
                        queue, op, lower ? 0 : colors - 1, first_run, lower ? 1 : -1, list));
   if (colors - head - tail >= 1) {
-    if (d->sync_mode == sync_by_atomics)
+    // Chunks of color 0 post nothing (the kernel's guard), so a lower coloring whose middle
+    // starts at color 0 and spans two colors or more would leave color 1 waiting for ever: such
+    // a coloring synchronises by kernels.
+    const bool atomics_progress = !(lower && head == 0 && colors - tail >= 2);
+    if (d->sync_mode == sync_by_atomics && atomics_progress)
       lower ? kernels::trsv_lower_levelset_middlecolors_sync_by_atomics<T, I>(
                   queue, C, alpha, colors, nonunit, d, list)
             : kernels::trsv_upper_levelset_middlecolors_sync_by_atomics<T, I>(
                   queue, C, alpha, colors, nonunit, d, list);
-    else if (d->sync_mode == sync_by_kernels)
+    else if (d->sync_mode == sync_by_kernels || d->sync_mode == sync_by_atomics)
       lower ? kernels::trsv_lower_levelset_middlecolors_sync_by_kernels<T, I>(
                   queue, C, alpha, colors, head, tail, nonunit, d, list)
             : kernels::trsv_upper_levelset_middlecolors_sync_by_kernels<T, I>(
