@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test suite: optimised (plain, stress mode and the SciPy differentials),
 # then AddressSanitizer with UndefinedBehaviorSanitizer (no benchmarks, no driver, so no
-# differentials), then ThreadSanitizer, which builds and runs only the concurrency tests, then a
-# minute of each fuzz target.
+# differentials), then ThreadSanitizer, which builds and runs only the concurrency tests, then
+# half a minute of each fuzz target.
 # Extra arguments are passed to the release configure step (CI passes -DVRT_WARNINGS_AS_ERRORS=ON).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -30,4 +30,4 @@ stage "configure tsan" cmake --preset tsan -DVRT_VALUE_TYPES=d "$@"
 stage "build tsan" cmake --build --preset tsan --target concurrency_tests
 stage "test tsan" ctest --preset tsan
 
-stage "fuzz" scripts/fuzz.sh 60
+stage "fuzz" scripts/fuzz.sh 30
