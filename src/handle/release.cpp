@@ -9,6 +9,8 @@
 #include "platform/services.hpp"
 #include "vrt/host_sparse.h"
 
+#include <vector>
+
 namespace orvane::vrt::sparse {
 
 template <typename T, typename I, containerType C>
@@ -37,32 +39,42 @@ void** as_slot(Record*& field) {
 }
 }  // namespace
 
+// Slots may hold one record twice (a symmetric matrix is its own transpose and expansion, and its
+// one analysis serves both triangles), whatever the flags say now: a property set after a
+// transpose was built must not hide it. So each record goes once, through the first slot that
+// holds it, and later slots holding the same record are only cleared.
+class release_once {
+ public:
+  template <typename Record, typename Release>
+  void operator()(Record*& slot, Release&& release) {
+    if (slot == nullptr) return;
+    void* record = slot;
+    for (const void* gone : released_)
+      if (gone == record) {
+        slot = nullptr;
+        return;
+      }
+    released_.push_back(record);
+    release(as_slot(slot));
+  }
+
+ private:
+  std::vector<const void*> released_;
+};
+
 template <typename T, typename I, containerType C>
 void release_matrix_handle_impl(matrix_handle* h) {
   if (h == nullptr) return;
-  const auto release_structure = [&](sparseStructure*& slot) {
-    sparseStructureRelease<T, I, C>(as_slot(slot), h->context);
-  };
-  bool symmetric = false;
-  if (h->primary != nullptr) {
-    symmetric = h->primary->symmetric != 0;
-    release_structure(h->primary);
-  }
+  release_once once;
+  const auto structure = [&](void** slot) { sparseStructureRelease<T, I, C>(slot, h->context); };
+  once(h->primary, structure);
   if (h->context != nullptr) {
-    release_structure(h->sorted_copy);
-    release_structure(h->conj_transposed);
-    // A symmetric matrix is its own transpose and expansion: those slots alias primary.
-    if (!symmetric) {
-      release_structure(h->transposed);
-      release_structure(h->sym_from_lower);
-      release_structure(h->sym_from_upper);
-    }
-    release_structure(h->reserved_structure_0);
-    release_structure(h->reserved_structure_1);
-    release_structure(h->lower_triangle);
-    release_structure(h->upper_triangle);
-    release_structure(h->reserved_structure_2);
-    release_structure(h->reserved_structure_3);
+    for (sparseStructure** slot :
+         {&h->sorted_copy, &h->conj_transposed, &h->transposed, &h->sym_from_lower,
+          &h->sym_from_upper, &h->reserved_structure_0, &h->reserved_structure_1,
+          &h->lower_triangle, &h->upper_triangle, &h->reserved_structure_2,
+          &h->reserved_structure_3})
+      once(*slot, structure);
 
     // The host engine accepts a null matrix.
     if constexpr (sizeof(I) == 4)
@@ -71,18 +83,14 @@ void release_matrix_handle_impl(matrix_handle* h) {
       vrt_sparse_destroy_i8(h->host_matrix);
     h->host_matrix = nullptr;
 
-    coloringDataRelease<T, I>(as_slot(h->coloring_lower), h->context, C);
-    if (!symmetric) {
-      coloringDataRelease<T, I>(as_slot(h->coloring_upper), h->context, C);
-      diagonalValuesDataRelease<T, I>(as_slot(h->diag_values), h->context, C);
-      diagonalStructDataRelease<I>(as_slot(h->diag_struct), h->context, C);
-      diagonalStructDataRelease<I>(as_slot(h->diag_struct_sorted), h->context, C);
-      diagonalStructDataRelease<I>(as_slot(h->diag_struct_lower), h->context, C);
-      diagonalStructDataRelease<I>(as_slot(h->diag_struct_upper), h->context, C);
-    } else {
-      diagonalValuesDataRelease<T, I>(as_slot(h->diag_values), h->context, C);
-      diagonalStructDataRelease<I>(as_slot(h->diag_struct), h->context, C);
-    }
+    const auto coloring = [&](void** slot) { coloringDataRelease<T, I>(slot, h->context, C); };
+    once(h->coloring_lower, coloring);
+    once(h->coloring_upper, coloring);
+    once(h->diag_values,
+         [&](void** slot) { diagonalValuesDataRelease<T, I>(slot, h->context, C); });
+    for (diagonalStructData** slot : {&h->diag_struct, &h->diag_struct_sorted,
+                                      &h->diag_struct_lower, &h->diag_struct_upper})
+      once(*slot, [&](void** s) { diagonalStructDataRelease<I>(s, h->context, C); });
     if (!h->context_is_foreign) delete h->context;
     h->context = nullptr;
   }

@@ -318,3 +318,31 @@ TEST(MatrixHandle, CountOfANullStructureIsAnInternalError) {
 }
 
 }  // namespace
+
+namespace {
+
+// A transpose built while the matrix was unsymmetric is the handle's own, and goes with the
+// handle even when the symmetric property is set afterwards.
+TEST(MatrixHandle, ReleaseFreesATransposeBuiltBeforeTheSymmetricProperty) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
+  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(3, q);
+  double* vals = sycl::malloc_shared<double>(3, q);
+  rows[0] = 0, rows[1] = 2, rows[2] = 3;
+  cols[0] = 0, cols[1] = 1, cols[2] = 1;
+  vals[0] = 1, vals[1] = 2, vals[2] = 3;
+  const auto before = hostsycl::live_allocation_bytes(q.get_device());
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, vals).wait();
+  vs::optimize_gemv(q, vrt::transpose::trans, h).wait();
+  ASSERT_NE(h->transposed, nullptr);
+  vs::set_matrix_property(h, vs::property::symmetric);
+  vs::release_matrix_handle(q, &h).wait();
+  EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before);
+  sycl::free(rows, q);
+  sycl::free(cols, q);
+  sycl::free(vals, q);
+}
+
+}  // namespace
