@@ -16,7 +16,6 @@ using namespace vrt_test::triangular;
 using vrt_test::csr_matrix;
 using vrt_test::expect_message;
 
-std::string prefix(const std::string& word) { return "orvane::vrt::sparse::" + word + ": "; }
 
 template <typename V>
 class TrsvDefault : public ::testing::Test {};
@@ -211,28 +210,10 @@ TYPED_TEST(TrsvDefault, Refusals) {
   const auto solve = [&](vrt::uplo ul, vrt::transpose op) {
     vs::trsv(q, ul, op, vrt::diag::unit, T(1), h, x, y, {}).wait();
   };
-  expect_message<vrt::invalid_argument>(
-      [&] { solve(static_cast<vrt::uplo>(3), vrt::transpose::nontrans); },
-      prefix("trsv") + "invalid argument: uplo_flag");
-  expect_message<vrt::unimplemented>(
-      [&] { solve(vrt::uplo::upper, vrt::transpose::conjtrans); },
-      prefix("trsv") +
-          "unimplemented functionality: currently only supports the orvane::vrt::transpose::nontrans op");
-  h->primary->format = vs::format_coo;
-  expect_message<vrt::unimplemented>(
-      [&] { solve(vrt::uplo::lower, vrt::transpose::nontrans); },
-      prefix("trsv") +
-          "unimplemented functionality: currently only supports the CSR matrix format on GPU devices");
-  h->primary->format = vs::format_csr;
-  vs::sparseStructure* primary = h->primary;
-  h->primary = nullptr;
-  expect_message<vrt::uninitialized>(
-      [&] {
-        vs::gpu::trsv_impl<T, I, vs::container_usm>(q, vrt::uplo::lower, vrt::transpose::nontrans,
-                                                    vrt::diag::unit, T(1), h, x, y, {});
-      },
-      prefix("trsv") + "uninitialized object: Matrix is not initialized");
-  h->primary = primary;
+  expect_triangular_refusals(h, "trsv", solve, [&] {
+    vs::gpu::trsv_impl<T, I, vs::container_usm>(q, vrt::uplo::lower, vrt::transpose::nontrans,
+                                                vrt::diag::unit, T(1), h, x, y, {});
+  });
   sycl::free(x, q);
   sycl::free(y, q);
 }

@@ -20,6 +20,7 @@
 
 #include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
+#include "support/test_helpers.hpp"
 
 namespace vrt_test::triangular {
 
@@ -297,5 +298,41 @@ class bound_matrix {
   std::optional<sycl::buffer<I, 1>> b_row_, b_col_;
   std::optional<sycl::buffer<T, 1>> b_val_;
 };
+
+
+// The start of every message the library throws for `word` (none for the empty word).
+inline std::string prefix(const std::string& word) {
+  return word.empty() ? "orvane::vrt::sparse: " : "orvane::vrt::sparse::" + word + ": ";
+}
+
+// The refusals optimize_trsv and trsv share, in the order they are checked: the triangle, the
+// operation, the format, then a missing structure (through the device entry `call_device`, since
+// the public frame answers a null handle first). `call(uplo, op)` runs the public routine on h.
+template <typename Public, typename Device>
+void expect_triangular_refusals(vs::matrix_handle* h, const std::string& word, Public call,
+                                Device call_device) {
+  expect_message<vrt::invalid_argument>(
+      [&] { call(static_cast<vrt::uplo>(2), vrt::transpose::nontrans); },
+      prefix(word) + "invalid argument: uplo_flag");
+  expect_message<vrt::unimplemented>(
+      [&] { call(vrt::uplo::lower, vrt::transpose::trans); },
+      prefix(word) +
+          "unimplemented functionality: currently only supports the orvane::vrt::transpose::nontrans op");
+  expect_message<vrt::unimplemented>(
+      [&] { call(vrt::uplo::upper, vrt::transpose::conjtrans); },
+      prefix(word) +
+          "unimplemented functionality: currently only supports the orvane::vrt::transpose::nontrans op");
+  h->primary->format = vs::format_coo;
+  expect_message<vrt::unimplemented>(
+      [&] { call(vrt::uplo::lower, vrt::transpose::nontrans); },
+      prefix(word) +
+          "unimplemented functionality: currently only supports the CSR matrix format on GPU devices");
+  h->primary->format = vs::format_csr;
+  vs::sparseStructure* primary = h->primary;
+  h->primary = nullptr;
+  expect_message<vrt::uninitialized>(call_device,
+                                     prefix(word) + "uninitialized object: Matrix is not initialized");
+  h->primary = primary;
+}
 
 }  // namespace vrt_test::triangular
