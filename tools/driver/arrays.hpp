@@ -17,16 +17,19 @@ namespace vrt_driver {
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
 
-// A device copy of a host array: USM device memory or a buffer (kept at a fixed address, since a
-// handle keeps the address of the caller's buffer objects).
+// A device copy of a host array: USM (device memory unless another kind is asked for) or a
+// buffer (kept at a fixed address, since a handle keeps the address of the caller's buffer
+// objects).
 template <typename E>
 class device_array {
  public:
-  device_array(sycl::queue& q, bool usm, std::vector<E> host) : queue_(q) {
+  device_array(sycl::queue& q, bool usm, std::vector<E> host,
+               sycl::usm::alloc kind = sycl::usm::alloc::device)
+      : queue_(q) {
     if (host.empty()) host.push_back(E{});
     size_ = host.size();
     if (usm) {
-      usm_ = sycl::malloc_device<E>(size_, q);
+      usm_ = sycl::malloc<E>(size_, q, kind);
       q.memcpy(usm_, host.data(), size_ * sizeof(E)).wait();
     } else {
       buffer_ = std::make_unique<sycl::buffer<E, 1>>(host.begin(), host.end());
@@ -60,6 +63,13 @@ class device_array {
   E* usm_ = nullptr;
   std::unique_ptr<sycl::buffer<E, 1>> buffer_;
 };
+
+// The USM kind of --y-memory.
+inline sycl::usm::alloc to_usm_kind(const std::string& memory) {
+  return memory == "host"     ? sycl::usm::alloc::host
+         : memory == "shared" ? sycl::usm::alloc::shared
+                              : sycl::usm::alloc::device;
+}
 
 inline vrt::transpose to_transpose(const std::string& op) {
   return op == "n" ? vrt::transpose::nontrans

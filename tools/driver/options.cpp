@@ -47,6 +47,9 @@ minimum plus --ld-pad; the padding holds NaN and is not written.
   --index 32|64        index width (default 32); sizes and entries must fit it
   --base 0|1           index base of the bound arrays (default 0)
   --memory usm|buffer  memory model (default usm)
+  --y-memory device|shared|host
+                       USM kind of y of gemv, gemvdot, symv, trmv and trsv (default device;
+                       needs --memory usm)
   --format csr|coo     storage format of A and B (default csr)
   --op n|t|c           op(A): nontrans, trans, conjtrans (default n)
   --op-b n|t|c         op(B) of matmat (default n)
@@ -162,6 +165,8 @@ void check_together(const options& o, const std::string& alpha_text, const std::
                       alternatives(optimized) + " have)");
   if (!o.matrix_b.empty() && o.routine != "matmat")
     throw usage_error("--matrix-b: only matmat takes a second matrix, not " + o.routine);
+  if (o.y_memory != "device" && o.memory != "usm")
+    throw usage_error("--y-memory " + o.y_memory + ": needs --memory usm");
   const bool real_values = o.value == "s" || o.value == "d";
   if (real_values && o.alpha.imag() != 0)
     throw usage_error("--alpha " + quoted(alpha_text) + ": an imaginary part needs --value c or z");
@@ -186,6 +191,7 @@ options parse(int argc, char** argv) {
       {"--index", numeric_choice(o.index, {"32", "64"})},
       {"--base", numeric_choice(o.base, {"0", "1"})},
       {"--memory", choice(o.memory, {"usm", "buffer"})},
+      {"--y-memory", choice(o.y_memory, {"device", "shared", "host"})},
       {"--format", choice(o.format, {"csr", "coo"})},
       {"--op", choice(o.op, {"n", "t", "c"})},
       {"--op-b", choice(o.op_b, {"n", "t", "c"})},

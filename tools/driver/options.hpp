@@ -12,6 +12,8 @@ struct options {
   std::string matrix, matrix_b, routine = "gemv", device = "emu-a2", value = "d", memory = "usm";
   std::string format = "csr", op = "n", op_b = "n", uplo = "lower", diag = "nonunit";
   std::string layout = "row", output;
+  // USM kind of y for the products and solves with one vector.
+  std::string y_memory = "device";
   int index = 32, base = 0;
   std::int64_t columns = 3, ld_pad = 0;
   std::complex<double> alpha = 1.0, beta = 0.0;

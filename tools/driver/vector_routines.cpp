@@ -20,7 +20,7 @@ result run_vector_routine(sycl::queue& q, const options& o, const host_matrix<T,
 
   bound_matrix<T, I> M(q, usm, A);
   device_array<T> x(q, usm, x_vector<T>(nx));
-  device_array<T> y(q, usm, y_vector<T>(ny));
+  device_array<T> y(q, usm, y_vector<T>(ny), to_usm_kind(o.y_memory));
   device_array<T> d(q, usm, {T(0)});
   vs::matrix_handle* h = M.handle;
 
