@@ -14,6 +14,7 @@
 
 #include "gpu/entry_points.hpp"
 #include "gpu/gemm/plan.hpp"
+#include "gpu/gemm/subgroup.hpp"
 #include "gpu/gemm/subgroup_kernel.hpp"
 #include "handle/gemm_data.hpp"
 #include "handle/handle.hpp"
@@ -30,7 +31,8 @@ using vrt_test::csr_matrix;
 namespace {
 
 using vrt_test::all_variants;
-enum class model { usm, buffer };
+// usm: everything in device USM; host_usm: A on the device, B and C in host USM.
+enum class model { usm, host_usm, buffer };
 
 template <typename T>
 constexpr bool double_precision =
@@ -80,6 +82,10 @@ std::vector<T> column_of(const dense<T>& d, std::int64_t j) {
 struct call_hooks {
   std::function<void()> before_gemm = [] {};
   std::function<void(vs::matrix_handle*)> inspect = [](vs::matrix_handle*) {};
+  // When set, replaces the public call on USM operands: (queue, bound handle, B, C, deps).
+  std::function<sycl::event(sycl::queue&, vs::matrix_handle*, void*, void*,
+                            const std::vector<sycl::event>&)>
+      usm_gemm;
 };
 
 // Binds A, runs gemm with B and C as given, returns C's whole storage.
@@ -100,24 +106,26 @@ std::vector<T> run_gemm(sycl::queue& q, const csr_matrix<T, I>& A, model m, tran
   auto bs = B.data;
   auto cs = C.data;
   const layout lay = B.row_major ? layout::row_major : layout::col_major;
-  if (m == model::usm) {
-    auto to_device = [&](const auto& v) {
+  if (m != model::buffer) {
+    auto to_usm = [&](const auto& v, sycl::usm::alloc kind) {
       using E = typename std::decay_t<decltype(v)>::value_type;
-      E* p = sycl::malloc_device<E>(v.size(), q);
+      E* p = sycl::malloc<E>(v.size(), q, kind);
       q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
       return p;
     };
-    I* d_row = to_device(row_ptr);
-    I* d_col = to_device(col_ind);
-    T* d_val = to_device(values);
-    T* d_b = to_device(bs);
-    T* d_c = to_device(cs);
+    const auto dense_kind = m == model::host_usm ? sycl::usm::alloc::host : sycl::usm::alloc::device;
+    I* d_row = to_usm(row_ptr, sycl::usm::alloc::device);
+    I* d_col = to_usm(col_ind, sycl::usm::alloc::device);
+    T* d_val = to_usm(values, sycl::usm::alloc::device);
+    T* d_b = to_usm(bs, dense_kind);
+    T* d_c = to_usm(cs, dense_kind);
     auto bound = vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base,
                                   d_row, d_col, d_val);
     bound.wait();
     hooks.before_gemm();
-    auto done = vs::gemm(q, lay, op, transpose::nontrans, alpha, h, d_b, C.columns, B.ld, beta,
-                         d_c, C.ld, {bound});
+    auto done = hooks.usm_gemm ? hooks.usm_gemm(q, h, d_b, d_c, {bound})
+                               : vs::gemm(q, lay, op, transpose::nontrans, alpha, h, d_b,
+                                          C.columns, B.ld, beta, d_c, C.ld, {bound});
     done.wait();
     hostsycl::fail_next_allocations(0);
     q.memcpy(cs.data(), d_c, cs.size() * sizeof(T)).wait();
@@ -179,7 +187,10 @@ struct case_setup {
 };
 
 std::string describe(const case_setup& s) {
-  return std::string(s.profile) + (s.m == model::usm ? " USM" : " buffers") +
+  const char* memory = s.m == model::usm        ? " USM"
+                       : s.m == model::host_usm ? " host USM for B and C"
+                                                : " buffers";
+  return std::string(s.profile) + memory +
          (s.lay == layout::row_major ? " row-major" : " col-major") + " op " +
          std::to_string(static_cast<int>(s.op)) + " columns " + std::to_string(s.columns) +
          " pad " + std::to_string(s.pad);
@@ -241,6 +252,41 @@ TYPED_TEST(Gemm, EveryProfileReachesEveryKernel) {
         if (::testing::Test::HasFatalFailure()) return;
       }
   }
+}
+
+// Several work-groups of the explicit-SIMD kernels, each taking its rows from its own counter:
+// 300 rows are five groups at these column counts. Complex values never take these kernels.
+TYPED_TEST(Gemm, ExplicitSimdRowsSpreadOverSeveralWorkGroups) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  if constexpr (vrt_test::is_complex<T>) {
+    GTEST_SKIP() << "no explicit-SIMD kernels for complex values";
+  } else {
+    const auto A = vrt_test::random_csr<T, I>(300, 37, 6, 44, 0, 3, 30);
+    for (std::int64_t columns : {9, 17, 127}) {
+      ASSERT_GT(A.nrows, 4 * gp::esimd_rows_per_group(columns));
+      for (layout lay : {layout::row_major, layout::col_major}) {
+        check_case<T, I>(A, {"emu-a6", model::usm, lay, transpose::nontrans, columns, 1}, T(1.5),
+                         T(-0.5));
+        if (::testing::Test::HasFatalFailure()) return;
+      }
+    }
+  }
+}
+
+// B and C in host USM, read and written in place or through the staging arrays: explicit SIMD,
+// sub-group blocks and a leftover column.
+TYPED_TEST(Gemm, DenseOperandsInHostMemory) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = vrt_test::random_csr<T, I>(29, 23, 5, 45, 1, 1, 40);
+  int k = 0;
+  for (std::int64_t columns : {9, 129})
+    for (layout lay : {layout::row_major, layout::col_major}) {
+      check_case<T, I>(A, {"emu-a6", model::host_usm, lay, every_op[k++ % 3], columns, 1}, T(2),
+                       T(0.5));
+      if (::testing::Test::HasFatalFailure()) return;
+    }
 }
 
 // beta 0: C full of NaN is never read, on every path.
@@ -322,6 +368,54 @@ TYPED_TEST(Gemm, StagingFailureFallsBackToTheUnstagedKernels) {
   }
 }
 
+// Explicit SIMD on code 6 with B's staging at hand (kept from a wider call) but none to be had for
+// C: the element-wise kernel does the whole product, b_tmp stays as it was and no c_tmp is left.
+TYPED_TEST(Gemm, StagingFailureOfCAloneFallsBackToTheUnstagedKernel) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  if constexpr (vrt_test::is_complex<T>) {
+    GTEST_SKIP() << "no explicit-SIMD kernels for complex values";
+  } else {
+    const auto A = vrt_test::random_csr<T, I>(26, 21, 5, 46);
+    const std::int64_t wide = 128, columns = 9;
+    const auto B = make_dense<T>(A.ncols, columns, layout::col_major, 1, 91);
+    const auto C = make_dense<T>(A.nrows, columns, layout::col_major, 0, 92);
+    void* kept = nullptr;
+    std::int64_t kept_bytes = 0;
+    call_hooks hooks;
+    hooks.usm_gemm = [&](sycl::queue& q, vs::matrix_handle* h, void* b, void* c,
+                         const std::vector<sycl::event>& deps) {
+      // The wider call takes the sub-group path, which stages B alone.
+      T* wb = sycl::malloc_device<T>(static_cast<std::size_t>(A.ncols * wide), q);
+      T* wc = sycl::malloc_device<T>(static_cast<std::size_t>(A.nrows * wide), q);
+      q.fill(wb, T(1), static_cast<std::size_t>(A.ncols * wide)).wait();
+      vs::gemm(q, layout::col_major, transpose::nontrans, transpose::nontrans, T(1), h, wb, wide,
+               A.ncols, T(0), wc, A.nrows, deps)
+          .wait();
+      sycl::free(wb, q);
+      sycl::free(wc, q);
+      kept = h->primary->gemm_data->b_tmp;
+      kept_bytes = h->primary->gemm_data->b_tmp_bytes;
+      // Device memory and then host memory refused for c_tmp.
+      hostsycl::fail_next_allocations(2);
+      return vs::gemm(q, layout::col_major, transpose::nontrans, transpose::nontrans, T(2), h,
+                      static_cast<T*>(b), columns, B.ld, T(-1), static_cast<T*>(c), C.ld);
+    };
+    hooks.inspect = [&](vs::matrix_handle* h) {
+      const vs::gemmInternalData* plan = h->primary->gemm_data;
+      ASSERT_NE(kept, nullptr);
+      EXPECT_GE(kept_bytes, A.ncols * columns * static_cast<std::int64_t>(sizeof(T)));
+      EXPECT_EQ(plan->b_tmp, kept);
+      EXPECT_EQ(plan->b_tmp_bytes, kept_bytes);
+      EXPECT_EQ(plan->c_tmp, nullptr);
+      EXPECT_EQ(plan->c_tmp_bytes, 0);
+    };
+    sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+    const auto got = run_gemm(q, A, model::usm, transpose::nontrans, T(2), B, T(-1), C, hooks);
+    expect_product(got, A, transpose::nontrans, T(2), B, T(-1), C, "emu-a6 C staging refused");
+  }
+}
+
 // On code 6 the path shows in the plan's staging of column-major operands: up to 127 columns
 // the explicit-SIMD path stages B and C, at 128 the sub-groups stage B alone, and at 129 the
 // leftover column goes to the explicit-SIMD path again. Complex values never take it.
@@ -358,6 +452,47 @@ TYPED_TEST(Gemm, ColumnMajorStagingShowsThePathOnCode6) {
     check_case<T, I>(A, {"emu-a6", model::usm, layout::col_major, transpose::nontrans, columns, 0},
                      T(1), T(1), hooks);
     if (::testing::Test::HasFatalFailure()) return;
+  }
+}
+
+// Offsets beyond 32 bits (from 0x3fffffff rows on) keep the leftover columns of code 6 out of the
+// explicit-SIMD kernels: the element-wise rest kernels take them and nothing stages C. No such
+// matrix fits here, so the sub-group path is called with the flag the plan sets for one.
+TYPED_TEST(Gemm, LeftoverWithoutThirtyTwoBitOffsetsStaysInTheRestKernels) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  if constexpr (vrt_test::is_complex<T>) {
+    GTEST_SKIP() << "complex offsets never count as 32-bit";
+  } else {
+    const auto A = vrt_test::random_csr<T, I>(23, 19, 6, 43);
+    const std::int64_t columns = 129;
+    const double density = static_cast<double>(A.nnz()) / static_cast<double>(A.nrows * A.ncols);
+    ASSERT_EQ(gp::plan_subgroup(6, density, columns, 1024, double_precision<T>).rest, 1);
+    const auto B = make_dense<T>(A.ncols, columns, layout::col_major, 1, 81);
+    const auto C = make_dense<T>(A.nrows, columns, layout::col_major, 2, 82);
+    call_hooks hooks;
+    hooks.usm_gemm = [&](sycl::queue& q, vs::matrix_handle* h, void* b, void* c,
+                         const std::vector<sycl::event>& deps) {
+      vs::sparseStructure* s = h->primary;
+      vs::initGemmInternalData(&s->gemm_data);
+      vs::cache_gemm_internals(q, s->gemm_data);
+      const gp::gemm_operands<T, I, vs::container_usm> op{
+          static_cast<I*>(s->row_ptr), static_cast<I*>(s->col_ind), static_cast<T*>(s->values),
+          static_cast<T*>(b), static_cast<T*>(c), A.nrows, A.ncols, columns, B.ld, C.ld, false,
+          I(0), T(1.5), T(-0.5)};
+      return gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, s, density, 6, false, deps);
+    };
+    hooks.inspect = [](vs::matrix_handle* h) {
+      const vs::gemmInternalData* plan = h->primary->gemm_data;
+      ASSERT_NE(plan, nullptr);
+      EXPECT_NE(plan->b_tmp, nullptr);  // the full blocks were staged
+      EXPECT_EQ(plan->c_tmp, nullptr);
+      EXPECT_EQ(plan->c_tmp_bytes, 0);
+    };
+    sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+    const auto got = run_gemm(q, A, model::usm, transpose::nontrans, T(1.5), B, T(-0.5), C, hooks);
+    expect_product(got, A, transpose::nontrans, T(1.5), B, T(-0.5), C,
+                   "emu-a6 col-major 129 columns, offsets beyond 32 bits");
   }
 }
 
@@ -458,45 +593,48 @@ TYPED_TEST(Gemm, TransposeIsBuiltOnceAndReused) {
 }
 
 // A handle bound without a queue has no count of its non-zeros: the explicit-SIMD path
-// counts them once, for real values; complex values never need the count.
+// counts them once, for real values (a host task on shared memory, a kernel on device memory);
+// complex values never need the count.
 TYPED_TEST(Gemm, UnknownNonZeroCountIsCountedOnce) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   const auto A = vrt_test::random_csr<T, I>(14, 10, 4, 38);
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
-  auto rp = A.row_ptr;
-  auto ci = A.col_ind;
-  auto va = A.values;
-  I* d_row = sycl::malloc_shared<I>(rp.size(), q);
-  I* d_col = sycl::malloc_shared<I>(ci.size() + 1, q);
-  T* d_val = sycl::malloc_shared<T>(va.size() + 1, q);
-  std::copy(rp.begin(), rp.end(), d_row);
-  std::copy(ci.begin(), ci.end(), d_col);
-  std::copy(va.begin(), va.end(), d_val);
   const auto B = make_dense<T>(A.ncols, 4, layout::row_major, 0, 71);
   const auto C = make_dense<T>(A.nrows, 4, layout::row_major, 0, 72);
-  T* b = sycl::malloc_shared<T>(B.data.size(), q);
-  T* c = sycl::malloc_shared<T>(C.data.size(), q);
-  std::copy(B.data.begin(), B.data.end(), b);
-  std::copy(C.data.begin(), C.data.end(), c);
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  vs::set_csr_data(h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), vrt::index_base::zero,
-                   d_row, d_col, d_val);
-  ASSERT_LT(h->primary->nnz, 0);
-  vs::gemm(q, layout::row_major, transpose::nontrans, transpose::nontrans, T(1), h, b, 4, 4, T(1),
-           c, 4)
-      .wait();
-  if constexpr (vrt_test::is_complex<T>)
-    EXPECT_LT(h->primary->nnz, 0);
-  else
-    EXPECT_EQ(h->primary->nnz, A.nnz());
-  expect_product(std::vector<T>(c, c + C.data.size()), A, transpose::nontrans, T(1), B, T(1), C,
-                 "late-bound handle");
-  vs::release_matrix_handle(q, &h, {}).wait();
-  for (void* p : {static_cast<void*>(d_row), static_cast<void*>(d_col), static_cast<void*>(d_val),
-                  static_cast<void*>(b), static_cast<void*>(c)})
-    sycl::free(p, q);
+  for (sycl::usm::alloc kind : {sycl::usm::alloc::shared, sycl::usm::alloc::device}) {
+    auto place = [&](const auto& v) {
+      using E = typename std::decay_t<decltype(v)>::value_type;
+      E* p = sycl::malloc<E>(v.size() + 1, q, kind);
+      q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
+      return p;
+    };
+    I* d_row = place(A.row_ptr);
+    I* d_col = place(A.col_ind);
+    T* d_val = place(A.values);
+    T* b = place(B.data);
+    T* c = place(C.data);
+    vs::matrix_handle* h = nullptr;
+    vs::init_matrix_handle(&h);
+    vs::set_csr_data(h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), vrt::index_base::zero,
+                     d_row, d_col, d_val);
+    ASSERT_LT(h->primary->nnz, 0);
+    vs::gemm(q, layout::row_major, transpose::nontrans, transpose::nontrans, T(1), h, b, 4, 4,
+             T(1), c, 4)
+        .wait();
+    const std::string where = kind == sycl::usm::alloc::shared ? "shared" : "device";
+    if constexpr (vrt_test::is_complex<T>)
+      EXPECT_LT(h->primary->nnz, 0) << where;
+    else
+      EXPECT_EQ(h->primary->nnz, A.nnz()) << where;
+    std::vector<T> got(C.data.size());
+    q.memcpy(got.data(), c, got.size() * sizeof(T)).wait();
+    expect_product(got, A, transpose::nontrans, T(1), B, T(1), C, "late-bound handle, " + where);
+    vs::release_matrix_handle(q, &h, {}).wait();
+    for (void* p : {static_cast<void*>(d_row), static_cast<void*>(d_col),
+                    static_cast<void*>(d_val), static_cast<void*>(b), static_cast<void*>(c)})
+      sycl::free(p, q);
+  }
 }
 
 // The refusals of the device path that the public frame does not make first.
@@ -517,6 +655,32 @@ TYPED_TEST(Gemm, Refusals) {
   vs::matrix_handle* h = nullptr;
   vs::init_matrix_handle(&h);
   vs::set_csr_data(q, h, I(2), I(2), vrt::index_base::zero, d_row, d_col, d_val).wait();
+  const char* internal = "orvane::vrt::sparse::gemm: computation error: internal error";
+  const gp::gemm_operands<T, I, vs::container_usm> op{d_row, d_col, d_val, b, c, 2, 2, 2, 2, 2,
+                                                      true, I(0), T(1), T(0)};
+  // Both paths need the plan record that gemm makes before calling them.
+  ASSERT_EQ(h->primary->gemm_data, nullptr);
+  if constexpr (!vrt_test::is_complex<T>) {
+    vrt_test::expect_message<vrt::computation_error>(
+        [&] {
+          gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, h->primary, 0.0, 3, true, {});
+        },
+        internal);
+    vrt_test::expect_message<vrt::computation_error>(
+        [&] { gp::gemm_opt_esimd<T, I, vs::container_usm>(q, op, h->primary, 0, 2, {}); },
+        internal);
+  }
+  // A handle that was never bound.
+  vs::matrix_handle* fresh = nullptr;
+  vs::init_matrix_handle(&fresh);
+  vrt_test::expect_message<vrt::uninitialized>(
+      [&] {
+        vs::gemm(q, layout::row_major, transpose::nontrans, transpose::nontrans, T(1), fresh, b, 2,
+                 2, T(0), c, 2)
+            .wait();
+      },
+      "orvane::vrt::sparse::gemm: uninitialized object: Matrix is not initialized");
+  vs::release_matrix_handle(q, &fresh, {}).wait();
   using gemm_t = sycl::event (*)(sycl::queue&, layout, transpose, transpose, T, vs::matrix_handle*,
                                  T*, std::int64_t, std::int64_t, T, T*, std::int64_t,
                                  const std::vector<sycl::event>&);
@@ -537,8 +701,6 @@ TYPED_TEST(Gemm, Refusals) {
       },
       "orvane::vrt::sparse::gemm: invalid argument: given usm alloc type is unknown");
   // A pair of sub-group size and vector length that the plan cannot name.
-  const gp::gemm_operands<T, I, vs::container_usm> op{d_row, d_col, d_val, b, c, 2, 2, 2, 2, 2,
-                                                      true, I(0), T(1), T(0)};
   for (auto [sg, vec] : {std::pair{16, 3}, std::pair{32, 16}, std::pair{8, 1}})
     vrt_test::expect_message<vrt::computation_error>(
         [&] { gp::gemm_subgroup_block<T, I, vs::container_usm>(q, sg, vec, op, b, 2, 0, {}); },
@@ -563,6 +725,24 @@ TYPED_TEST(Gemm, Refusals) {
   for (void* p : {static_cast<void*>(d_row), static_cast<void*>(d_col), static_cast<void*>(d_val),
                   static_cast<void*>(b), static_cast<void*>(c)})
     sycl::free(p, q);
+}
+
+// The plan record is refused when it is missing or its planning failed.
+TEST(GemmRecord, MissingOrFailedPlanIsAnInternalError) {
+  using T = std::tuple_element_t<0, vrt_test::built_variants>::value;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  const char* internal = "orvane::vrt::sparse::gemm: computation error: internal error";
+  vrt_test::expect_message<vrt::computation_error>(
+      [&] { vs::cache_gemm_internals(q, nullptr); }, internal);
+  vs::gemmInternalData* data = nullptr;
+  vs::initGemmInternalData(&data);
+  ASSERT_NE(data, nullptr);
+  data->plan_failed = 1;
+  vrt_test::expect_message<vrt::computation_error>(
+      [&] { vs::cache_gemm_internals(q, data); }, internal);
+  EXPECT_EQ(data->cached, 0);
+  vs::gemmInternalDataRelease<T>(&data, nullptr, vs::container_usm);
+  EXPECT_EQ(data, nullptr);
 }
 
 // ---- the plan's choices ------------------------------------------------------------------------
