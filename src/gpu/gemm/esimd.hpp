@@ -143,6 +143,8 @@ sycl::event gemm_esimd_kernel_wrapper(sycl::queue& queue, const gemm_operands<T,
   });
 }
 
+// Only the widths the tile walk names (8, 16 and 32; never 64) are instantiated: each width is a
+// kernel per value type, index width and memory model, and build time is paid for every one.
 template <typename T, typename I, containerType C>
 sycl::event gemm_esimd_launch(sycl::queue& queue, int width, const gemm_operands<T, I, C>& op,
                               container_t<C, T> b, container_t<C, T> c,

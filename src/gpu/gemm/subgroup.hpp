@@ -28,6 +28,8 @@ sycl::event gemm_opt_subgroup(sycl::queue& queue, const gemm_operands<T, I, C>& 
   if (data == nullptr) throw computation_error("sparse", "gemm", "internal error");
   const auto max_group = static_cast<std::int64_t>(
       queue.get_device().get_info<sycl::info::device::max_work_group_size>());
+  // Untested: every emulated profile reports at least 512, and the size is the device's own, not
+  // a value of the plan record that a test could set.
   if (max_group < 1)
     throw computation_error("sparse", "gemm", "device max_work_group_size <= 0");
   if constexpr (C == container_usm) {

@@ -90,7 +90,9 @@ template <typename T>
 inline constexpr int longest_vec =
     std::is_same_v<T, double> || std::is_same_v<T, std::complex<double>> ? 4 : 8;
 
-// The instance of (sg, vec); a pair the plan cannot name is refused.
+// The instance of (sg, vec); a pair the plan cannot name is refused. Only the pairs the plan
+// names are instantiated (no vec 16, and no vec 8 for d and z): each pair is a kernel per
+// value type, index width and memory model, and build time is paid for every one.
 template <typename T, typename I, containerType C>
 sycl::event gemm_subgroup_block(sycl::queue& queue, int sg, int vec,
                                 const gemm_operands<T, I, C>& op, container_t<C, T> tile,
