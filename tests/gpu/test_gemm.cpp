@@ -38,6 +38,13 @@ template <typename T>
 constexpr bool double_precision =
     std::is_same_v<T, double> || std::is_same_v<T, std::complex<double>>;
 
+// The one variant on which tests call the device paths themselves, a real one: each further
+// variant would compile the whole gemm kernel family into this test once more.
+template <typename T, typename I>
+constexpr bool direct_call_variant =
+    std::is_same_v<I, std::int32_t> &&
+    (std::is_same_v<T, double> || (std::is_same_v<T, float> && !vs::value_type_built<double>));
+
 // Untouched padding of B and C holds this value, so a write outside the product shows.
 template <typename T>
 T pad_value() {
@@ -461,8 +468,8 @@ TYPED_TEST(Gemm, ColumnMajorStagingShowsThePathOnCode6) {
 TYPED_TEST(Gemm, LeftoverWithoutThirtyTwoBitOffsetsStaysInTheRestKernels) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
-  if constexpr (vrt_test::is_complex<T>) {
-    GTEST_SKIP() << "complex offsets never count as 32-bit";
+  if constexpr (!direct_call_variant<T, I>) {
+    GTEST_SKIP() << "runs on one real variant";
   } else {
     const auto A = vrt_test::random_csr<T, I>(23, 19, 6, 43);
     const std::int64_t columns = 129;
@@ -660,7 +667,7 @@ TYPED_TEST(Gemm, Refusals) {
                                                       true, I(0), T(1), T(0)};
   // Both paths need the plan record that gemm makes before calling them.
   ASSERT_EQ(h->primary->gemm_data, nullptr);
-  if constexpr (!vrt_test::is_complex<T>) {
+  if constexpr (direct_call_variant<T, I>) {
     vrt_test::expect_message<vrt::computation_error>(
         [&] {
           gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, h->primary, 0.0, 3, true, {});
