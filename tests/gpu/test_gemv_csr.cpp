@@ -186,6 +186,19 @@ TEST(GemvCsrPlan, FirstUsePlanByArchitectureCode) {
     expect_first_use_plan<float>(profile, 1, 256, 16);
     expect_first_use_plan<std::complex<double>>(profile, 2, 256, 8);
   }
+  // Codes 3 and 4 start on 8 sub-groups of 16, code 6 on 8 of 32, in every precision.
+  auto every_precision = [](const char* profile, int kind, int group, int vector) {
+    expect_first_use_plan<float>(profile, kind, group, vector);
+    expect_first_use_plan<double>(profile, kind, group, vector);
+    expect_first_use_plan<std::complex<float>>(profile, kind, group, vector);
+    expect_first_use_plan<std::complex<double>>(profile, kind, group, vector);
+  };
+  every_precision("emu-a3", 3, 8, 16);
+  every_precision("emu-a4", 3, 8, 16);
+  every_precision("emu-a6", 3, 8, 32);
+  // Without fp64 the device keeps code 1's single-precision plans.
+  expect_first_use_plan<float>("emu-a1-nofp64", 1, 256, 8);
+  expect_first_use_plan<std::complex<float>>("emu-a1-nofp64", 2, 256, 4);
 }
 
 // alpha == 0: the default kernel leaves the row unread; the row kernels form 0 * inf = NaN.

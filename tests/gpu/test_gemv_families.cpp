@@ -9,9 +9,13 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "gpu/mv/csr/gemv_operands.hpp"
 #include "gpu/mv/csr/sub_group_support.hpp"
+#include "gpu/mv/csr/subgroup_launch_shape.hpp"
+#include "handle/device_internal_data.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
 #include "support/gemv_runner.hpp"
@@ -193,10 +197,12 @@ TYPED_TEST(GemvFamilies, ExplicitSimdGrid) {
       auto lengths = mixed_lengths(3);
       lengths.resize(47);
       const auto A = vrt_test::shaped_csr<T, I>(lengths, 211, 8, base);
-      const forced_plan plan{4, 8, 32};
-      for (const char* profile : {"emu-a5", "emu-a6"}) {
-        check<T, I>(profile, A, &plan, false, memory::usm, T(3), T(0), "explicit SIMD", 4);
-        check<T, I>(profile, A, &plan, false, memory::buffer, T(1), T(0.25), "explicit SIMD", 4);
+      for (const forced_plan plan : {forced_plan{4, 8, 32}, forced_plan{4, 4, 32}}) {
+        const std::string what = "explicit SIMD, " + std::to_string(plan.group) + " rows";
+        for (const char* profile : {"emu-a5", "emu-a6"}) {
+          check<T, I>(profile, A, &plan, false, memory::usm, T(3), T(0), what, 4);
+          check<T, I>(profile, A, &plan, false, memory::buffer, T(1), T(0.25), what, 4);
+        }
       }
     }
   }
@@ -289,13 +295,16 @@ TEST(GemvFamilyEdges, ZeroAlphaStillReadsTheRowAndZeroBetaClearsNaN) {
   EXPECT_EQ((tiny_product<Z>("emu-a3", {3, 8, 16}, Z(1), Z(0), Z(0, 2), Z(nan, nan))[0]), Z(0, 2));
 }
 
+// nrows rows of one entry each, in column 0.
 template <typename T>
-void expect_launch_refused(const char* profile, forced_plan plan, const std::string& message) {
+void expect_launch_refused(const char* profile, forced_plan plan, const std::string& message,
+                           std::int64_t nrows = 1) {
   csr_matrix<T, std::int32_t> A;
-  A.nrows = A.ncols = 1;
-  A.row_ptr = {0, 1};
-  A.col_ind = {0};
-  A.values = {T(1)};
+  A.nrows = nrows;
+  A.ncols = 1;
+  for (std::int32_t r = 0; r <= nrows; ++r) A.row_ptr.push_back(r);
+  A.col_ind.assign(static_cast<std::size_t>(nrows), 0);
+  A.values.assign(static_cast<std::size_t>(nrows), T(1));
   sycl::queue q{hostsycl::emulated_gpu(profile)};
   vrt_test::gemv_run_options o;
   o.planned = [&](vs::matrix_handle* h) {
@@ -305,7 +314,7 @@ void expect_launch_refused(const char* profile, forced_plan plan, const std::str
     s->gemv_data->kernel_kind = plan.kind;
     s->gemv_data->group_param = plan.group;
     s->gemv_data->vector_param = plan.vector;
-    T* y = sycl::malloc_shared<T>(1, q);
+    T* y = sycl::malloc_shared<T>(static_cast<std::size_t>(nrows), q);
     vrt_test::expect_message<vrt::computation_error>(
         [&] { vs::gemv(q, vrt::transpose::nontrans, T(1), h, y, T(0), y).wait(); }, message);
     sycl::free(y, q);
@@ -313,20 +322,24 @@ void expect_launch_refused(const char* profile, forced_plan plan, const std::str
     s->gemv_data->group_param = 64;
     s->gemv_data->vector_param = 4;
   };
-  vrt_test::run_gemv_with(q, A, T(1), std::vector<T>(1, T(1)), T(0), std::vector<T>(1), o);
+  vrt_test::run_gemv_with(q, A, T(1), std::vector<T>(1, T(1)), T(0),
+                          std::vector<T>(static_cast<std::size_t>(nrows)), o);
 }
 
 TEST(GemvFamilyEdges, LaunchersRefuseOutsideTheirGrids) {
   const std::string internal = "orvane::vrt::sparse::gemv csr: computation error: internal error";
-  // Explicit SIMD below code 5, with a width other than 32, with rows other than 8 (the only
-  // count a plan names).
+  // Explicit SIMD below code 5, with a width other than 32, with rows other than 4 or 8.
   expect_launch_refused<double>("emu-a4", {4, 8, 32}, internal);
   expect_launch_refused<float>("emu-a6", {4, 8, 16}, internal);
-  expect_launch_refused<float>("emu-a5", {4, 4, 32}, internal);
   expect_launch_refused<double>("emu-a5", {4, 2, 32}, internal);
+  expect_launch_refused<double>("emu-a5", {4, 16, 32}, internal);
   // Single-row sub-group kernels take 4 or 8 sub-groups.
   expect_launch_refused<double>("emu-a6", {3, 2, 16}, internal);
   expect_launch_refused<float>("emu-a6", {3, 16, 32}, internal);
+  // Bundles (emu-a1, 16 wide, from 2673 rows): a group count that still divides the bundles
+  // after halving but is no power of two up to 8. 2673 rows make 168 bundles, 2801 make 176.
+  expect_launch_refused<double>("emu-a1", {3, 3, 16}, internal, 2673);
+  expect_launch_refused<double>("emu-a1", {3, 16, 16}, internal, 2801);
   // Merge path: 32 wide, 4 or 8 sub-groups.
   expect_launch_refused<double>("emu-a6", {5, 4, 16}, internal);
   expect_launch_refused<double>("emu-a6", {5, 2, 32}, internal);
@@ -344,5 +357,164 @@ TEST(GemvFamilyEdges, SubGroupSizeIsCheckedAgainstTheDevice) {
       "orvane::vrt::sparse::gemv: unsupported device: " +
           a6.get_info<sycl::info::device::name>());
 }
+
+// ---- the sub-group launch shape --------------------------------------------------------------
+
+// emu-a1: 24 units of 7 threads. With 16 lanes, 167 * 16 = 2672 rows still get a sub-group each.
+TEST(SubGroupLaunchShape, ThresholdAtOneThreadShortOfTheDevice) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  vs::deviceInternalData* device = nullptr;
+  vs::initDeviceInternalData(&device);
+  vs::cache_device_internals(q, device);
+  const std::int64_t threads = device->hw_thread_count;
+  vs::deviceInternalDataRelease(&device);
+  ASSERT_EQ(threads, 168);
+  using vs::gpu::csr::sub_group_launch;
+  auto single = sub_group_launch(2672, threads, 16, 8);
+  EXPECT_FALSE(single.bundles);
+  EXPECT_EQ(single.items, 2672u);
+  EXPECT_EQ(single.groups, 8);
+  auto bundled = sub_group_launch(2673, threads, 16, 8);
+  EXPECT_TRUE(bundled.bundles);
+  EXPECT_EQ(bundled.items, 168u);
+  EXPECT_EQ(bundled.groups, 8);
+  // 32 lanes: 167 * 32 = 5344.
+  EXPECT_FALSE(sub_group_launch(5344, threads, 32, 4).bundles);
+  EXPECT_TRUE(sub_group_launch(5345, threads, 32, 4).bundles);
+  // Single rows: the launch is rounded up to whole work-groups.
+  single = sub_group_launch(2671, threads, 16, 8);
+  EXPECT_EQ(single.items, 2672u);
+  single = sub_group_launch(10, threads, 16, 4);
+  EXPECT_EQ(single.items, 12u);
+  EXPECT_EQ(single.groups, 4);
+  EXPECT_EQ(sub_group_launch(0, threads, 16, 4).items, 0u);
+}
+
+// The work-group halves until it divides the bundles: 168 bundles keep 8, 170 fall to 2, an odd
+// count to 1; the plan's own count is not touched.
+TEST(SubGroupLaunchShape, BundleGroupsHalveUntilTheyDivide) {
+  using vs::gpu::csr::sub_group_launch;
+  const std::int64_t threads = 168;
+  const std::pair<std::int64_t, std::int32_t> cases[] = {
+      {2688, 8}, {2689, 1}, {2704, 1}, {2705, 2}, {2720, 2}, {2721, 1}, {2737, 4}};
+  for (const auto& [nrows, groups] : cases) {
+    const auto shape = sub_group_launch(nrows, threads, 16, 8);
+    EXPECT_TRUE(shape.bundles) << nrows;
+    EXPECT_EQ(shape.items, static_cast<std::size_t>((nrows + 15) / 16)) << nrows;
+    EXPECT_EQ(shape.groups, groups) << nrows << " rows";
+  }
+  EXPECT_EQ(sub_group_launch(2705, threads, 16, 4).groups, 2);
+  EXPECT_EQ(sub_group_launch(2705, threads, 16, 1).groups, 1);
+}
+
+TEST(SubGroupLaunchShape, RefusesGroupCountsTheKernelsDoNotTake) {
+  using vs::gpu::csr::sub_group_launch;
+  const std::string internal = "orvane::vrt::sparse::gemv csr: computation error: internal error";
+  for (std::int32_t g : {0, 1, 2, 3, 16, -8})
+    vrt_test::expect_message<vrt::computation_error>([&] { sub_group_launch(100, 168, 16, g); },
+                                                      internal);
+  // Bundles: 176 bundles keep 16; 168 bundles keep 3; a count of 0 or below never divides.
+  for (std::int32_t g : {16, 0, -8})
+    vrt_test::expect_message<vrt::computation_error>(
+        [&] { sub_group_launch(2801, 168, 16, g); }, internal);
+  vrt_test::expect_message<vrt::computation_error>([&] { sub_group_launch(2673, 168, 16, 3); },
+                                                    internal);
+  // 3 that does not divide the bundles halves to 1.
+  EXPECT_EQ(sub_group_launch(2689, 168, 16, 3).groups, 1);
+}
+
+// ---- conjugated values in the sub-group and merge kernels -----------------------------------
+
+template <typename T, typename I>
+std::vector<T> conjugated_reference(const csr_matrix<T, I>& A, T alpha, const std::vector<T>& x,
+                                    T beta, const std::vector<T>& y) {
+  std::vector<T> out(y.size());
+  for (std::int64_t r = 0; r < A.nrows; ++r) {
+    T sum = T(0);
+    for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base; ++j)
+      sum += std::conj(A.values[j]) * x[A.col_ind[j] - A.base];
+    out[r] = alpha * sum + beta * y[r];
+  }
+  return out;
+}
+
+// Calls the launcher of the plan's family directly with conj set, on the structure's arrays.
+template <typename T>
+void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A,
+                       const forced_plan* plan, const std::string& what) {
+  using I = std::int32_t;
+  namespace csr = vs::gpu::csr;
+  sycl::queue q{hostsycl::emulated_gpu(profile)};
+  const auto x = random_vector<T>(A.ncols, 21);
+  const auto y0 = random_vector<T>(A.nrows, 22);
+  const T alpha(1.5, -0.5), beta(-0.25, 0.75);
+  const auto n = static_cast<std::size_t>(A.nrows);
+  std::vector<T> got(n, T(std::numeric_limits<vrt_test::real_t<T>>::quiet_NaN()));
+  vrt_test::gemv_run_options o;
+  o.optimize = plan == nullptr;
+  o.planned = [&](vs::matrix_handle* h) {
+    vs::sparseStructure* s = h->primary;
+    if (plan != nullptr) {
+      if (s->gemv_data == nullptr) vs::initGemvInternalData(&s->gemv_data);
+      vs::cache_gemv_internals(q, s->gemv_data);
+      s->gemv_data->kernel_kind = plan->kind;
+      s->gemv_data->group_param = plan->group;
+      s->gemv_data->vector_param = plan->vector;
+    }
+    T* dx = sycl::malloc_device<T>(x.size(), q);
+    T* dy = sycl::malloc_device<T>(n, q);
+    q.memcpy(dx, x.data(), x.size() * sizeof(T)).wait();
+    q.memcpy(dy, y0.data(), n * sizeof(T)).wait();
+    const csr::gemv_operands<T, I, vs::container_usm> op{
+        vs::as_container<vs::container_usm, I>(s->row_ptr),
+        vs::as_container<vs::container_usm, I>(s->col_ind),
+        vs::as_container<vs::container_usm, T>(s->values),
+        dx, dy, s->nrows, static_cast<I>(A.base), alpha, beta, true};
+    const vs::gemvInternalData& p = *s->gemv_data;
+    if (plan == nullptr) {
+      EXPECT_EQ(p.kernel_kind, vs::gemv_kind_merge) << what;
+    }
+    // Launchers exist only for the value types built.
+    if constexpr (vs::value_type_built<T>) {
+      if (p.kernel_kind == vs::gemv_kind_merge)
+        csr::gemv_merge_based_subgroup<T, I, vs::container_usm>(q, p, op, {}).wait();
+      else if (p.kernel_kind == vs::gemv_kind_subgroup)
+        csr::gemv_with_subgroup<T, I, vs::container_usm>(q, p, op, {}).wait();
+      else
+        ADD_FAILURE() << what << ": plan of kind " << p.kernel_kind;
+    }
+    q.memcpy(got.data(), dy, n * sizeof(T)).wait();
+    sycl::free(dx, q);
+    sycl::free(dy, q);
+  };
+  vrt_test::run_gemv_with(q, A, alpha, x, beta, y0, o);
+  vrt_test::expect_near_vectors(
+      got, conjugated_reference(A, alpha, x, beta, y0),
+      vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0),
+      what + " on " + profile);
+}
+
+template <typename T>
+void check_conjugation() {
+  if (!vs::value_type_built<T>) GTEST_SKIP() << "value type left out of this build";
+  using I = std::int32_t;
+  // Rows shorter and longer than both widths: full steps and tails.
+  const auto rows = vrt_test::shaped_csr<T, I>(mixed_lengths(1), 211, 31, 1);
+  for (const forced_plan plan : {forced_plan{3, 8, 16}, forced_plan{3, 4, 32}})
+    expect_conjugated<T>("emu-a6", rows, &plan,
+                         "sub-group " + std::to_string(plan.group) + "x" +
+                             std::to_string(plan.vector));
+  // Bundles: 2673 rows on emu-a1.
+  std::vector<std::int64_t> lengths(2673);
+  for (std::size_t r = 0; r < lengths.size(); ++r) lengths[r] = static_cast<std::int64_t>(r % 21);
+  const forced_plan bundles{3, 8, 16};
+  expect_conjugated<T>("emu-a1", vrt_test::shaped_csr<T, I>(lengths, 101, 32), &bundles,
+                       "row bundles");
+  // The merge path, planned by optimize_gemv on code 6.
+  expect_conjugated<T>("emu-a6", spread_matrix<T, I>(0, 2000), nullptr, "merge path");
+}
+
+TEST(GemvFamilyConjugation, ComplexFloat) { check_conjugation<std::complex<float>>(); }
+TEST(GemvFamilyConjugation, ComplexDouble) { check_conjugation<std::complex<double>>(); }
 
 }  // namespace

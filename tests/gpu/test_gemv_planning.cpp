@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <numeric>
 #include <cstdint>
+#include <limits>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "gpu/mv/optimize_gemv.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
+#include "platform/testing_hooks.hpp"
 #include "support/gemv_runner.hpp"
 #include "support/shaped_matrices.hpp"
 #include "support/test_helpers.hpp"
@@ -84,6 +86,11 @@ struct profile_case {
 constexpr profile_case all_profiles[] = {{"emu-a0", 0}, {"emu-a1", 1}, {"emu-a2", 2},
                                          {"emu-a3", 3}, {"emu-a4", 4}, {"emu-a5", 5},
                                          {"emu-a6", 6}, {"emu-a1-nofp64", 1}};
+
+// Where beta is zero every entry must be written: NaN where it is not.
+std::vector<D> unwritten(std::size_t n) {
+  return std::vector<D>(n, std::numeric_limits<D>::quiet_NaN());
+}
 
 bool runs_on(const char* profile) {
   return hostsycl::emulated_gpu(profile).has(sycl::aspect::fp64);
@@ -201,6 +208,16 @@ TEST(OptimizeGemvMergeChoice, EachConditionDeclinesOnItsOwn) {
     expect_plan_for<D>(a6, vrt_test::shaped_csr<D, std::int32_t>(l, 1000, 7), {1, 256, 16},
                        memory::usm, "relative 1/3");
   }
+  // Spread at exactly 1% of the columns takes it; one column more declines. Lengths 0 and 20
+  // alternate: stddev 10, mean 10, spread 20 / 2000.
+  {
+    std::vector<std::int64_t> l(100);
+    for (std::size_t i = 0; i < l.size(); ++i) l[i] = i % 2 ? 20 : 0;
+    expect_plan_for<D>(a6, vrt_test::shaped_csr<D, std::int32_t>(l, 2000, 7), {5, 4, 32},
+                       memory::usm, "spread 0.01");
+    expect_plan_for<D>(a6, vrt_test::shaped_csr<D, std::int32_t>(l, 2001, 7), {1, 256, 16},
+                       memory::usm, "spread 20 / 2001");
+  }
   // Other codes never take it.
   for (const auto& profile : all_profiles) {
     if (profile.code == 6 || !runs_on(profile.name)) continue;
@@ -290,6 +307,49 @@ TEST(OptimizeGemvArithmetic, Code6LongRowsGoToExplicitSimdOnlyWhenTheCacheOverfl
   EXPECT_EQ((choose_optimized_plan<D, std::int32_t>(sixteen, two_tiles).preset.kernel_kind), 1);
 }
 
+// Code 6 with rows of 17: the explicit-SIMD plan once the matrix overflows the cache. Eleven
+// tiles make the 32-bit capacity wrap negative, so this small matrix overflows it; ten do not.
+template <typename T>
+void check_explicit_simd_edge() {
+  if (!vs::value_type_built<T>) GTEST_SKIP() << "value type left out of this build";
+  using I = std::int32_t;
+  const auto A = vrt_test::uniform_csr<T, I>(40, 17, 61, 3);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  const std::vector<T> x(61, T(1));
+  for (const std::int32_t tiles : {11, 10}) {
+    const plan_triple planned = tiles == 11 ? plan_triple{4, 8, 32} : plan_triple{3, 8, 32};
+    vrt_test::gemv_run_options o;
+    o.optimize = true;
+    o.planned = [&](vs::matrix_handle* h) {
+      // A fresh record whose device claims the tiles, then optimize_gemv again.
+      vs::sparseStructure* s = h->primary;
+      const sycl::context context = q.get_context();
+      vs::gemvInternalDataRelease<T, I, vs::container_usm>(&s->gemv_data, &context);
+      vs::initGemvInternalData(&s->gemv_data);
+      vs::cache_gemv_internals(q, s->gemv_data);
+      s->gemv_data->device_data->tile_count = tiles;
+      vs::optimize_gemv(q, vrt::transpose::nontrans, h).wait();
+      EXPECT_TRUE(s->gemv_data->optimized);
+      EXPECT_EQ(triple_of(s->gemv_data), planned) << tiles << " tiles";
+    };
+    o.done = [&](vs::matrix_handle* h) {
+      EXPECT_EQ(triple_of(h->primary->gemv_data), after_product<T>(planned, 6))
+          << tiles << " tiles, after the product";
+    };
+    const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(0), std::vector<T>(40, T(-1)), o);
+    const std::vector<T> zeros(40, T(0));
+    vrt_test::expect_near_vectors(
+        got, vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(0), zeros),
+        vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x, T(0), zeros),
+        std::to_string(tiles) + " tiles");
+  }
+}
+
+TEST(OptimizeGemvTable, ExplicitSimdEdgeFloat) { check_explicit_simd_edge<S>(); }
+TEST(OptimizeGemvTable, ExplicitSimdEdgeDouble) { check_explicit_simd_edge<D>(); }
+TEST(OptimizeGemvTable, ExplicitSimdEdgeComplexFloat) { check_explicit_simd_edge<C>(); }
+TEST(OptimizeGemvTable, ExplicitSimdEdgeComplexDouble) { check_explicit_simd_edge<Z>(); }
+
 // ---- sequence, structures, failures -----------------------------------------------------------
 
 TEST(OptimizeGemvSequence, SecondCallChangesNothing) {
@@ -340,7 +400,7 @@ TEST(OptimizeGemvSequence, TransposedOperationPlansTheExplicitTranspose) {
     EXPECT_TRUE(h->primary->gemv_data == nullptr || !h->primary->gemv_data->optimized);
   };
   const std::vector<D> x(4, 1.0);
-  const auto got = vrt_test::run_gemv_with(q, A, 2.0, x, 0.0, std::vector<D>(31), o);
+  const auto got = vrt_test::run_gemv_with(q, A, 2.0, x, 0.0, unwritten(31), o);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::trans, 2.0, x, 0.0,
                                              std::vector<D>(31));
   vrt_test::expect_near_vectors(
@@ -398,7 +458,7 @@ TEST(OptimizeGemvFailures, UnboundMatrixAndSharedAllocationFailure) {
     EXPECT_EQ(triple_of(handle->primary->gemv_data), (plan_triple{1, 256, 16}));
   };
   const std::vector<D> x(11, 1.0);
-  const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, std::vector<D>(8), o);
+  const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, unwritten(8), o);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0,
                                              std::vector<D>(8));
   vrt_test::expect_near_vectors(
@@ -455,13 +515,107 @@ TEST(OptimizeGemvFailures, MergeArraysFallBackToTheRowPlan) {
   };
   o.optimize = true;
   const std::vector<D> x(1009, 1.0);
-  const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, std::vector<D>(100), o);
+  const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, unwritten(100), o);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0,
                                              std::vector<D>(100));
   vrt_test::expect_near_vectors(
       got, want,
       vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(100)),
       "after the fall-back");
+}
+
+// The partition arrays go with the plan only while it names the merge path; a plan rewritten
+// since holds arrays that the release leaves alone.
+TEST(OptimizeGemvRelease, PartitionArraysAreFreedOnlyWhileTheKindIsTheMergePath) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  const sycl::device device = q.get_device();
+  std::vector<std::int64_t> lengths(100, 0);
+  lengths[0] = 200;
+  const auto A = vrt_test::shaped_csr<D, std::int32_t>(lengths, 1009, 2);
+  auto* rows = sycl::malloc_device<std::int32_t>(A.row_ptr.size(), q);
+  auto* cols = sycl::malloc_device<std::int32_t>(A.col_ind.size(), q);
+  auto* vals = sycl::malloc_device<D>(A.values.size(), q);
+  q.memcpy(rows, A.row_ptr.data(), A.row_ptr.size() * sizeof(std::int32_t)).wait();
+  q.memcpy(cols, A.col_ind.data(), A.col_ind.size() * sizeof(std::int32_t)).wait();
+  q.memcpy(vals, A.values.data(), A.values.size() * sizeof(D)).wait();
+  for (const bool rewritten : {false, true}) {
+    const auto before = hostsycl::live_allocation_bytes(device);
+    vs::matrix_handle* h = nullptr;
+    vs::init_matrix_handle(&h);
+    vs::set_csr_data(q, h, 100, 1009, vrt::index_base::zero, rows, cols, vals).wait();
+    vs::optimize_gemv(q, vrt::transpose::nontrans, h).wait();
+    vs::gemvInternalData* p = h->primary->gemv_data;
+    ASSERT_EQ(p->kernel_kind, vs::gemv_kind_merge);
+    EXPECT_GT(hostsycl::live_allocation_bytes(device), before);
+    void* arrays[] = {p->partition_rows, p->partition_nnz, p->carry_rows, p->carry_values};
+    if (rewritten) p->kernel_kind = vs::gemv_kind_subgroup;
+    vs::release_matrix_handle(q, &h).wait();
+    if (rewritten) {
+      EXPECT_GT(hostsycl::live_allocation_bytes(device), before) << "the arrays stay";
+      if (hostsycl::live_allocation_bytes(device) > before)
+        for (void* a : arrays) sycl::free(a, q);
+    }
+    EXPECT_EQ(hostsycl::live_allocation_bytes(device), before) << "rewritten " << rewritten;
+  }
+  for (void* ptr : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
+    sycl::free(ptr, q);
+}
+
+// ---- refusals ----------------------------------------------------------------------------------
+
+TEST(OptimizeGemvRefusals, OnlyCsrAndCooOnGpuDevices) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
+  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(2, q);
+  double* vals = sycl::malloc_shared<double>(2, q);
+  rows[0] = 0, rows[1] = 1, rows[2] = 2;
+  cols[0] = 0, cols[1] = 1;
+  vals[0] = vals[1] = 1.0;
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, vals).wait();
+  h->primary->format = 2;  // a format the library does not know
+  vrt_test::expect_message<vrt::unimplemented>(
+      [&] { vs::optimize_gemv(q, vrt::transpose::nontrans, h).wait(); },
+      "orvane::vrt::sparse::optimize_gemv: unimplemented functionality: currently only supports "
+      "the CSR and COO matrix formats on GPU devices");
+  EXPECT_EQ(h->primary->gemv_data, nullptr) << "no plan is made";
+  h->primary->format = 1;
+  vs::release_matrix_handle(q, &h).wait();
+  for (void* ptr : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
+    sycl::free(ptr, q);
+}
+
+TEST(OptimizeGemvRefusals, CachingNeedsARecordNotYetOptimized) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  const std::string internal = "orvane::vrt::sparse::gemv: computation error: internal error";
+  vrt_test::expect_message<vrt::computation_error>(
+      [&] { vs::cache_gemv_internals(q, nullptr); }, internal);
+  vs::gemvInternalData* data = nullptr;
+  vs::initGemvInternalData(&data);
+  data->optimized = 1;  // optimized before its device was known
+  vrt_test::expect_message<vrt::computation_error>(
+      [&] { vs::cache_gemv_internals(q, data); }, internal);
+  EXPECT_FALSE(data->cached);
+  data->optimized = 0;
+  vs::cache_gemv_internals(q, data);
+  EXPECT_TRUE(data->cached);
+  EXPECT_EQ(triple_of(data), (plan_triple{1, 256, 16}));
+  vs::gemvInternalDataRelease<D, std::int32_t, vs::container_usm>(&data, nullptr);
+  EXPECT_EQ(data, nullptr);
+}
+
+TEST(OptimizeGemvRefusals, RecordAllocationFailureIsAHostBadAlloc) {
+  vs::gemvInternalData* data = nullptr;
+  orvane::vrt::testing::fail_next_serv_mallocs(1);
+  vrt_test::expect_message<vrt::host_bad_alloc>([&] { vs::initGemvInternalData(&data); },
+                                                "orvane::vrt::sparse: cannot allocate memory on "
+                                                "host");
+  EXPECT_EQ(data, nullptr);
+  // Nothing is left failing: the next record is had.
+  vs::initGemvInternalData(&data);
+  ASSERT_NE(data, nullptr);
+  vs::gemvInternalDataRelease<D, std::int32_t, vs::container_usm>(&data, nullptr);
 }
 
 // ---- the partition ------------------------------------------------------------------------------

@@ -25,12 +25,14 @@ def inputs(n, count, real):
 
 
 def run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta, op="n",
-        optimize=False):
+        optimize=False, y_memory="device"):
     args = [driver, "--matrix", matrix, "--value", value, "--index", str(index), "--base", str(base),
             "--memory", memory, "--format", fmt, "--device", device, "--op", op,
             "--alpha", f"{alpha.real},{alpha.imag}", "--beta", f"{beta.real},{beta.imag}"]
     if optimize:
         args.append("--optimize")
+    if y_memory != "device":
+        args += ["--y-memory", y_memory]
     done = subprocess.run(args, capture_output=True, text=True)
     if done.returncode != 0:
         raise RuntimeError(" ".join(args) + "\n" + done.stderr)
@@ -68,9 +70,23 @@ def main():
               (32, 0, "usm", "emu-a6", "n", "csr", True),
               (32, 1, "usm", "emu-a3", "n", "csr", True),
               (64, 0, "buffer", "emu-a6", "n", "csr", True)]
-    configs = [(value,) + setup for value in values for setup in setups]
+    configs = [(value,) + setup + ("device",) for value in values for setup in setups]
+    # Set-ups that run once, in one value type (the first for real matrices, the second for
+    # complex ones), the last field the USM kind of y: the 32-wide sub-group plan on first use,
+    # the device without fp64, optimize_gemv on codes 4 and 5, the merge path with base 1 (on
+    # matrices whose rows spread) by atomics and with host y, and host y of a transposed product,
+    # which runs row-wise on an explicit transpose.
+    once = [("d", "z", 64, 1, "usm", "emu-a6", "n", "csr", False, "device"),
+            ("s", "c", 32, 0, "buffer", "emu-a1-nofp64", "n", "csr", False, "device"),
+            ("z", "z", 64, 0, "usm", "emu-a4", "n", "csr", True, "shared"),
+            ("s", "c", 32, 1, "buffer", "emu-a5", "n", "csr", True, "device"),
+            ("c", "c", 32, 1, "buffer", "emu-a6", "n", "csr", True, "device"),
+            ("d", "z", 64, 1, "usm", "emu-a6", "n", "csr", True, "host"),
+            ("s", "c", 32, 0, "usm", "emu-a4", "t", "csr", False, "host")]
+    configs += [(complex_value if is_complex else real_value,) + tuple(setup)
+                for real_value, complex_value, *setup in once]
     failures = 0
-    for value, index, base, memory, device, op, fmt, optimize in configs:
+    for value, index, base, memory, device, op, fmt, optimize, y_memory in configs:
         real = value in "sd"
         alpha = complex(1.5, 0 if real else -0.5)
         beta = complex(-0.5, 0 if real else 0.25)
@@ -85,7 +101,7 @@ def main():
         bound = 8 * EPS[value] * (lengths + 2) * scale + 1e-30
         try:
             got, what = run(driver, matrix, value, index, base, memory, fmt, device, alpha, beta,
-                            op, optimize)
+                            op, optimize, y_memory)
         except RuntimeError as e:
             print(f"FAIL driver: {e}")
             failures += 1

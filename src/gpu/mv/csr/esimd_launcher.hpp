@@ -1,5 +1,5 @@
-// Launcher of the explicit-SIMD family (real values, architecture codes 5 and up): one instance,
-// 8 rows per work-item and width 32, the only point of the grid a plan names.
+// Launcher of the explicit-SIMD family (real values, architecture codes 5 and up): 4 or 8 rows
+// per work-item, width 32.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,9 @@ class gemv_esimd_csr_kernel;
 namespace detail {
 
 inline constexpr std::int32_t esimd_width = 32;
-inline constexpr std::int32_t esimd_rows = 8;
+// Rows per work-item: the plan tables name the larger; a plan set by hand may name the smaller.
+inline constexpr std::int32_t esimd_rows_small = 4;
+inline constexpr std::int32_t esimd_rows_large = 8;
 // The first architecture code whose devices run explicit-SIMD kernels.
 inline constexpr std::int32_t first_esimd_architecture = 5;
 
@@ -62,9 +64,11 @@ sycl::event gemv_with_esimd(sycl::queue& queue, const gemvInternalData& plan,
   if constexpr (is_complex_v<T>) {
     throw computation_error("sparse", "gemv csr", "internal error");
   } else {
-    if (plan.group_param != esimd_rows)
-      throw computation_error("sparse", "gemv csr", "internal error");
-    return submit_esimd<T, I, C, esimd_rows>(queue, op, deps);
+    if (plan.group_param == esimd_rows_small)
+      return submit_esimd<T, I, C, esimd_rows_small>(queue, op, deps);
+    if (plan.group_param == esimd_rows_large)
+      return submit_esimd<T, I, C, esimd_rows_large>(queue, op, deps);
+    throw computation_error("sparse", "gemv csr", "internal error");
   }
 }
 

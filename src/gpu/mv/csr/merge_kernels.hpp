@@ -8,7 +8,6 @@
 #include <sycl/sycl.hpp>
 
 #include "gpu/mv/csr/subgroup_kernels.hpp"
-#include "handle/value_types.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr::kernels {
 
@@ -32,25 +31,6 @@ void gemv_merge_part(const sycl::sub_group& sg, std::size_t p, const I* partitio
   if (leader) {
     carry_rows[p] = row_end;
     carry_values[p] = alpha * piece;
-  }
-}
-
-// y[row] += v by device-scope atomics; complex values as two real adds.
-template <typename T>
-void atomic_add_to(T& target, T v) {
-  if constexpr (is_complex_v<T>) {
-    using R = typename T::value_type;
-    R* parts = reinterpret_cast<R*>(&target);
-    sycl::atomic_ref<R, sycl::memory_order::relaxed, sycl::memory_scope::device,
-                     sycl::access::address_space::global_space>(parts[0])
-        .fetch_add(v.real());
-    sycl::atomic_ref<R, sycl::memory_order::relaxed, sycl::memory_scope::device,
-                     sycl::access::address_space::global_space>(parts[1])
-        .fetch_add(v.imag());
-  } else {
-    sycl::atomic_ref<T, sycl::memory_order::relaxed, sycl::memory_scope::device,
-                     sycl::access::address_space::global_space>(target)
-        .fetch_add(v);
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "gpu/mv/atomic_add.hpp"
 #include "gpu/mv/csr/gemv_operands.hpp"
 #include "gpu/mv/csr/merge_kernels.hpp"
 #include "gpu/mv/csr/sub_group_support.hpp"
@@ -58,7 +59,7 @@ sycl::event compute_sum_carry_out_for_merge_path_mv(sycl::queue& queue, std::int
       h.parallel_for<kernels::mv_parallel_for_sum_carry_out_csr_kernel<T, I, C>>(
           sycl::range<1>(static_cast<std::size_t>(parts)), [=](sycl::id<1> p) {
             const I row = raw(cr)[p[0]];
-            if (row < limit) kernels::atomic_add_to(raw(yv)[row], raw(cv)[p[0]]);
+            if (row < limit) atomic_add(raw(yv)[row], raw(cv)[p[0]]);
           });
     }
   });

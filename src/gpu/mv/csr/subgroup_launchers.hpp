@@ -11,6 +11,7 @@
 #include "gpu/mv/csr/gemv_operands.hpp"
 #include "gpu/mv/csr/sub_group_support.hpp"
 #include "gpu/mv/csr/subgroup_kernels.hpp"
+#include "gpu/mv/csr/subgroup_launch_shape.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
 
@@ -26,11 +27,6 @@ namespace detail {
 // The sub-group sizes a plan may name; anything but the narrow one selects the wide one.
 inline constexpr int narrow_sub_group = 16;
 inline constexpr int wide_sub_group = 32;
-// Sub-groups per work-group of the single-row kernel.
-inline constexpr std::int32_t single_row_groups_small = 4;
-inline constexpr std::int32_t single_row_groups_large = 8;
-// The work-group sizes (in sub-groups) the bundle kernel accepts after halving.
-inline constexpr std::int32_t max_bundle_groups = 8;
 
 enum class sub_group_body { single_row, row_bundle };
 
@@ -74,23 +70,14 @@ sycl::event launch_sub_group(sycl::queue& queue, const gemvInternalData& plan,
                              const gemv_operands<T, I, C>& op,
                              const std::vector<sycl::event>& deps) {
   require_sub_group_size(queue, SG, "gemv");
-  const auto nrows = static_cast<std::size_t>(op.nrows);
-  const auto threads = static_cast<std::int64_t>(plan.device_data->hw_thread_count);
-  std::int32_t g = plan.group_param;
-  if (op.nrows > (threads - 1) * SG) {
-    const std::size_t bundles = (nrows + SG - 1) / SG;
-    // Work-groups must divide the bundles; the shrunk size is this launch's alone.
-    while (g > 0 && bundles % static_cast<std::size_t>(g) != 0) g >>= 1;
-    if (g < 1 || g > max_bundle_groups || (g & (g - 1)) != 0)
-      throw computation_error("sparse", "gemv csr", "internal error");
+  const sub_group_launch_shape shape =
+      sub_group_launch(op.nrows, plan.device_data->hw_thread_count, SG, plan.group_param);
+  const auto groups = static_cast<std::size_t>(shape.groups);
+  if (shape.bundles)
     return submit_sub_group_kernel<sub_group_body::row_bundle, SG, T, I, C>(
-        queue, bundles, static_cast<std::size_t>(g), op, deps);
-  }
-  if (g != single_row_groups_small && g != single_row_groups_large)
-    throw computation_error("sparse", "gemv csr", "internal error");
-  const auto groups = static_cast<std::size_t>(g);
+        queue, shape.items, groups, op, deps);
   return submit_sub_group_kernel<sub_group_body::single_row, SG, T, I, C>(
-      queue, (nrows + groups - 1) / groups * groups, groups, op, deps);
+      queue, shape.items, groups, op, deps);
 }
 
 }  // namespace detail
