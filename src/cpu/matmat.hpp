@@ -101,6 +101,7 @@ sycl::event product_request(sycl::queue& queue, matrix_handle* A, matrix_handle*
       run_host_call<C>(queue, "matmat", chain, [&](sycl::handler&) {
         return [=] { return engine<T, I>::sp2m(op_a, general_descr(), a, op_b, general_descr(), b, hr, product); };
       });
+      Cm->host_matrix_is_product = true;
       return sycl::event();
     }
     case matmat_request::get_nnz: {
