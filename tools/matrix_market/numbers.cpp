@@ -13,20 +13,6 @@ namespace {
 
 bool digit(char c) { return c >= '0' && c <= '9'; }
 
-// Skips digits from position k on; returns how many.
-std::size_t skip_digits(std::string_view t, std::size_t& k) {
-  const std::size_t start = k;
-  while (k < t.size() && digit(t[k])) ++k;
-  return k - start;
-}
-
-bool equals_lower(std::string_view t, std::string_view word) {
-  return t.size() == word.size() &&
-         std::equal(t.begin(), t.end(), word.begin(), [](char a, char b) {
-           return std::tolower(static_cast<unsigned char>(a)) == b;
-         });
-}
-
 }  // namespace
 
 number_status parse_integer(std::string_view token, std::int64_t& value) {
