@@ -22,7 +22,7 @@ namespace {
 
 constexpr int n = 6;
 // Outputs start from a finite sentinel: some product kernels keep a NaN of y under a zero beta
-// by design. The spoilt arrays hold NaN, so a product from them cannot pass.
+// on purpose. The spoilt arrays hold NaN, so a product from them cannot pass.
 constexpr double sentinel = -12345.0;
 
 // A lower triangle with a strong diagonal: row i holds (i, 0) for i > 1, (i, i - 1) for i > 0
