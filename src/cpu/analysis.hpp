@@ -20,8 +20,9 @@ sycl::event hint_and_optimize(sycl::queue& queue, matrix_handle* A, const char* 
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, word, chain);
   host_matrix_t matrix = A->host_matrix;
-  run_host_call<C>(queue, chain, [&](sycl::handler&) { return [=] { return hint(matrix); }; });
-  run_host_call<C>(queue, {}, [&](sycl::handler&) {
+  run_host_call<C>(queue, word, chain,
+                   [&](sycl::handler&) { return [=] { return hint(matrix); }; });
+  run_host_call<C>(queue, word, {}, [&](sycl::handler&) {
     return [=] { return engine<T, I>::optimize(matrix); };
   });
   return sycl::event();
@@ -87,7 +88,7 @@ sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A,
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, "sort_matrix", chain);
   host_matrix_t matrix = A->host_matrix;
-  run_host_call<C>(queue, chain, [&](sycl::handler&) {
+  run_host_call<C>(queue, "sort_matrix", chain, [&](sycl::handler&) {
     return [=] { return engine<T, I>::do_order(matrix); };
   });
   s->sorted = 1;

@@ -16,8 +16,8 @@
 
 namespace orvane::vrt::sparse::cpu {
 
-// Statuses 1 to 6 become exceptions; every other value passes.
-void throw_for_status(sparse_status_t status);
+// Statuses 1 to 6 become exceptions with the routine's word; every other value passes.
+void throw_for_status(sparse_status_t status, const char* word);
 
 // The engine's words for the library's enumerations. A value outside an enumeration is refused
 // with the routine's word and the argument's name, never taken as some other value.
@@ -55,9 +55,10 @@ inline host_matrix_descr triangular_descr(uplo ul, diag dg, const char* function
 }
 
 // Submits bind(handler) -> call() in a host task after deps (USM) and maps the status on the
-// calling thread when the task is done.
+// calling thread when the task is done, naming the routine by word.
 template <containerType C, typename Bind>
-void run_host_call(sycl::queue& queue, const std::vector<sycl::event>& deps, Bind&& bind) {
+void run_host_call(sycl::queue& queue, const char* word, const std::vector<sycl::event>& deps,
+                   Bind&& bind) {
   sparse_status_t status = SPARSE_STATUS_SUCCESS;
   if constexpr (C == container_usm) {
     sparse_status_t* out = &status;
@@ -78,7 +79,7 @@ void run_host_call(sycl::queue& queue, const std::vector<sycl::event>& deps, Bin
     sycl::host_accessor read(result, sycl::read_only);
     status = read[0];
   }
-  throw_for_status(status);
+  throw_for_status(status, word);
 }
 
 // The engine's matrix for the handle, made from primary on first use. Once made, the caller's
@@ -99,7 +100,7 @@ void ensure_host_matrix(sycl::queue& queue, matrix_handle* A, const char* word,
     return csr ? engine<T, I>::create_csr(slot, base, nrows, ncols, r, r + 1, c, v)
                : engine<T, I>::create_coo(slot, base, nrows, ncols, nnz, r, c, v);
   };
-  run_host_call<C>(queue, deps, [&](sycl::handler& h) -> std::function<sparse_status_t()> {
+  run_host_call<C>(queue, word, deps, [&](sycl::handler& h) -> std::function<sparse_status_t()> {
     auto rows = bind(h, as_container<C, I>(s->row_ptr), sycl::read_write);
     auto cols = bind(h, as_container<C, I>(s->col_ind), sycl::read_write);
     // A structure without values has no value array to bind.

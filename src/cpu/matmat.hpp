@@ -26,7 +26,7 @@ void write_size(sycl::queue& queue, container_t<C, std::int64_t> size, std::int6
   if constexpr (C == container_usm) {
     if (size == nullptr) throw invalid_argument("sparse", "matmat", "sizeTempBuffer");
   }
-  run_host_call<C>(queue, deps, [&](sycl::handler& h) {
+  run_host_call<C>(queue, "matmat", deps, [&](sycl::handler& h) {
     auto out = bind(h, size, sycl::write_only);
     return [=]() -> sparse_status_t {
       raw(out)[0] = value;
@@ -43,7 +43,7 @@ void export_product(sycl::queue& queue, matrix_handle* Cm, bool with_values) {
   const I target_base = s->index != 0 ? 1 : 0;
   const std::int64_t rows = s->nrows;
   std::int64_t nnz = 0;
-  run_host_call<C>(queue, {}, [&](sycl::handler& h) -> std::function<sparse_status_t()> {
+  run_host_call<C>(queue, "matmat", {}, [&](sycl::handler& h) -> std::function<sparse_status_t()> {
     auto rp = bind(h, as_container<C, I>(s->row_ptr), sycl::write_only);
     auto copy_structure = [=](I* row_ptr, I* col_ind, T* values) -> sparse_status_t {
       int base = 0;
@@ -70,7 +70,7 @@ void export_product(sycl::queue& queue, matrix_handle* Cm, bool with_values) {
     return [=] { return copy_structure(raw(rp), raw(ci), raw(va)); };
   });
   I count = 0;
-  throw_for_status(engine<T, I>::get_nnz(product, &count));
+  throw_for_status(engine<T, I>::get_nnz(product, &count), "matmat");
   nnz = count;
   s->nnz = nnz;
 }
@@ -98,9 +98,10 @@ sycl::event product_request(sycl::queue& queue, matrix_handle* A, matrix_handle*
       host_matrix_t a = A->host_matrix, b = B->host_matrix;
       host_matrix_t* product = &Cm->host_matrix;
       const host_request_t hr = host_request(request);
-      run_host_call<C>(queue, chain, [&](sycl::handler&) {
+      run_host_call<C>(queue, "matmat", chain, [&](sycl::handler&) {
         return [=] { return engine<T, I>::sp2m(op_a, general_descr(), a, op_b, general_descr(), b, hr, product); };
       });
+      Cm->host_matrix_is_product = true;
       return sycl::event();
     }
     case matmat_request::get_nnz: {
@@ -109,7 +110,7 @@ sycl::event product_request(sycl::queue& queue, matrix_handle* A, matrix_handle*
                             "nnz is not ready to be retrieved, please call matmat API with "
                             "matmat_request::compute or matmat_request::compute_structure first");
       I count = 0;
-      throw_for_status(engine<T, I>::get_nnz(Cm->host_matrix, &count));
+      throw_for_status(engine<T, I>::get_nnz(Cm->host_matrix, &count), "matmat");
       write_size<C>(queue, size, count, chain);
       return sycl::event();
     }

@@ -38,7 +38,7 @@ sycl::event call_with_vectors(sycl::queue& queue, matrix_handle* A, const char* 
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, word, chain);
   host_matrix_t matrix = A->host_matrix;
-  run_host_call<C>(queue, chain, [&](sycl::handler& h) {
+  run_host_call<C>(queue, word, chain, [&](sycl::handler& h) {
     auto xs = bind(h, x, sycl::read_only);
     auto ys = bind(h, y, sycl::read_write);
     return [=] { return call(matrix, raw(xs), raw(ys)); };
@@ -67,7 +67,7 @@ sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handl
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, "gemvdot", chain);
   host_matrix_t matrix = A->host_matrix;
-  run_host_call<C>(queue, chain, [&](sycl::handler& h) {
+  run_host_call<C>(queue, "gemvdot", chain, [&](sycl::handler& h) {
     auto xs = bind(h, x, sycl::read_only);
     auto ys = bind(h, y, sycl::read_write);
     auto ds = bind(h, d, sycl::write_only);

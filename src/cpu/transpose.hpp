@@ -25,7 +25,7 @@ struct host_csr_transpose {
       return engine<T, I>::csr_transpose(host_op, in_base, rows, cols, r, r + 1, c, v, out_base,
                                          out_r, out_c, out_v);
     };
-    run_host_call<C>(queue, deps, [&](sycl::handler& h) -> std::function<sparse_status_t()> {
+    const auto bind_arrays = [&](sycl::handler& h) -> std::function<sparse_status_t()> {
       auto r = bind(h, as_container<C, I>(in->row_ptr), sycl::read_only);
       auto c = bind(h, as_container<C, I>(in->col_ind), sycl::read_only);
       auto out_r = bind(h, as_container<C, I>(out->row_ptr), sycl::read_write);
@@ -35,7 +35,8 @@ struct host_csr_transpose {
       auto v = bind(h, as_container<C, T>(in->values), sycl::read_only);
       auto out_v = bind(h, as_container<C, T>(out->values), sycl::read_write);
       return [=] { return call(raw(r), raw(c), raw(v), raw(out_r), raw(out_c), raw(out_v)); };
-    });
+    };
+    run_host_call<C>(queue, "omatcopy", deps, bind_arrays);
     out->nnz = in->nnz;
     return sycl::event();
   }

@@ -67,6 +67,20 @@ void set_matrix_property_impl(matrix_handle* handle, property p) {
   throw invalid_argument("sparse", "set_matrix_property", "property_value");
 }
 
+void remember_analysis(matrix_handle* handle, const analysis_record& analysis) {
+  analysis_record** tail = &handle->analyses;
+  for (; *tail != nullptr; tail = &(*tail)->next) {
+    const analysis_record& r = **tail;
+    if (r.routine == analysis.routine && r.op == analysis.op && r.triangle == analysis.triangle &&
+        r.diagonal == analysis.diagonal && r.dense_layout == analysis.dense_layout &&
+        r.columns == analysis.columns)
+      return;
+  }
+  *tail = allocate_record<analysis_record>();
+  **tail = analysis;
+  (*tail)->next = nullptr;
+}
+
 void cache_context(sycl::queue& queue, matrix_handle* handle) {
   if (handle->context == nullptr) handle->context = new sycl::context(queue.get_context());
 }

@@ -73,6 +73,25 @@ struct host_hint_node {
   std::int64_t expected_calls;
 };
 
+// An optimize_* call the handle has seen. A rebinding drops everything derived from the old
+// arrays, analysis included; the next operation replays these records, so that the analysis of a
+// matrix outlives the rebinding of its arrays.
+enum analysis_routine : std::int32_t {
+  analysis_gemv,
+  analysis_trmv,
+  analysis_trsv,
+  analysis_trsm
+};
+struct analysis_record {
+  analysis_record* next;
+  analysis_routine routine;
+  transpose op;
+  uplo triangle;
+  diag diagonal;
+  layout dense_layout;
+  std::int64_t columns;
+};
+
 struct matrix_handle {
   intType int_type;
   fpType fp_type;
@@ -102,6 +121,11 @@ struct matrix_handle {
   void* offload_record;
   host_hint_node* host_hint_list;
   std::int32_t host_hint_lock;
+  // host_matrix is a product of matmat, holding arrays of its own: a rebinding of the product's
+  // arrays between its stages keeps it.
+  bool host_matrix_is_product;
+  analysis_record* analyses;
+  bool analyses_to_replay;  // a rebinding dropped what the records above had made
 };
 
 // Double precision values: double and std::complex<double>.
@@ -120,6 +144,9 @@ void set_coo_data_impl(void* structure, long nrows, long ncols, long nnz, index_
 
 // Marks the bound matrix sorted or symmetric; the handle must be bound.
 void set_matrix_property_impl(matrix_handle* handle, property p);
+
+// Adds an analysis to the handle's records unless an equal one is there.
+void remember_analysis(matrix_handle* handle, const analysis_record& analysis);
 
 // Stores a heap copy of the queue's context in a handle that has none yet.
 void cache_context(sycl::queue& queue, matrix_handle* handle);

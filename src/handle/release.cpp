@@ -57,90 +57,133 @@ class release_once {
     released_.push_back(record);
     release(as_slot(slot));
   }
+  // A record that stays: slots that alias it are cleared, never freed.
+  void keep(const void* record) { released_.push_back(record); }
 
  private:
   std::vector<const void*> released_;
 };
 
+namespace {
+// Everything the handle derived from its bound arrays: copies, transposes, triangles, the host
+// engine's matrix and the analyses.
+template <typename T, typename I, containerType C>
+void release_derived(matrix_handle* h, release_once& once) {
+  // The host engine accepts a null matrix.
+  if constexpr (sizeof(I) == 4)
+    vrt_sparse_destroy_i4(h->host_matrix);
+  else
+    vrt_sparse_destroy_i8(h->host_matrix);
+  h->host_matrix = nullptr;
+  if (h->context == nullptr) return;  // without a context nothing else can have been derived
+  const auto structure = [&](void** slot) { sparseStructureRelease<T, I, C>(slot, h->context); };
+  for (sparseStructure** slot :
+       {&h->sorted_copy, &h->conj_transposed, &h->transposed, &h->sym_from_lower,
+        &h->sym_from_upper, &h->reserved_structure_0, &h->reserved_structure_1,
+        &h->lower_triangle, &h->upper_triangle, &h->reserved_structure_2,
+        &h->reserved_structure_3})
+    once(*slot, structure);
+  const auto coloring = [&](void** slot) { coloringDataRelease<T, I>(slot, h->context, C); };
+  once(h->coloring_lower, coloring);
+  once(h->coloring_upper, coloring);
+  once(h->diag_values, [&](void** slot) { diagonalValuesDataRelease<T, I>(slot, h->context, C); });
+  for (diagonalStructData** slot : {&h->diag_struct, &h->diag_struct_sorted,
+                                    &h->diag_struct_lower, &h->diag_struct_upper})
+    once(*slot, [&](void** s) { diagonalStructDataRelease<I>(s, h->context, C); });
+}
+}  // namespace
+
 template <typename T, typename I, containerType C>
 void release_matrix_handle_impl(matrix_handle* h) {
   if (h == nullptr) return;
   release_once once;
-  const auto structure = [&](void** slot) { sparseStructureRelease<T, I, C>(slot, h->context); };
-  once(h->primary, structure);
-  if (h->context != nullptr) {
-    for (sparseStructure** slot :
-         {&h->sorted_copy, &h->conj_transposed, &h->transposed, &h->sym_from_lower,
-          &h->sym_from_upper, &h->reserved_structure_0, &h->reserved_structure_1,
-          &h->lower_triangle, &h->upper_triangle, &h->reserved_structure_2,
-          &h->reserved_structure_3})
-      once(*slot, structure);
-
-    // The host engine accepts a null matrix.
-    if constexpr (sizeof(I) == 4)
-      vrt_sparse_destroy_i4(h->host_matrix);
-    else
-      vrt_sparse_destroy_i8(h->host_matrix);
-    h->host_matrix = nullptr;
-
-    const auto coloring = [&](void** slot) { coloringDataRelease<T, I>(slot, h->context, C); };
-    once(h->coloring_lower, coloring);
-    once(h->coloring_upper, coloring);
-    once(h->diag_values,
-         [&](void** slot) { diagonalValuesDataRelease<T, I>(slot, h->context, C); });
-    for (diagonalStructData** slot : {&h->diag_struct, &h->diag_struct_sorted,
-                                      &h->diag_struct_lower, &h->diag_struct_upper})
-      once(*slot, [&](void** s) { diagonalStructDataRelease<I>(s, h->context, C); });
-    if (!h->context_is_foreign) delete h->context;
-    h->context = nullptr;
-  }
+  once(h->primary, [&](void** slot) { sparseStructureRelease<T, I, C>(slot, h->context); });
+  release_derived<T, I, C>(h, once);
+  if (h->context != nullptr && !h->context_is_foreign) delete h->context;
+  h->context = nullptr;
   for (host_hint_node* node = h->host_hint_list; node != nullptr;) {
     host_hint_node* next = node->next;
     vrt_serv_free(node);
     node = next;
   }
+  for (analysis_record* record = h->analyses; record != nullptr;) {
+    analysis_record* next = record->next;
+    vrt_serv_free(record);
+    record = next;
+  }
   vrt_serv_free(h);
+}
+
+template <typename T, typename I, containerType C>
+void drop_derived_impl(matrix_handle* h, bool with_plans) {
+  release_once once;
+  once.keep(h->primary);
+  vrt_host_matrix* product = h->host_matrix_is_product ? h->host_matrix : nullptr;
+  if (product != nullptr) h->host_matrix = nullptr;
+  release_derived<T, I, C>(h, once);
+  h->host_matrix = product;
+  sparseStructure* s = h->primary;
+  if (with_plans && s != nullptr) {
+    gemvInternalDataRelease<T, I, C>(&s->gemv_data, h->context);
+    gemmInternalDataRelease<T>(&s->gemm_data, h->context, C);
+    matmatInternalDataRelease(&s->matmat_data, h->context, C);
+  }
 }
 
 #define VRT_INSTANTIATE_RELEASE(T, I, C)                                   \
   template void sparseStructureRelease<T, I, C>(void**, const sycl::context*); \
-  template void release_matrix_handle_impl<T, I, C>(matrix_handle*);
+  template void release_matrix_handle_impl<T, I, C>(matrix_handle*);           \
+  template void drop_derived_impl<T, I, C>(matrix_handle*, bool);
 VRT_FOR_EACH_INSTANCE_OF_ALL(VRT_INSTANTIATE_RELEASE)
 #undef VRT_INSTANTIATE_RELEASE
 
 namespace {
-template <typename T>
-void release_with_value(matrix_handle* handle) {
-  // int_type 0 and the unset -1 take the 32-bit form, every other value the 64-bit one.
+// Runs body<T, I, C>() for the handle's types. int_type 0 and the unset -1 take the 32-bit form,
+// every other value the 64-bit one. A handle never bound has no arrays, so the double USM form
+// serves it.
+template <typename T, typename Body>
+void with_width_and_model(const matrix_handle* handle, Body&& body) {
   const bool wide = handle->int_type != int_32 && handle->int_type != int_unset;
   if (handle->container == container_buffer) {
-    wide ? release_matrix_handle_impl<T, std::int64_t, container_buffer>(handle)
-         : release_matrix_handle_impl<T, std::int32_t, container_buffer>(handle);
+    wide ? body.template operator()<T, std::int64_t, container_buffer>()
+         : body.template operator()<T, std::int32_t, container_buffer>();
   } else if (handle->container == container_usm) {
-    wide ? release_matrix_handle_impl<T, std::int64_t, container_usm>(handle)
-         : release_matrix_handle_impl<T, std::int32_t, container_usm>(handle);
+    wide ? body.template operator()<T, std::int64_t, container_usm>()
+         : body.template operator()<T, std::int32_t, container_usm>();
   } else {
-    // Never bound: no arrays, so the double USM form frees the empty record.
-    wide ? release_matrix_handle_impl<double, std::int64_t, container_usm>(handle)
-         : release_matrix_handle_impl<double, std::int32_t, container_usm>(handle);
+    wide ? body.template operator()<double, std::int64_t, container_usm>()
+         : body.template operator()<double, std::int32_t, container_usm>();
+  }
+}
+
+template <typename Body>
+void with_handle_types(const matrix_handle* handle, Body&& body) {
+  switch (handle->fp_type + 1) {
+    case 0:
+    case 1:
+      return with_width_and_model<double>(handle, body);
+    case 2:
+      return with_width_and_model<float>(handle, body);
+    case 3:
+      return with_width_and_model<std::complex<double>>(handle, body);
+    case 4:
+      return with_width_and_model<std::complex<float>>(handle, body);
+    default:
+      throw computation_error("sparse", "matrix", "internal error");
   }
 }
 }  // namespace
 
 void dispatch_release_matrix_handle(matrix_handle* handle) {
-  switch (handle->fp_type + 1) {
-    case 0:
-    case 1:
-      return release_with_value<double>(handle);
-    case 2:
-      return release_with_value<float>(handle);
-    case 3:
-      return release_with_value<std::complex<double>>(handle);
-    case 4:
-      return release_with_value<std::complex<float>>(handle);
-    default:
-      throw computation_error("sparse", "matrix", "internal error");
-  }
+  with_handle_types(handle, [&]<typename T, typename I, containerType C>() {
+    release_matrix_handle_impl<T, I, C>(handle);
+  });
+}
+
+void dispatch_drop_derived(matrix_handle* handle, bool with_plans) {
+  with_handle_types(handle, [&]<typename T, typename I, containerType C>() {
+    drop_derived_impl<T, I, C>(handle, with_plans);
+  });
 }
 
 }  // namespace orvane::vrt::sparse

@@ -17,11 +17,19 @@ void sparseStructureRelease(void** slot, const sycl::context* context);
 template <typename T, typename I, containerType C>
 void release_matrix_handle_impl(matrix_handle* handle);
 
+// Frees what the handle derived from its bound arrays (copies, transposes, triangles, the host
+// engine's matrix, analyses) and, with_plans, the plans of the bound structure; the bound
+// structure itself stays. Run with the types of the arrays bound so far.
+template <typename T, typename I, containerType C>
+void drop_derived_impl(matrix_handle* handle, bool with_plans);
+void dispatch_drop_derived(matrix_handle* handle, bool with_plans);
+
 // Picks the variant from the handle's types; a handle that never received data is released as
 // double precision, since its slots are empty.
 void dispatch_release_matrix_handle(matrix_handle* handle);
 
 VRT_NAME_VARIANTS(sparseStructureRelease)
 VRT_NAME_VARIANTS(release_matrix_handle_impl)
+VRT_NAME_VARIANTS(drop_derived_impl)
 
 }  // namespace orvane::vrt::sparse

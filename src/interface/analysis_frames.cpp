@@ -113,34 +113,84 @@ sycl::event dispatch_omatcopy(sycl::queue& q, transpose op, matrix_handle* A, ma
   });
 }
 
+namespace {
+// Runs one recorded analysis; the record is kept once the call has been accepted.
+sycl::event run_analysis(sycl::queue& q, matrix_handle* A, const analysis_record& r,
+                         const event_list& deps) {
+  switch (r.routine) {
+    case analysis_gemv:
+      return dispatch_optimize_gemv(q, r.op, A, deps);
+    case analysis_trmv:
+      return dispatch_optimize_trmv(q, r.triangle, r.op, r.diagonal, A, deps);
+    case analysis_trsv:
+      return dispatch_optimize_trsv(q, r.triangle, r.op, r.diagonal, A, deps);
+    case analysis_trsm:
+      return dispatch_optimize_trsm(q, r.dense_layout, r.triangle, r.op, r.diagonal, A, r.columns,
+                                    deps);
+  }
+  throw computation_error("sparse", "", "internal error");
+}
+
+sycl::event analyse(sycl::queue& q, matrix_handle* A, const analysis_record& r,
+                    const event_list& deps) {
+  sycl::event done = run_analysis(q, A, r, deps);
+  remember_analysis(A, r);
+  return done;
+}
+}  // namespace
+
+void replay_analyses(sycl::queue& queue, matrix_handle* A, const event_list& deps) {
+  if (A == nullptr || !A->analyses_to_replay) return;
+  // Cleared first: an analysis the new arrays refuse is reported once, not by every later call.
+  A->analyses_to_replay = false;
+  for (const analysis_record* r = A->analyses; r != nullptr; r = r->next)
+    run_analysis(queue, A, *r, deps).wait();
+}
+
 sycl::event optimize_gemv(sycl::queue& q, transpose op, matrix_handle_t A,
                           const event_list& deps) {
   optimize_frame(q, A, deps, "optimize_gemv");
-  return dispatch_optimize_gemv(q, op, A, deps);
+  return analyse(q, A, {.routine = analysis_gemv, .op = op}, deps);
 }
 
 sycl::event optimize_trmv(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
                           const event_list& deps) {
   optimize_frame(q, A, deps, "optimize_trmv");
-  return dispatch_optimize_trmv(q, ul, op, dg, A, deps);
+  return analyse(q, A, {.routine = analysis_trmv, .op = op, .triangle = ul, .diagonal = dg},
+                 deps);
 }
 
 sycl::event optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
                           const event_list& deps) {
   optimize_frame(q, A, deps, "optimize_trsv");
-  return dispatch_optimize_trsv(q, ul, op, dg, A, deps);
+  return analyse(q, A, {.routine = analysis_trsv, .op = op, .triangle = ul, .diagonal = dg},
+                 deps);
 }
 
 sycl::event optimize_trsm(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
                           const event_list& deps) {
   optimize_frame(q, A, deps, "optimize_trsm");
-  return dispatch_optimize_trsm(q, layout::row_major, ul, op, dg, A, -1, deps);
+  return analyse(q, A,
+                 {.routine = analysis_trsm,
+                  .op = op,
+                  .triangle = ul,
+                  .diagonal = dg,
+                  .dense_layout = layout::row_major,
+                  .columns = -1},
+                 deps);
 }
 
 sycl::event optimize_trsm(sycl::queue& q, layout lay, uplo ul, transpose op, diag dg,
                           matrix_handle_t A, std::int64_t columns, const event_list& deps) {
   optimize_frame(q, A, deps, "optimize_trsm");
-  return dispatch_optimize_trsm(q, lay, ul, op, dg, A, columns, deps);
+  return analyse(q, A,
+                 {.routine = analysis_trsm,
+                  .op = op,
+                  .triangle = ul,
+                  .diagonal = dg,
+                  .dense_layout = lay,
+                  .columns = columns},
+                 deps);
 }
 
 sycl::event sort_matrix(sycl::queue& q, matrix_handle_t A, const event_list& deps) {

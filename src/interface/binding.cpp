@@ -4,6 +4,7 @@
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
+#include "handle/release.hpp"
 #include "handle/value_types.hpp"
 #include "interface/frame.hpp"
 
@@ -40,10 +41,27 @@ void check_buffer_length(const char* function, const sycl::buffer<E, 1>& buffer,
     throw invalid_argument("sparse", function, message);
 }
 
+// A rebinding: what the handle derived from the arrays bound so far (copies, transposes, the host
+// engine's matrix over the old arrays, analyses) is dropped, with the old types, so every backend
+// computes with the new arrays; the analyses are replayed by the next operation. The plans of the
+// bound structure stay unless the new arrays differ in kind or shape.
+template <typename T, typename I>
+void drop_what_old_arrays_made(matrix_handle* handle, std::int32_t format, I nrows, I ncols,
+                               containerType container) {
+  const sparseStructure* s = handle->primary;
+  if (s == nullptr) return;
+  const bool same_kind = s->format == format && s->nrows == nrows && s->ncols == ncols &&
+                         handle->int_type == int_type_of<I>() &&
+                         handle->fp_type == fp_type_of<T>() && handle->container == container;
+  dispatch_drop_derived(handle, !same_kind);
+  if (handle->analyses != nullptr) handle->analyses_to_replay = true;
+}
+
 template <typename T, typename I>
 void bind_csr(matrix_handle* handle, sycl::queue* queue, I nrows, I ncols, index_base index,
               containerType container, void* row_ptr, void* col_ind, void* values) {
   check_shape("set_csr_data", nrows, ncols, index);
+  drop_what_old_arrays_made<T, I>(handle, format_csr, nrows, ncols, container);
   if (handle->primary == nullptr) {
     initSparseStructure(reinterpret_cast<void**>(&handle->primary));
     if (queue != nullptr) cache_context(*queue, handle);
@@ -60,6 +78,7 @@ void bind_coo(sycl::queue& queue, matrix_handle* handle, I nrows, I ncols, I nnz
               containerType container, void* row_ind, void* col_ind, void* values) {
   check_shape("set_coo_data", nrows, ncols, index);
   if (nnz < 0) throw invalid_argument("sparse", "set_coo_data", "nnz is negative");
+  drop_what_old_arrays_made<T, I>(handle, format_coo, nrows, ncols, container);
   if (handle->primary == nullptr) {
     initSparseStructure(reinterpret_cast<void**>(&handle->primary));
     cache_context(queue, handle);

@@ -76,6 +76,10 @@ decltype(auto) visit_variant(const matrix_handle* handle, const char* function, 
   }
 }
 
+// After a rebinding, runs again on queue the optimize_* calls the handle has seen (after deps)
+// and waits for them, so the operation that follows finds its analysis made from the new arrays.
+void replay_analyses(sycl::queue& queue, matrix_handle* A, const std::vector<sycl::event>& deps);
+
 // The symmetric expansion of one triangle of src into dst (src == dst: into src's expansion
 // slot), on the device only.
 sycl::event dispatch_make_symmetric(sycl::queue& queue, uplo triangle, matrix_handle* src,

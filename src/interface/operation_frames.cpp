@@ -5,6 +5,7 @@
 #include "cpu/entry_points.hpp"
 #include "gpu/entry_points.hpp"
 #include "handle/value_types.hpp"
+#include "interface/dispatch.hpp"
 #include "interface/frame.hpp"
 
 namespace orvane::vrt::sparse {
@@ -27,10 +28,12 @@ void check_call_matches_handle(const matrix_handle* A, const char* function) {
 // The common tail of every frame: fp64 by the handle's type, the context, then the backend of
 // the device (CPU queues run on the host engine) and of the handle's index width.
 template <typename T, containerType C, typename Run>
-sycl::event dispatch(sycl::queue& queue, matrix_handle* A, const char* function, Run&& run) {
+sycl::event dispatch(sycl::queue& queue, matrix_handle* A, const char* function,
+                     const event_list& deps, Run&& run) {
   verify_double_support_for(queue, A, function);
   check_call_matches_handle<T, C>(A, function);
   cache_context(queue, A);
+  replay_analyses(queue, A, deps);
   const bool on_cpu = queue.get_device().is_cpu();
   return visit_int_type<T>(A, function,
                            [&]<typename I>() { return run.template operator()<I>(on_cpu); });
@@ -86,7 +89,7 @@ template <typename T, containerType C>
 sycl::event gemv_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* A,
                        container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
   require_present("gemv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
-  return dispatch<T, C>(q, A, "gemv", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "gemv", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::gemv_impl<T, I, C>(q, op, alpha, A, x, beta, y, deps)
                   : gpu::gemv_impl<T, I, C>(q, op, alpha, A, x, beta, y, deps);
   });
@@ -98,7 +101,7 @@ sycl::event gemvdot_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* 
                           const event_list& deps) {
   require_present("gemvdot", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"},
                               {present(d), "d"}});
-  return dispatch<T, C>(q, A, "gemvdot", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "gemvdot", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::gemvdot_impl<T, I, C>(q, op, alpha, A, x, beta, y, d, deps)
                   : gpu::gemvdot_impl<T, I, C>(q, op, alpha, A, x, beta, y, d, deps);
   });
@@ -108,7 +111,7 @@ template <typename T, containerType C>
 sycl::event symv_frame(sycl::queue& q, uplo ul, T alpha, matrix_handle* A, container_t<C, T> x,
                        T beta, container_t<C, T> y, const event_list& deps) {
   require_present("symv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
-  return dispatch<T, C>(q, A, "symv", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "symv", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::symv_impl<T, I, C>(q, ul, alpha, A, x, beta, y, deps)
                   : gpu::symv_impl<T, I, C>(q, ul, alpha, A, x, beta, y, deps);
   });
@@ -118,7 +121,7 @@ template <typename T, containerType C>
 sycl::event trmv_frame(sycl::queue& q, uplo ul, transpose op, diag dg, T alpha, matrix_handle* A,
                        container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
   require_present("trmv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
-  return dispatch<T, C>(q, A, "trmv", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "trmv", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::trmv_impl<T, I, C>(q, ul, op, dg, alpha, A, x, beta, y, deps)
                   : gpu::trmv_impl<T, I, C>(q, ul, op, dg, alpha, A, x, beta, y, deps);
   });
@@ -128,7 +131,7 @@ template <typename T, containerType C>
 sycl::event trsv_frame(sycl::queue& q, uplo ul, transpose op, diag dg, T alpha, matrix_handle* A,
                        container_t<C, T> x, container_t<C, T> y, const event_list& deps) {
   require_present("trsv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
-  return dispatch<T, C>(q, A, "trsv", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "trsv", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::trsv_impl<T, I, C>(q, ul, op, dg, alpha, A, x, y, deps)
                   : gpu::trsv_impl<T, I, C>(q, ul, op, dg, alpha, A, x, y, deps);
   });
@@ -142,7 +145,7 @@ sycl::event trsm_frame(sycl::queue& q, layout lay, transpose opA, transpose opX,
   require_present("trsm", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
   verify_double_support_for(q, A, "trsm");
   check_trsm_dense(lay, opX, columns, ldx, ldy);
-  return dispatch<T, C>(q, A, "trsm", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "trsm", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::trsm_impl<T, I, C>(q, lay, opA, opX, ul, dg, alpha, A, x, columns, ldx,
                                             y, ldy, deps)
                   : gpu::trsm_impl<T, I, C>(q, lay, opA, opX, ul, dg, alpha, A, x, columns, ldx,
@@ -158,7 +161,7 @@ sycl::event gemm_frame(sycl::queue& q, layout lay, transpose opA, transpose opB,
   require_present("gemm", {{present(A), "hMatrix"}, {present(b), "b"}, {present(c), "c"}});
   verify_double_support_for(q, A, "gemm");
   check_gemm_dense(A, lay, opA, opB, columns, ldb, ldc);
-  return dispatch<T, C>(q, A, "gemm", [&]<typename I>(bool on_cpu) {
+  return dispatch<T, C>(q, A, "gemm", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::gemm_impl<T, I, C>(q, lay, opA, opB, alpha, A, b, columns, ldb, beta, c,
                                             ldc, deps)
                   : gpu::gemm_impl<T, I, C>(q, lay, opA, opB, alpha, A, b, columns, ldb, beta, c,
@@ -179,6 +182,7 @@ sycl::event update_diagonal_values_frame(sycl::queue& q, matrix_handle* A, std::
   check_memory_model(A, C);
   check_call_matches_handle<T, C>(A, "update_diagonal_values");
   cache_context(q, A);
+  replay_analyses(q, A, deps);
   if (q.get_device().is_cpu())
     throw unimplemented("sparse", "update_diagonal_values", "currently does not support cpu device");
   return visit_int_type<T>(A, "update_diagonal_values", [&]<typename I>() {

@@ -584,13 +584,25 @@ TEST(CpuBackendRefusals, EngineStatusesBecomeExceptions) {
     vrt_sparse_testing_force_status(s, 1);
     vs::gemv(q, transpose::nontrans, 1.0f, M.h, v, 0.0f, v).wait();
   };
-  const std::string p = "orvane::vrt::sparse: ";
+  // Each failure names the routine that met it.
+  const std::string p = "orvane::vrt::sparse::gemv: ";
   expect_message<vrt::uninitialized>([&] { gemv_with_status(1); }, p + "uninitialized object: SPARSE_STATUS_NOT_INITIALIZED");
   expect_message<vrt::host_bad_alloc>([&] { gemv_with_status(2); }, p + "cannot allocate memory on host");
   expect_message<vrt::invalid_argument>([&] { gemv_with_status(3); }, p + "invalid argument: SPARSE_STATUS_INVALID_VALUE");
   expect_message<vrt::computation_error>([&] { gemv_with_status(4); }, p + "computation error: SPARSE_STATUS_EXECUTION_FAILED");
   expect_message<vrt::computation_error>([&] { gemv_with_status(5); }, p + "computation error: SPARSE_STATUS_INTERNAL_ERROR");
   expect_message<vrt::unimplemented>([&] { gemv_with_status(6); }, p + "unimplemented functionality: SPARSE_STATUS_NOT_SUPPORTED");
+  // The hint of an analysis, and the making of the engine's matrix on a fresh handle.
+  vrt_sparse_testing_force_status(SPARSE_STATUS_INVALID_VALUE, 1);
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::optimize_trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, M.h).wait(); },
+      "orvane::vrt::sparse::optimize_trsv: invalid argument: SPARSE_STATUS_INVALID_VALUE");
+  cpu_matrix<float, std::int64_t> fresh(q, true, A);
+  vrt_sparse_testing_force_status(SPARSE_STATUS_EXECUTION_FAILED, 1);
+  expect_message<vrt::computation_error>(
+      [&] { vs::trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, 1.0f, fresh.h, v, v).wait(); },
+      "orvane::vrt::sparse::trsv: computation error: SPARSE_STATUS_EXECUTION_FAILED");
+  vrt_sparse_testing_force_status(SPARSE_STATUS_SUCCESS, 0);
   sycl::free(v, q);
 }
 

@@ -1,6 +1,6 @@
 // Bad arguments get the library's exceptions, never a crash: null out-pointers, a property before
 // binding, a call through the wrong value type or memory model, negative or short sizes, and
-// enumeration values outside their range on CPU queues.
+// enumeration values outside their range.
 #include <gtest/gtest.h>
 #include <hostsycl/hostsycl.hpp>
 
@@ -212,3 +212,41 @@ TEST(BadArguments, EnumerationsOutsideTheirRangeAreRefusedOnCpuQueues) {
 }
 
 }  // namespace
+
+// The triangular routines' diag and the COO product's op outside their range, on the host engine
+// and on an emulated GPU: a refusal, never a solve or a product of some other kind.
+TEST(BadArguments, EnumerationsOutsideTheirRangeAreRefusedOnEveryDevice) {
+  const auto bad_op = static_cast<transpose>(99);
+  const auto bad_diag = static_cast<vrt::diag>(5);
+  for (const char* device : {"cpu", "emu-a1"}) {
+    SCOPED_TRACE(device);
+    sycl::queue q{std::string(device) == "cpu" ? sycl::device{sycl::cpu_selector_v}
+                                               : hostsycl::emulated_gpu(device)};
+    usm_matrix<double> A(q);
+    expect_message<vrt::invalid_argument>(
+        [&] { vs::trsv(q, vrt::uplo::lower, transpose::nontrans, bad_diag, A.h, A.x, A.y).wait(); },
+        prefix("trsv") + "invalid argument: diag_flag");
+    expect_message<vrt::invalid_argument>(
+        [&] { vs::optimize_trsv(q, vrt::uplo::lower, transpose::nontrans, bad_diag, A.h).wait(); },
+        prefix("optimize_trsv") + "invalid argument: diag_flag");
+    // The same entries as COO: rows {0, 1, 1, 2, 2}.
+    vs::matrix_handle_t coo = nullptr;
+    vs::init_matrix_handle(&coo);
+    std::int32_t* rows = sycl::malloc_shared<std::int32_t>(5, q);
+    const std::int32_t r[] = {0, 1, 1, 2, 2};
+    for (int k = 0; k < 5; ++k) rows[k] = r[k];
+    vs::set_coo_data(q, coo, 3, 3, 5, vrt::index_base::zero, rows, A.cols, A.values).wait();
+    if (std::string(device) == "cpu")
+      expect_message<vrt::invalid_argument>(
+          [&] { vs::gemv(q, bad_op, 1.0, coo, A.x, 0.0, A.y).wait(); },
+          prefix("gemv") + "invalid argument: op");
+    else  // as the CSR path's structure choice says it
+      expect_message<vrt::computation_error>(
+          [&] { vs::gemv(q, bad_op, 1.0, coo, A.x, 0.0, A.y).wait(); },
+          "orvane::vrt::sparse: computation error: internal error");
+    vs::release_matrix_handle(q, &coo).wait();
+    sycl::free(rows, q);
+    // Nothing was computed: y still holds its sentinels.
+    for (int k = 0; k < 3; ++k) EXPECT_TRUE(std::isnan(A.y[k])) << k;
+  }
+}

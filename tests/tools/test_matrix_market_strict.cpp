@@ -1,4 +1,4 @@
-// The Matrix Market reader takes exactly the format: whole decimal tokens, the declared entry
+// The Matrix Market reader takes exactly the format: whole tokens, the declared entry
 // count, indices within the sizes, regular files; each refusal names the file, line and reason.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -28,16 +28,17 @@ std::string one_entry(const std::string& field, const std::string& entry) {
 
 TEST(MatrixMarketStrict, RefusesNumbersReadOnlyInPart) {
   for (const char* value :
-       {"2,5", "2.5abc", "0x1p3", "1d3", "nan(1)", "1e", ".", "--1", "1_0", "infinit", "e5"})
+       {"2,5", "2.5abc", "0x1p", "0x", "1d3", "nan(1", "nan()x", "1e", ".", "--1", "1_0",
+        "infinit", "e5"})
     EXPECT_EQ(refusal(one_entry("real", std::string("1 1 ") + value)),
-              std::string("t.mtx:3: value '") + value + "' is not a decimal real number");
+              std::string("t.mtx:3: value '") + value + "' is not a real number");
   EXPECT_EQ(refusal(one_entry("real", "1.0 1 2")),
             "t.mtx:3: row index '1.0' is not a whole number");
   EXPECT_EQ(refusal(one_entry("real", "1 2x 2")),
             "t.mtx:3: column index '2x' is not a whole number");
   EXPECT_EQ(refusal(one_entry("integer", "1 1 1.5")), "t.mtx:3: value '1.5' is not an integer");
   EXPECT_EQ(refusal(one_entry("complex", "1 1 1 2i")),
-            "t.mtx:3: imaginary part '2i' is not a decimal real number");
+            "t.mtx:3: imaginary part '2i' is not a real number");
   EXPECT_EQ(refusal(real_header + "2x 2 1\n1 1 1\n"), "t.mtx:2: bad number of rows '2x'");
 }
 
@@ -54,6 +55,22 @@ TEST(MatrixMarketStrict, ReadsNanInfinityAndExponentsBeyondRange) {
   EXPECT_EQ(m.value[6].real(), 0.0);
   EXPECT_EQ(m.value[7].real(), 0.5);
   EXPECT_EQ(m.value[8].real(), 50.0);
+}
+
+TEST(MatrixMarketStrict, ReadsEveryRealNumberStrtodReadsInFull) {
+  auto m = parse(real_header +
+                 "1 6 6\n1 1 0x1p3\n1 2 -0X1.8P1\n1 3 0x10\n1 4 nan(1)\n1 5 -NAN(payload_2)\n"
+                 "1 6 +INFINITY\n");
+  EXPECT_EQ(m.value[0].real(), 8.0);
+  EXPECT_EQ(m.value[1].real(), -3.0);
+  EXPECT_EQ(m.value[2].real(), 16.0);
+  EXPECT_TRUE(std::isnan(m.value[3].real()));
+  EXPECT_TRUE(std::isnan(m.value[4].real()));
+  EXPECT_TRUE(std::signbit(m.value[4].real()));
+  EXPECT_EQ(m.value[5].real(), std::numeric_limits<double>::infinity());
+  // Complex parts too.
+  auto c = parse("%%MatrixMarket matrix coordinate complex general\n1 1 1\n1 1 0x1p-1 -0x1p2\n");
+  EXPECT_EQ(c.value[0], std::complex<double>(0.5, -4.0));
 }
 
 TEST(MatrixMarketStrict, ReadsWhitespaceBlankLinesAndCommentsBetweenEntries) {
@@ -160,7 +177,7 @@ TEST(MatrixMarketStrict, RefusesWhatIsNotARegularFile) {
   EXPECT_EQ(file_refusal(missing), missing + ": cannot open: No such file or directory");
   const std::string bad = (folder.path / "bad.mtx").string();
   std::ofstream(bad) << real_header << "1 1 1\n1 1 2,5\n";
-  EXPECT_EQ(file_refusal(bad), bad + ":3: value '2,5' is not a decimal real number");
+  EXPECT_EQ(file_refusal(bad), bad + ":3: value '2,5' is not a real number");
 }
 
 TEST(MatrixMarketNumbers, IntegersAreWholeDecimalTokens) {
@@ -174,14 +191,20 @@ TEST(MatrixMarketNumbers, IntegersAreWholeDecimalTokens) {
     EXPECT_EQ(mm::parse_integer(t, v), mm::number_status::malformed) << t;
 }
 
-TEST(MatrixMarketNumbers, RealsAreWholeDecimalTokens) {
+TEST(MatrixMarketNumbers, RealsAreWholeTokensThatStrtodReads) {
   double v = 0;
   EXPECT_TRUE(mm::parse_real("-1.25e-1", v));
   EXPECT_EQ(v, -0.125);
   EXPECT_TRUE(mm::parse_real("INF", v));
   EXPECT_EQ(v, std::numeric_limits<double>::infinity());
-  for (const char* t : {"", "+", "1,2", "0x1p3", "1e+", "nan(0)", "1.5 ", "inf1", "1..2"})
+  EXPECT_TRUE(mm::parse_real("0x1p3", v));
+  EXPECT_EQ(v, 8.0);
+  v = 0;
+  EXPECT_TRUE(mm::parse_real("nan(0)", v));
+  EXPECT_TRUE(std::isnan(v));
+  for (const char* t : {"", "+", "1,2", "0x1p", "1e+", "nan(0", " 1.5", "1.5 ", "inf1", "1..2"})
     EXPECT_FALSE(mm::parse_real(t, v)) << t;
+  EXPECT_FALSE(mm::parse_real(std::string_view("1\0" "5", 3), v)) << "a zero byte inside";
 }
 
 }  // namespace

@@ -101,11 +101,14 @@ void check_index_width(const options& o, const std::string& file, const mm::coor
   constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
   const std::string fix =
       " do not fit --index 32 (at most " + std::to_string(most) + "); use --index 64";
-  if (m.rows > most) throw input_error(file + ": " + std::to_string(m.rows) + " rows" + fix);
-  if (m.cols > most) throw input_error(file + ": " + std::to_string(m.cols) + " columns" + fix);
+  // Sizes, and the count of the entries, stand on the size line.
+  const std::string where =
+      file + (m.size_line > 0 ? ":" + std::to_string(m.size_line) : std::string()) + ": ";
+  if (m.rows > most) throw input_error(where + std::to_string(m.rows) + " rows" + fix);
+  if (m.cols > most) throw input_error(where + std::to_string(m.cols) + " columns" + fix);
   const auto nnz = static_cast<std::int64_t>(m.row.size());
   if (nnz + o.base > most)
-    throw input_error(file + ": " + std::to_string(nnz) + " entries" +
+    throw input_error(where + std::to_string(nnz) + " entries" +
                       (o.base == 1 ? " with --base 1" : "") + fix);
 }
 

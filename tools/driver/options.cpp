@@ -144,14 +144,14 @@ setter whole_number(std::int64_t& field, std::int64_t least) {
   };
 }
 
-// RE or RE,IM, each a decimal real as a Matrix Market file writes it.
+// RE or RE,IM, each a real number as a Matrix Market file may write it.
 setter scalar(std::complex<double>& field, std::string& text) {
   return [&field, &text](const std::string& option, const std::string& value) {
     const auto comma = value.find(',');
     double re = 0, im = 0;
     if (!mm::parse_real(std::string_view(value).substr(0, comma), re) ||
         (comma != std::string::npos && !mm::parse_real(value.substr(comma + 1), im)))
-      refuse(option, value, "RE or RE,IM of decimal real numbers");
+      refuse(option, value, "RE or RE,IM of real numbers");
     field = {re, im};
     text = value;
   };

@@ -25,6 +25,8 @@ struct coordinate_matrix {
   std::vector<std::int64_t> row;
   std::vector<std::int64_t> col;
   std::vector<std::complex<double>> value;
+  // The line of the size line in the file, for refusals of the sizes after reading; 0 if unknown.
+  std::int64_t size_line = 0;
 };
 
 // A malformed file: the message is "NAME:LINE: reason".
@@ -33,7 +35,7 @@ class format_error : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Reads exactly the format: whole tokens, decimal numbers, as many entries as the size line
+// Reads exactly the format: whole tokens, numbers read in full, as many entries as the size line
 // declares, indices within the sizes. name stands for the input in messages. Throws
 // format_error.
 coordinate_matrix read(std::istream& in, const std::string& name);

@@ -1,4 +1,4 @@
-// Whole-token decimal numbers.
+// Whole-token numbers.
 #include "numbers.hpp"
 
 #include <algorithm>
@@ -12,43 +12,6 @@ namespace orvane::vrt::matrix_market {
 namespace {
 
 bool digit(char c) { return c >= '0' && c <= '9'; }
-
-// Skips digits from position k on; returns how many.
-std::size_t skip_digits(std::string_view t, std::size_t& k) {
-  const std::size_t start = k;
-  while (k < t.size() && digit(t[k])) ++k;
-  return k - start;
-}
-
-bool equals_lower(std::string_view t, std::string_view word) {
-  return t.size() == word.size() &&
-         std::equal(t.begin(), t.end(), word.begin(), [](char a, char b) {
-           return std::tolower(static_cast<unsigned char>(a)) == b;
-         });
-}
-
-// The decimal grammar of a real number. strtod reads more than this: hexadecimal floats
-// (0x1p3) and NaN payloads (nan(1)). The format's numbers are decimal, and SciPy refuses both,
-// so they stop here before strtod sees them.
-bool decimal_real(std::string_view t) {
-  std::size_t k = 0;
-  if (k < t.size() && (t[k] == '+' || t[k] == '-')) ++k;
-  const std::string_view word = t.substr(k);
-  if (equals_lower(word, "nan") || equals_lower(word, "inf") || equals_lower(word, "infinity"))
-    return true;
-  std::size_t mantissa = skip_digits(t, k);
-  if (k < t.size() && t[k] == '.') {
-    ++k;
-    mantissa += skip_digits(t, k);
-  }
-  if (mantissa == 0) return false;
-  if (k < t.size() && (t[k] == 'e' || t[k] == 'E')) {
-    ++k;
-    if (k < t.size() && (t[k] == '+' || t[k] == '-')) ++k;
-    if (skip_digits(t, k) == 0) return false;
-  }
-  return k == t.size();
-}
 
 }  // namespace
 
@@ -66,9 +29,11 @@ number_status parse_integer(std::string_view token, std::int64_t& value) {
 }
 
 bool parse_real(std::string_view token, double& value) {
-  if (!decimal_real(token)) return false;
-  // strtod needs a terminated string. Out-of-range exponents set errno and give infinity or
-  // zero, which is the value wanted; the tools never change the C locale, so the point is '.'.
+  // strtod would skip leading white space; a token has none, and an empty one is no number.
+  if (token.empty() || std::isspace(static_cast<unsigned char>(token[0]))) return false;
+  // strtod needs a terminated string (a zero byte inside the token ends the read early, so the
+  // token is refused). Out-of-range exponents set errno and give infinity or zero, which is the
+  // value wanted; the tools never change the C locale, so the point is '.'.
   const std::string text(token);
   char* end = nullptr;
   const double v = std::strtod(text.c_str(), &end);

@@ -155,6 +155,7 @@ std::int64_t read_size_line(line_reader& r, coordinate_matrix& m) {
   if (r.words.size() != 3)
     r.fail("the size line has " + std::to_string(r.words.size()) +
            " words, not 3 (rows, columns, entries)");
+  m.size_line = r.line();
   m.rows = parse_count(r, r.words[0], "rows");
   m.cols = parse_count(r, r.words[1], "columns");
   const std::int64_t entries = parse_count(r, r.words[2], "entries");
@@ -190,7 +191,7 @@ double parse_value(const line_reader& r, std::string_view word, field f, const c
   }
   double value = 0;
   if (!parse_real(word, value))
-    r.fail(std::string(what) + " " + quoted(word) + " is not a decimal real number");
+    r.fail(std::string(what) + " " + quoted(word) + " is not a real number");
   return value;
 }
 

@@ -19,6 +19,8 @@ template <typename T, typename I, containerType C>
 sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, diag diagonal,
                                matrix_handle* A, const event_list& deps) {
   if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", "optimize_trsv", "uplo_flag");
+  if (diagonal != diag::nonunit && diagonal != diag::unit)
+    throw invalid_argument("sparse", "optimize_trsv", "diag_flag");
   if (op != transpose::nontrans)
     throw unimplemented("sparse", "optimize_trsv",
                         "currently only supports the orvane::vrt::transpose::nontrans op");

@@ -15,6 +15,8 @@ sycl::event trsv_impl(sycl::queue& queue, uplo triangle, transpose op, diag diag
                       matrix_handle* A, container_t<C, T> x, container_t<C, T> y,
                       const event_list& deps) {
   if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", "trsv", "uplo_flag");
+  if (diagonal != diag::nonunit && diagonal != diag::unit)
+    throw invalid_argument("sparse", "trsv", "diag_flag");
   if (op != transpose::nontrans)
     throw unimplemented("sparse", "trsv",
                         "currently only supports the orvane::vrt::transpose::nontrans op");

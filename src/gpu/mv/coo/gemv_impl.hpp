@@ -122,6 +122,10 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, sparseStructure
                       const std::vector<sycl::event>& deps) {
   if (A == nullptr) throw uninitialized("sparse", "gemv", "Matrix is not initialized");
   if (A->format != format_coo) throw computation_error("sparse", "gemv", "internal error");
+  // An operation outside the three is refused as the CSR path's structure choice refuses it,
+  // never run as some other product.
+  if (op != transpose::nontrans && op != transpose::trans && op != transpose::conjtrans)
+    throw computation_error("sparse", "", "internal error");
   if (A->gemv_data == nullptr) initGemvInternalData(&A->gemv_data);
   A->gemv_data->kernel_kind = gemv_kind_default;
   return gemv_default<T, I, C>(queue, op, *A, x, alpha, beta, y, deps);
