@@ -12,11 +12,19 @@ namespace orvane::vrt::sparse::cpu {
 
 namespace detail {
 
-// The engine's request for a matmat request r: indexed by r - 2, 90 outside the table.
+// The engine's stage for the computing matmat requests: every request the engine has no stage
+// of its own for runs the full product.
 inline host_request_t host_request(matmat_request r) {
-  static constexpr host_request_t table[] = {91, 90, 94, 90, 90, 92};
-  const int k = static_cast<int>(r) - 2;
-  return k >= 0 && k < 6 ? table[k] : 90;
+  switch (r) {
+    case matmat_request::work_estimation:
+      return HOST_REQUEST_WORK_ESTIMATE;
+    case matmat_request::compute_structure:
+      return HOST_REQUEST_NNZ_COUNT;
+    case matmat_request::compute:
+      return HOST_REQUEST_FINALIZE_MULT;
+    default:
+      return HOST_REQUEST_FULL_MULT;
+  }
 }
 
 // Writes one 64-bit value into the caller's size variable in a host task.
