@@ -7,6 +7,7 @@
 #include "cpu/host_calls.hpp"
 #include "cpu/entry_points.hpp"
 #include "handle/matmat_descr.hpp"
+#include "handle/value_types.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 
@@ -151,18 +152,15 @@ sycl::event matmat_impl(sycl::queue& queue, matrix_handle* A, matrix_handle* B, 
                           "currently only supports the CSR matrix format on CPU devices");
   const int r = static_cast<int>(request);
   if (r < 1 || r > 9) throw invalid_argument("sparse", "matmat", "invalid matmat request");
-  switch (A->fp_type) {
-    case fp_float:
-      return detail::product_request<float, I, C>(queue, A, B, Cm, request, descr, size, deps);
-    case fp_double:
-      return detail::product_request<double, I, C>(queue, A, B, Cm, request, descr, size, deps);
-    case fp_complex_float:
-      return detail::product_request<std::complex<float>, I, C>(queue, A, B, Cm, request, descr,
-                                                                size, deps);
-    default:
-      return detail::product_request<std::complex<double>, I, C>(queue, A, B, Cm, request, descr,
-                                                                 size, deps);
-  }
+  return visit_value_type(
+      A->fp_type,
+      [&]<typename T>() {
+        return detail::product_request<T, I, C>(queue, A, B, Cm, request, descr, size, deps);
+      },
+      // The frame refuses other value types before the backend is reached.
+      []() -> sycl::event {
+        throw unimplemented("sparse", "matmat", unsupported_value_type_message);
+      });
 }
 
 }  // namespace orvane::vrt::sparse::cpu

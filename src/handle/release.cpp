@@ -6,6 +6,7 @@
 #include "handle/gemv_data.hpp"
 #include "handle/matmat_data.hpp"
 #include "handle/triangular_data.hpp"
+#include "handle/value_types.hpp"
 #include "platform/services.hpp"
 #include "vrt/host_sparse.h"
 
@@ -128,19 +129,11 @@ void release_with_value(matrix_handle* handle) {
 }  // namespace
 
 void dispatch_release_matrix_handle(matrix_handle* handle) {
-  switch (handle->fp_type + 1) {
-    case 0:
-    case 1:
-      return release_with_value<double>(handle);
-    case 2:
-      return release_with_value<float>(handle);
-    case 3:
-      return release_with_value<std::complex<double>>(handle);
-    case 4:
-      return release_with_value<std::complex<float>>(handle);
-    default:
-      throw computation_error("sparse", "matrix", "internal error");
-  }
+  // An unset value type (never bound) takes the double form.
+  if (handle->fp_type == fp_unset) return release_with_value<double>(handle);
+  visit_value_type(
+      handle->fp_type, [&]<typename T>() { release_with_value<T>(handle); },
+      []() { throw computation_error("sparse", "matrix", "internal error"); });
 }
 
 }  // namespace orvane::vrt::sparse
