@@ -60,8 +60,7 @@ sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructu
   long nnz = 0;
   try {
     e = prefix_sum(queue, rows, n + 1, C, as_container<C, long>(total), {e});
-    e.wait();
-    nnz = detail::read_total<C>(as_container<C, long>(total));
+    nnz = read_on_host<long, C>(queue, as_container<C, long>(total), {e});
   } catch (...) {
     queue.wait();
     deallocate_container<I>(row_ptr, context, C);
