@@ -19,6 +19,8 @@ namespace orvane::vrt::sparse::gpu {
 
 // dst becomes the expansion of src's triangle: zero-based, owning its arrays, sorted rows,
 // flagged symmetric. Mirrored entries carry the value of their original, unconjugated.
+// Not make_owned_structure: dst comes initialised from the caller, while the builder makes a new
+// structure in a slot, and the entry arrays can only be sized once the rows are counted.
 template <typename T, typename I, containerType C>
 sycl::event symmetricKernel(sycl::queue& queue, uplo triangle, sparseStructure* src,
                             sparseStructure* dst, const std::vector<sycl::event>& deps) {
