@@ -9,13 +9,17 @@
 namespace orvane::vrt::sparse {
 
 namespace {
+// USM alignment: a page on GPU devices, a cache line elsewhere and for host USM.
+constexpr std::size_t gpu_usm_alignment = 4096;
+constexpr std::size_t cache_line_alignment = 64;
+
 // Device and shared USM share one shape: try the kind asked for, then host USM.
 void* allocate_usm_with_fallback(std::size_t bytes, sycl::queue& queue, sycl::usm::alloc kind) {
   const sycl::device device = queue.get_device();
   const sycl::context context = queue.get_context();
-  const std::size_t alignment = device.is_gpu() ? 4096 : 64;
+  const std::size_t alignment = device.is_gpu() ? gpu_usm_alignment : cache_line_alignment;
   void* p = sycl::aligned_alloc(alignment, bytes, device, context, kind);
-  if (p == nullptr) p = sycl::aligned_alloc_host(64, bytes, context);
+  if (p == nullptr) p = sycl::aligned_alloc_host(cache_line_alignment, bytes, context);
   return p;
 }
 }  // namespace
@@ -38,7 +42,7 @@ template <typename T>
 void* allocate_host_container(std::size_t count, sycl::queue& queue, containerType container) {
   if (container != container_usm)
     return new (std::nothrow) sycl::buffer<T, 1>(sycl::range<1>(count));
-  return sycl::aligned_alloc_host(64, count * sizeof(T), queue.get_context());
+  return sycl::aligned_alloc_host(cache_line_alignment, count * sizeof(T), queue.get_context());
 }
 
 template <typename T>

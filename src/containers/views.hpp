@@ -2,6 +2,8 @@
 // command group a buffer becomes an accessor, and inside the kernel both read as raw pointers.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <type_traits>
 #include <vector>
 
@@ -42,6 +44,32 @@ auto raw(const Accessor& accessor) {
 template <containerType C>
 void depend_on(sycl::handler& h, const std::vector<sycl::event>& deps) {
   if constexpr (C == container_usm) h.depends_on(deps);
+}
+
+// Copies count entries of a container from entry first into out on the host, once the work in
+// deps has finished: USM of any kind is copied by the queue, a buffer read through a host
+// accessor (which waits for the work writing it).
+template <typename T, containerType C>
+void copy_to_host(sycl::queue& queue, container_t<C, T> src, std::size_t first, std::size_t count,
+                  T* out, const std::vector<sycl::event>& deps) {
+  if (count == 0) return;
+  if constexpr (C == container_usm) {
+    queue.memcpy(out, src + first, count * sizeof(T), deps).wait();
+  } else {
+    (void)queue;
+    (void)deps;
+    sycl::host_accessor acc(*src, sycl::read_only);
+    std::copy_n(acc.get_pointer() + first, count, out);
+  }
+}
+
+// One entry of a container (the first by default), read on the host as copy_to_host does.
+template <typename T, containerType C>
+T read_on_host(sycl::queue& queue, container_t<C, T> src, const std::vector<sycl::event>& deps,
+               std::size_t index = 0) {
+  T value{};
+  copy_to_host<T, C>(queue, src, index, 1, &value, deps);
+  return value;
 }
 
 }  // namespace orvane::vrt::sparse

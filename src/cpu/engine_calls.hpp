@@ -26,6 +26,8 @@ struct engine_value<std::complex<double>> {
 template <typename T, typename I>
 struct engine;
 
+// A macro, not a template: the engine's C names carry the value letter and index suffix
+// (vrt_sparse_d_mv_i4), which only token pasting can form from the variant list.
 #define VRT_ENGINE_CALLS(p, T, i, I, unused)                                                         \
   template <>                                                                                  \
   struct engine<T, I> {                                                                        \

@@ -18,9 +18,9 @@ namespace orvane::vrt::sparse::cpu {
 
 #include "handle/backend_entry_points.inc"
 
+// The names the design gives these entry points (dgemv_impl_i4_usm, ...).
 VRT_NAME_VARIANTS(gemv_impl)
 VRT_NAME_VARIANTS(sort_matrix_impl)
 VRT_NAME_VARIANTS(omatcopy_impl)
-VRT_NAME_VARIANTS(make_transpose_impl)
 
 }  // namespace orvane::vrt::sparse::cpu

@@ -7,16 +7,25 @@
 #include "cpu/host_calls.hpp"
 #include "cpu/entry_points.hpp"
 #include "handle/matmat_descr.hpp"
+#include "handle/value_types.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 
 namespace detail {
 
-// The engine's request for a matmat request r: indexed by r - 2, 90 outside the table.
+// The engine's stage for the computing matmat requests: every request the engine has no stage
+// of its own for runs the full product.
 inline host_request_t host_request(matmat_request r) {
-  static constexpr host_request_t table[] = {91, 90, 94, 90, 90, 92};
-  const int k = static_cast<int>(r) - 2;
-  return k >= 0 && k < 6 ? table[k] : 90;
+  switch (r) {
+    case matmat_request::work_estimation:
+      return HOST_REQUEST_WORK_ESTIMATE;
+    case matmat_request::compute_structure:
+      return HOST_REQUEST_NNZ_COUNT;
+    case matmat_request::compute:
+      return HOST_REQUEST_FINALIZE_MULT;
+    default:
+      return HOST_REQUEST_FULL_MULT;
+  }
 }
 
 // Writes one 64-bit value into the caller's size variable in a host task.
@@ -144,18 +153,15 @@ sycl::event matmat_impl(sycl::queue& queue, matrix_handle* A, matrix_handle* B, 
                           "currently only supports the CSR matrix format on CPU devices");
   const int r = static_cast<int>(request);
   if (r < 1 || r > 9) throw invalid_argument("sparse", "matmat", "invalid matmat request");
-  switch (A->fp_type) {
-    case fp_float:
-      return detail::product_request<float, I, C>(queue, A, B, Cm, request, descr, size, deps);
-    case fp_double:
-      return detail::product_request<double, I, C>(queue, A, B, Cm, request, descr, size, deps);
-    case fp_complex_float:
-      return detail::product_request<std::complex<float>, I, C>(queue, A, B, Cm, request, descr,
-                                                                size, deps);
-    default:
-      return detail::product_request<std::complex<double>, I, C>(queue, A, B, Cm, request, descr,
-                                                                 size, deps);
-  }
+  return visit_value_type(
+      A->fp_type,
+      [&]<typename T>() {
+        return detail::product_request<T, I, C>(queue, A, B, Cm, request, descr, size, deps);
+      },
+      // The frame refuses other value types before the backend is reached.
+      []() -> sycl::event {
+        throw unimplemented("sparse", "matmat", unsupported_value_type_message);
+      });
 }
 
 }  // namespace orvane::vrt::sparse::cpu

@@ -6,6 +6,7 @@
 #include "handle/gemv_data.hpp"
 #include "handle/matmat_data.hpp"
 #include "handle/triangular_data.hpp"
+#include "handle/value_types.hpp"
 #include "platform/services.hpp"
 #include "vrt/host_sparse.h"
 
@@ -158,19 +159,11 @@ void with_width_and_model(const matrix_handle* handle, Body&& body) {
 
 template <typename Body>
 void with_handle_types(const matrix_handle* handle, Body&& body) {
-  switch (handle->fp_type + 1) {
-    case 0:
-    case 1:
-      return with_width_and_model<double>(handle, body);
-    case 2:
-      return with_width_and_model<float>(handle, body);
-    case 3:
-      return with_width_and_model<std::complex<double>>(handle, body);
-    case 4:
-      return with_width_and_model<std::complex<float>>(handle, body);
-    default:
-      throw computation_error("sparse", "matrix", "internal error");
-  }
+  // An unset value type (never bound) takes the double form.
+  if (handle->fp_type == fp_unset) return with_width_and_model<double>(handle, body);
+  visit_value_type(
+      handle->fp_type, [&]<typename T>() { with_width_and_model<T>(handle, body); },
+      []() { throw computation_error("sparse", "matrix", "internal error"); });
 }
 }  // namespace
 

@@ -10,6 +10,7 @@
 
 #include "common/variants.hpp"
 #include "handle/handle.hpp"
+#include "handle/value_types.hpp"
 
 namespace orvane::vrt::sparse {
 
@@ -57,23 +58,12 @@ decltype(auto) visit_variant(const matrix_handle* handle, const char* function, 
           refusal);
     }
   };
-  switch (handle->fp_type + 1) {
-    case 0:
+  return visit_value_type(handle->fp_type, with_value, [&]() -> sycl::event {
+    if (handle->fp_type == fp_unset)
       throw unimplemented("sparse", function,
                           "structure only is not supported, please call set_xxx_data");
-    case 1:
-      return with_value.template operator()<double>();
-    case 2:
-      return with_value.template operator()<float>();
-    case 3:
-      return with_value.template operator()<std::complex<double>>();
-    case 4:
-      return with_value.template operator()<std::complex<float>>();
-    default:
-      throw unimplemented("sparse", function,
-                          "currently only supports double, float std::complex<double>, and "
-                          "std::complex<float>");
-  }
+    throw unimplemented("sparse", function, unsupported_value_type_message);
+  });
 }
 
 // After a rebinding, runs again on queue the optimize_* calls the handle has seen (after deps)

@@ -5,6 +5,7 @@
 #include "gpu/entry_points.hpp"
 #include "handle/matmat_descr.hpp"
 #include "handle/record.hpp"
+#include "handle/value_types.hpp"
 #include "interface/frame.hpp"
 
 namespace orvane::vrt::sparse {
@@ -62,9 +63,7 @@ sycl::event dispatch_matmat(sycl::queue& q, matrix_handle* A, matrix_handle* B, 
                            "float type is unset in matrix handle, meaning set_xxx_data was not "
                            "called after initialization");
   if (A->fp_type < fp_double || A->fp_type > fp_complex_float)
-    throw unimplemented("sparse", "matmat",
-                        "currently only supports double, float std::complex<double>, and "
-                        "std::complex<float>");
+    throw unimplemented("sparse", "matmat", unsupported_value_type_message);
   const bool on_cpu = q.get_device().is_cpu();
   return visit_int_type(A, "matmat", [&]<typename I>() {
     return on_cpu ? cpu::matmat_impl<I, C>(q, A, B, Cm, request, descr, size, temp, deps)

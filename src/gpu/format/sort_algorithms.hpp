@@ -98,12 +98,19 @@ V* values_at(V* values, std::int64_t start) {
     return values + start;
 }
 
+// Ranges shorter than this go to small_list_sort.
+inline constexpr std::int64_t small_sort_limit = 17;
+// The private stack of pending (start, end) pairs, and the fill at which a part is sorted by the
+// merge-exchange network instead of being pushed (one pair below full).
+inline constexpr int quicksort_stack_size = 32;
+inline constexpr int quicksort_stack_push_limit = quicksort_stack_size - 2;
+
 template <typename K, typename V>
 void quicksort_nonrecursive(std::int64_t n, K* keys, V* values) {
   const row_view<K, V> all{keys, values};
   if (n < 2) return;
-  if (n < 17) return small_list_sort(n, all);
-  std::int64_t stack[32];
+  if (n < small_sort_limit) return small_list_sort(n, all);
+  std::int64_t stack[quicksort_stack_size];
   int top = 0;
   stack[top++] = 0;
   stack[top++] = n;
@@ -112,7 +119,7 @@ void quicksort_nonrecursive(std::int64_t n, K* keys, V* values) {
     std::int64_t hi = stack[--top];
     std::int64_t lo = stack[--top];
     while (lo < hi) {
-      if (hi - lo < 17) {
+      if (hi - lo < small_sort_limit) {
         small_list_sort(hi - lo, at(lo));
         break;
       }
@@ -134,9 +141,9 @@ void quicksort_nonrecursive(std::int64_t n, K* keys, V* values) {
       }
       const std::int64_t big = big_hi - big_lo;
       if (big > 0) {
-        if (big < 17) {
+        if (big < small_sort_limit) {
           small_list_sort(big, at(big_lo));
-        } else if (top < 30) {
+        } else if (top < quicksort_stack_push_limit) {
           stack[top++] = big_lo;
           stack[top++] = big_hi;
         } else {

@@ -176,17 +176,9 @@ sycl::event updateDiagData_and_check_for_missing_diags(sycl::queue& queue, spars
     throw computation_error("sparse", word, "internal error");
   const std::uint32_t stride =
       v->status_stride != ~0u ? v->status_stride : default_status_stride;
-  I missing = 0, zero = 0;
-  if constexpr (C == container_usm) {
-    done.wait();
-    const I* status = static_cast<const I*>(v->status_host);
-    missing = status[0];
-    zero = status[stride];
-  } else {
-    sycl::host_accessor status(*as_container<C, I>(v->status_host), sycl::read_only);
-    missing = status[0];
-    zero = status[stride];
-  }
+  const auto status = as_container<C, I>(v->status_host);
+  const I missing = read_on_host<I, C>(queue, status, {done});
+  const I zero = read_on_host<I, C>(queue, status, {done}, stride);
   if (diagonal == diag::nonunit && (missing > 0 || zero > 0))
     throw invalid_argument("sparse", word, detail::missing_diagonal_message);
   return done;

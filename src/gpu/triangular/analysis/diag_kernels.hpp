@@ -55,6 +55,42 @@ struct diag_operands {
   std::uint32_t zero_flag;  // position of the zero flag in status; the missing flag is at 0
 };
 
+// Where the kernels put each row's diagonal, bound in one command group (pointers for USM,
+// accessors for buffers). store(row, position, values): the value at position (without the
+// base) and its reciprocal, or zeros and the missing flag (status[0]) when position is -1; a
+// zero value raises the zero flag.
+template <typename T, typename I, typename ValueView, typename FlagView>
+struct bound_diagonal {
+  ValueView diag, inv_diag;
+  FlagView status;
+  std::uint32_t zero_flag;
+
+  void store(I row, I position, const T* values) const {
+    T value(0), inverse(0);
+    if (position < 0) {
+      raw(status)[0] = I(1);
+    } else {
+      value = values[position];
+      if (diag_is_zero(value))
+        raw(status)[zero_flag] = I(1);
+      else
+        inverse = diag_reciprocal(value);
+    }
+    raw(diag)[row] = value;
+    raw(inv_diag)[row] = inverse;
+  }
+};
+
+template <typename T, typename I, containerType C>
+auto bind_diagonal(sycl::handler& h, const diag_operands<T, I, C>& op) {
+  using ValueView = decltype(bind(h, op.diag, sycl::write_only));
+  using FlagView = decltype(bind(h, op.status, sycl::read_write));
+  return bound_diagonal<T, I, ValueView, FlagView>{bind(h, op.diag, sycl::write_only),
+                                                   bind(h, op.inv_diag, sycl::write_only),
+                                                   bind(h, op.status, sycl::read_write),
+                                                   op.zero_flag};
+}
+
 // Whole unsorted rows: the first entry on the diagonal gives the value.
 template <typename T, typename I, containerType C>
 sycl::event fill_diag_values(sycl::queue& queue, const diag_operands<T, I, C>& op,
@@ -64,27 +100,18 @@ sycl::event fill_diag_values(sycl::queue& queue, const diag_operands<T, I, C>& o
     auto rp = bind(h, op.row_ptr, sycl::read_only);
     auto ci = bind(h, op.col_ind, sycl::read_only);
     auto va = bind(h, op.values, sycl::read_only);
-    auto dg = bind(h, op.diag, sycl::write_only);
-    auto inv = bind(h, op.inv_diag, sycl::write_only);
-    auto st = bind(h, op.status, sycl::read_write);
+    const auto out = bind_diagonal(h, op);
     const I base = op.index;
-    const std::uint32_t zero_flag = op.zero_flag;
     h.parallel_for<fillDiagPos1<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> id) {
           const I row = static_cast<I>(id[0]);
-          raw(dg)[row] = T(0);
-          raw(inv)[row] = T(0);
-          for (I k = raw(rp)[row] - base; k < raw(rp)[row + 1] - base; ++k) {
-            if (raw(ci)[k] - base != row) continue;
-            const T v = raw(va)[k];
-            raw(dg)[row] = v;
-            if (diag_is_zero(v))
-              raw(st)[zero_flag] = I(1);
-            else
-              raw(inv)[row] = diag_reciprocal(v);
-            return;
-          }
-          raw(st)[0] = I(1);
+          I position = -1;
+          for (I k = raw(rp)[row] - base; k < raw(rp)[row + 1] - base; ++k)
+            if (raw(ci)[k] - base == row) {
+              position = k;
+              break;
+            }
+          out.store(row, position, raw(va));
         });
   });
 }
@@ -145,31 +172,17 @@ sycl::event fill_diag_values_and_positions(sycl::queue& queue, const diag_operan
     auto rp = bind(h, op.row_ptr, sycl::read_only);
     auto ci = bind(h, op.col_ind, sycl::read_only);
     auto va = bind(h, op.values, sycl::read_only);
-    auto dg = bind(h, op.diag, sycl::write_only);
-    auto inv = bind(h, op.inv_diag, sycl::write_only);
-    auto st = bind(h, op.status, sycl::read_write);
+    const auto out = bind_diagonal(h, op);
     auto le = bind(h, op.lower_end, sycl::write_only);
     auto us = bind(h, op.upper_start, sycl::write_only);
     const I base = op.index;
-    const std::uint32_t zero_flag = op.zero_flag;
     h.parallel_for<fillDiagPos3<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> id) {
           const I row = static_cast<I>(id[0]);
           const split_walk<I> w = walk_sorted_row<I>(raw(rp), raw(ci), base, row);
           raw(le)[row] = w.lower_end;
           raw(us)[row] = w.upper_start;
-          T value(0), inverse(0);
-          if (w.diagonal < 0) {
-            raw(st)[0] = I(1);
-          } else {
-            value = raw(va)[w.diagonal];
-            if (diag_is_zero(value))
-              raw(st)[zero_flag] = I(1);
-            else
-              inverse = diag_reciprocal(value);
-          }
-          raw(dg)[row] = value;
-          raw(inv)[row] = inverse;
+          out.store(row, w.diagonal, raw(va));
         });
   });
 }

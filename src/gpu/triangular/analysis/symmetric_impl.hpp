@@ -17,23 +17,10 @@
 
 namespace orvane::vrt::sparse::gpu {
 
-namespace detail {
-
-// The one-element total of a scan, where the host can read it.
-template <containerType C>
-long read_total(container_t<C, long> total) {
-  if constexpr (C == container_usm) {
-    return total[0];
-  } else {
-    sycl::host_accessor t(*total, sycl::read_only);
-    return t[0];
-  }
-}
-
-}  // namespace detail
-
 // dst becomes the expansion of src's triangle: zero-based, owning its arrays, sorted rows,
 // flagged symmetric. Mirrored entries carry the value of their original, unconjugated.
+// Not make_owned_structure: dst comes initialised from the caller, while the builder makes a new
+// structure in a slot, and the entry arrays can only be sized once the rows are counted.
 template <typename T, typename I, containerType C>
 sycl::event symmetricKernel(sycl::queue& queue, uplo triangle, sparseStructure* src,
                             sparseStructure* dst, const std::vector<sycl::event>& deps) {
@@ -66,8 +53,7 @@ sycl::event symmetricKernel(sycl::queue& queue, uplo triangle, sparseStructure* 
     if (n > 0)
       e = kernels::count_rows<I, C>(queue, upper, src->nrows, base, src_rows, src_cols, rc, {e});
     e = prefix_sum(queue, rc, n + 1, C, as_container<C, long>(total), {e});
-    e.wait();
-    nnz = detail::read_total<C>(as_container<C, long>(total));
+    nnz = read_on_host<long, C>(queue, as_container<C, long>(total), {e});
     const auto entries = std::max<std::size_t>(static_cast<std::size_t>(nnz), 1);
     col_ind = allocate_device_container<I>(entries, queue, C);
     values = allocate_device_container<T>(entries, queue, C);

@@ -24,6 +24,9 @@ class triangleData2;
 }  // namespace kernels
 
 // dst becomes the strict lower or upper triangle of src: zero-based, sorted, owning its arrays.
+// Not make_owned_structure: dst comes initialised from the caller, and the row starts are
+// scanned in place in the final array before the entry count (and so the size of the others) is
+// known; the builder allocates all three arrays at once in a new structure.
 template <typename T, typename I, containerType C>
 sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructure* src,
                                 sparseStructure* dst, diagonalStructData* positions,
@@ -60,8 +63,7 @@ sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructu
   long nnz = 0;
   try {
     e = prefix_sum(queue, rows, n + 1, C, as_container<C, long>(total), {e});
-    e.wait();
-    nnz = detail::read_total<C>(as_container<C, long>(total));
+    nnz = read_on_host<long, C>(queue, as_container<C, long>(total), {e});
   } catch (...) {
     queue.wait();
     deallocate_container<I>(row_ptr, context, C);

@@ -179,12 +179,12 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
 
   // Levels: each color is the frontier the previous one released.
   sycl::event step = submit_coloring1<I, C>(queue, a, dependencies);
-  std::vector<I> color_ptr{I(0), read_back<I, C>(queue, a.counter, 1, {step})[0]};
+  std::vector<I> color_ptr{I(0), read_on_host<I, C>(queue, a.counter, {step})};
   while (static_cast<std::size_t>(color_ptr.back()) < n) {
     const std::size_t start = color_ptr[color_ptr.size() - 2];
     const std::size_t width = static_cast<std::size_t>(color_ptr.back()) - start;
     step = submit_coloring2<I, C>(queue, a, start, width, {step});
-    color_ptr.push_back(read_back<I, C>(queue, a.counter, 1, {step})[0]);
+    color_ptr.push_back(read_on_host<I, C>(queue, a.counter, {step}));
   }
   const auto num_colors = static_cast<std::int32_t>(color_ptr.size() - 1);
   d.num_colors = num_colors;
@@ -242,8 +242,8 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
     lower_done = prefix_sum(queue, lower_ptr, n + 1, C, lower_total, {lengths});
     upper_done = prefix_sum(queue, upper_ptr, n + 1, C, upper_total, {lengths});
   }
-  const long lower_nnz = read_back<long, C>(queue, lower_total, 1, {lower_done})[0];
-  const long upper_nnz = read_back<long, C>(queue, upper_total, 1, {upper_done})[0];
+  const long lower_nnz = read_on_host<long, C>(queue, lower_total, {lower_done});
+  const long upper_nnz = read_on_host<long, C>(queue, upper_total, {upper_done});
   d.lower_col = take<I, C>(queue, static_cast<std::size_t>(lower_nnz), false);
   d.lower_val = take<T, C>(queue, static_cast<std::size_t>(lower_nnz), false);
   d.upper_col = take<I, C>(queue, static_cast<std::size_t>(upper_nnz), false);

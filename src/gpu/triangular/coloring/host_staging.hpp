@@ -16,13 +16,7 @@ template <typename T, containerType C>
 std::vector<T> read_back(sycl::queue& queue, container_t<C, T> src, std::size_t count,
                          const std::vector<sycl::event>& deps) {
   std::vector<T> out(count);
-  if (count == 0) return out;
-  if constexpr (C == container_usm) {
-    queue.memcpy(out.data(), src, count * sizeof(T), deps).wait();
-  } else {
-    sycl::host_accessor acc(*src, sycl::read_only);
-    std::copy_n(acc.get_pointer(), count, out.begin());
-  }
+  copy_to_host<T, C>(queue, src, 0, count, out.data(), deps);
   return out;
 }
 

@@ -32,6 +32,26 @@ void place_row(I* counter, I* row_of_position, I* position_of_row, I i) {
   row_of_position[p] = i;
 }
 
+// The lengths of the strict lower and upper parts of the row at each position, read through the
+// arrays bound in one command group.
+template <typename I, typename View>
+struct part_lengths {
+  View row_ptr, lower_end, upper_start, row_of_position;
+
+  I lower(I r) const { return raw(lower_end)[r] - raw(row_ptr)[r]; }
+  I upper(I r) const { return raw(row_ptr)[r + 1] - raw(upper_start)[r]; }
+  I row_at(std::size_t p) const { return raw(row_of_position)[p]; }
+};
+
+template <typename I, containerType C>
+auto bind_part_lengths(sycl::handler& h, const level_arrays<I, C>& a) {
+  using View = decltype(bind(h, a.row_ptr, sycl::read_only));
+  return part_lengths<I, View>{bind(h, a.row_ptr, sycl::read_only),
+                               bind(h, a.lower_end, sycl::read_only),
+                               bind(h, a.upper_start, sycl::read_only),
+                               bind(h, a.row_of_position, sycl::read_only)};
+}
+
 }  // namespace
 
 template <typename I, containerType C>
@@ -85,18 +105,15 @@ sycl::event submit_coloring3(sycl::queue& queue, const level_arrays<I, C>& a,
                              const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
     depend_on<C>(h, deps);
-    auto rp = bind(h, a.row_ptr, sycl::read_only);
-    auto le = bind(h, a.lower_end, sycl::read_only);
-    auto us = bind(h, a.upper_start, sycl::read_only);
-    auto rop = bind(h, a.row_of_position, sycl::read_only);
+    const auto parts = bind_part_lengths(h, a);
     auto lp = bind(h, lower_ptr, sycl::write_only);
     auto up = bind(h, upper_ptr, sycl::write_only);
     h.parallel_for<kernels::coloring3<I, C>>(sycl::range<1>(a.nrows), [=](sycl::id<1> id) {
       const std::size_t p = id[0];
-      const I r = raw(rop)[p];
+      const I r = parts.row_at(p);
       if (p == 0) raw(lp)[0] = raw(up)[0] = I(0);
-      raw(lp)[p + 1] = raw(le)[r] - raw(rp)[r];
-      raw(up)[p + 1] = raw(rp)[r + 1] - raw(us)[r];
+      raw(lp)[p + 1] = parts.lower(r);
+      raw(up)[p + 1] = parts.upper(r);
     });
   });
 }
@@ -108,10 +125,7 @@ sycl::event submit_coloring4(sycl::queue& queue, const level_arrays<I, C>& a,
                              const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
     depend_on<C>(h, deps);
-    auto rp = bind(h, a.row_ptr, sycl::read_only);
-    auto le = bind(h, a.lower_end, sycl::read_only);
-    auto us = bind(h, a.upper_start, sycl::read_only);
-    auto rop = bind(h, a.row_of_position, sycl::read_only);
+    const auto parts = bind_part_lengths(h, a);
     auto lp = bind(h, lower_ptr, sycl::write_only);
     auto up = bind(h, upper_ptr, sycl::write_only);
     auto lt = bind(h, lower_total, sycl::write_only);
@@ -120,9 +134,9 @@ sycl::event submit_coloring4(sycl::queue& queue, const level_arrays<I, C>& a,
     h.single_task<kernels::coloring4<I, C>>([=]() {
       raw(lp)[0] = raw(up)[0] = I(0);
       for (std::size_t p = 0; p < n; ++p) {
-        const I r = raw(rop)[p];
-        raw(lp)[p + 1] = raw(lp)[p] + raw(le)[r] - raw(rp)[r];
-        raw(up)[p + 1] = raw(up)[p] + raw(rp)[r + 1] - raw(us)[r];
+        const I r = parts.row_at(p);
+        raw(lp)[p + 1] = raw(lp)[p] + parts.lower(r);
+        raw(up)[p + 1] = raw(up)[p] + parts.upper(r);
       }
       raw(lt)[0] = static_cast<long>(raw(lp)[n]);
       raw(ut)[0] = static_cast<long>(raw(up)[n]);

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "containers/views.hpp"
 #include "handle/triangular_data.hpp"
@@ -46,6 +47,14 @@ levelset_operands<T, I, C> make_levelset_operands(const coloringData& d, triangl
           as_container<C, T>(d.inv_diag_colored),
           as_container<C, T>(d.rhs_colored),
           as_container<C, T>(d.sol_colored)};
+}
+
+// Each kernel of a solve has one name per side: launch(std::type_identity<Lower>{}) for the
+// lower side, launch(std::type_identity<Upper>{}) for the upper.
+template <typename Lower, typename Upper, typename Launch>
+sycl::event launch_for_side(triangle side, Launch&& launch) {
+  return side == triangle::lower ? launch(std::type_identity<Lower>{})
+                                 : launch(std::type_identity<Upper>{});
 }
 
 inline std::size_t round_up_to_group(std::size_t n) {

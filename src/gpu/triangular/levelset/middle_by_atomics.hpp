@@ -74,9 +74,8 @@ sycl::event submit_counter_init(sycl::queue& queue, triangle side, const colorin
       });
     });
   };
-  return side == triangle::lower
-             ? launch(std::type_identity<levelsetTrsvLower_atomic_init<I, C>>{})
-             : launch(std::type_identity<levelsetTrsvUpper_atomic_init<I, C>>{});
+  return launch_for_side<levelsetTrsvLower_atomic_init<I, C>,
+                         levelsetTrsvUpper_atomic_init<I, C>>(side, launch);
 }
 
 // Sum over one coloured row of value * solution, the lanes striding by 16; the first block of
@@ -199,9 +198,8 @@ sycl::event submit_atomic_solve(sycl::queue& queue, const levelset_operands<T, I
           });
     });
   };
-  return op.side == triangle::lower
-             ? launch(std::type_identity<levelsetTrsvLower_atomic<T, I, C>>{})
-             : launch(std::type_identity<levelsetTrsvUpper_atomic<T, I, C>>{});
+  return launch_for_side<levelsetTrsvLower_atomic<T, I, C>, levelsetTrsvUpper_atomic<T, I, C>>(
+      op.side, launch);
 }
 
 template <typename T, typename I, containerType C>

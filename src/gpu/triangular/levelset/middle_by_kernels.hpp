@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <type_traits>
 #include <vector>
 
 #include <sycl/sycl.hpp>
@@ -27,27 +26,17 @@ sycl::event submit_one_color(sycl::queue& queue, const levelset_operands<T, I, C
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
       depend_on<C>(h, deps);
-      auto pt = bind(h, op.ptr, sycl::read_only);
-      auto cl = bind(h, op.col, sycl::read_only);
-      auto va = bind(h, op.val, sycl::read_only);
-      auto inv = bind(h, op.inv_diag, sycl::read_only);
-      auto rhs = bind(h, op.rhs, sycl::read_only);
-      auto sol = bind(h, op.sol, sycl::read_write);
-      const T alpha = op.alpha;
-      const bool nonunit = op.nonunit;
+      const auto update = bind_row_update(h, op);
       h.parallel_for<Name>(
           sycl::nd_range<1>(round_up_to_group(end - begin), levelset_group),
           [=](sycl::nd_item<1> it) {
             const std::size_t p = begin + it.get_global_id(0);
-            if (p < end)
-              levelset_update_position<T, I>(p, raw(pt), raw(cl), raw(va), raw(inv), raw(rhs),
-                                             raw(sol), alpha, nonunit);
+            if (p < end) update.solve(p);
           });
     });
   };
-  return op.side == triangle::lower
-             ? launch(std::type_identity<levelsetTrsvLower_ker<T, I, C>>{})
-             : launch(std::type_identity<levelsetTrsvUpper_ker<T, I, C>>{});
+  return launch_for_side<levelsetTrsvLower_ker<T, I, C>, levelsetTrsvUpper_ker<T, I, C>>(
+      op.side, launch);
 }
 
 // Colors head .. num - tail - 1, ascending for the lower side and descending for the upper;

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <type_traits>
 #include <vector>
 
 #include <sycl/sycl.hpp>
@@ -37,23 +36,14 @@ sycl::event submit_narrow_run(sycl::queue& queue, const levelset_operands<T, I, 
     return queue.submit([&](sycl::handler& h) {
       depend_on<C>(h, deps);
       auto cp = bind(h, op.color_ptr, sycl::read_only);
-      auto pt = bind(h, op.ptr, sycl::read_only);
-      auto cl = bind(h, op.col, sycl::read_only);
-      auto va = bind(h, op.val, sycl::read_only);
-      auto inv = bind(h, op.inv_diag, sycl::read_only);
-      auto rhs = bind(h, op.rhs, sycl::read_only);
-      auto sol = bind(h, op.sol, sycl::read_write);
-      const T alpha = op.alpha;
-      const bool nonunit = op.nonunit;
+      const auto update = kernels::bind_row_update(h, op);
       h.parallel_for<Name>(
           sycl::nd_range<1>(levelset_group, levelset_group), [=](sycl::nd_item<1> it) {
             const std::size_t t = it.get_local_id(0);
             for (std::int32_t i = 0; i < count; ++i) {
               const std::int32_t color = first + i * step;
               const auto p = static_cast<std::size_t>(raw(cp)[color]) + t;
-              if (p < static_cast<std::size_t>(raw(cp)[color + 1]))
-                kernels::levelset_update_position<T, I>(p, raw(pt), raw(cl), raw(va), raw(inv),
-                                                        raw(rhs), raw(sol), alpha, nonunit);
+              if (p < static_cast<std::size_t>(raw(cp)[color + 1])) update.solve(p);
               // Every work-item passes, row or not: the next color reads this one.
               sycl::atomic_fence(sycl::memory_order::seq_cst, sycl::memory_scope::work_group);
               sycl::group_barrier(it.get_group());
@@ -62,13 +52,12 @@ sycl::event submit_narrow_run(sycl::queue& queue, const levelset_operands<T, I, 
     });
   };
   using namespace kernels;
-  const bool lower = op.side == triangle::lower;
   if constexpr (R == narrow_run::first)
-    return lower ? launch(std::type_identity<levelsetTrsvLower1<T, I, C>>{})
-                 : launch(std::type_identity<levelsetTrsvUpper1<T, I, C>>{});
+    return launch_for_side<levelsetTrsvLower1<T, I, C>, levelsetTrsvUpper1<T, I, C>>(
+        op.side, launch);
   else
-    return lower ? launch(std::type_identity<levelsetTrsvLower2<T, I, C>>{})
-                 : launch(std::type_identity<levelsetTrsvUpper2<T, I, C>>{});
+    return launch_for_side<levelsetTrsvLower2<T, I, C>, levelsetTrsvUpper2<T, I, C>>(
+        op.side, launch);
 }
 
 }  // namespace orvane::vrt::sparse::gpu

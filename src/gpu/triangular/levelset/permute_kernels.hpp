@@ -2,7 +2,6 @@
 // solution back into row order.
 #pragma once
 
-#include <type_traits>
 #include <vector>
 
 #include <sycl/sycl.hpp>
@@ -46,13 +45,10 @@ sycl::event submit_permutation(sycl::queue& queue, triangle side, std::size_t nr
   };
   using kernels::permVectorXl_class, kernels::permVectorXu_class;
   using kernels::permVectorYl_class, kernels::permVectorYu_class;
-  const bool lower = side == triangle::lower;
   if constexpr (P == permutation::into_colors)
-    return lower ? launch(std::type_identity<permVectorXl_class<T, I, C>>{})
-                 : launch(std::type_identity<permVectorXu_class<T, I, C>>{});
+    return launch_for_side<permVectorXl_class<T, I, C>, permVectorXu_class<T, I, C>>(side, launch);
   else
-    return lower ? launch(std::type_identity<permVectorYl_class<T, I, C>>{})
-                 : launch(std::type_identity<permVectorYu_class<T, I, C>>{});
+    return launch_for_side<permVectorYl_class<T, I, C>, permVectorYu_class<T, I, C>>(side, launch);
 }
 
 }  // namespace orvane::vrt::sparse::gpu

@@ -4,6 +4,11 @@
 
 #include <cstddef>
 
+#include <sycl/sycl.hpp>
+
+#include "containers/views.hpp"
+#include "gpu/triangular/levelset/levelset_operands.hpp"
+
 namespace orvane::vrt::sparse::gpu::kernels {
 
 inline constexpr int row_accumulators = 4;
@@ -24,6 +29,34 @@ void levelset_update_position(std::size_t p, const I* ptr, const I* col, const T
   const T sum = (acc[0] + acc[1]) + (acc[2] + acc[3]);
   const T result = rhs[p] * alpha - sum;
   sol[p] = nonunit ? result * inv_diag[p] : result;
+}
+
+// What the row update reads and writes, bound in one command group (pointers for USM, accessors
+// for buffers), with the per-call scalars; solve(p) updates position p.
+template <typename T, typename I, typename IndexView, typename ValueView, typename SolutionView>
+struct bound_row_update {
+  IndexView ptr, col;
+  ValueView val, inv_diag, rhs;
+  SolutionView sol;
+  T alpha;
+  bool nonunit;
+
+  void solve(std::size_t p) const {
+    levelset_update_position<T, I>(p, raw(ptr), raw(col), raw(val), raw(inv_diag), raw(rhs),
+                                   raw(sol), alpha, nonunit);
+  }
+};
+
+template <typename T, typename I, containerType C>
+auto bind_row_update(sycl::handler& h, const levelset_operands<T, I, C>& op) {
+  using IndexView = decltype(bind(h, op.ptr, sycl::read_only));
+  using ValueView = decltype(bind(h, op.val, sycl::read_only));
+  using SolutionView = decltype(bind(h, op.sol, sycl::read_write));
+  return bound_row_update<T, I, IndexView, ValueView, SolutionView>{
+      bind(h, op.ptr, sycl::read_only),      bind(h, op.col, sycl::read_only),
+      bind(h, op.val, sycl::read_only),      bind(h, op.inv_diag, sycl::read_only),
+      bind(h, op.rhs, sycl::read_only),      bind(h, op.sol, sycl::read_write),
+      op.alpha,                              op.nonunit};
 }
 
 }  // namespace orvane::vrt::sparse::gpu::kernels
