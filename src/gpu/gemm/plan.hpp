@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 
 namespace orvane::vrt::sparse::gpu::gemm {
 
@@ -39,6 +40,20 @@ inline constexpr std::int64_t narrow_columns = 32;
 // At or above this density the wide architectures take the longer vectors.
 inline constexpr double dense_enough = 0.05;
 
+// Vector length of a lane for the d and z members by architecture code (the s and c members
+// take twice as many); codes without an entry choose by density.
+inline constexpr int vector_length_by_architecture[] = {0, 1, 0, 4, 2, 4};
+inline constexpr int dense_vector_length = 4;
+inline constexpr int sparse_vector_length = 2;
+
+inline int subgroup_vector_length(int architecture, double density) {
+  constexpr int known = static_cast<int>(std::size(vector_length_by_architecture));
+  const int fixed =
+      architecture >= 0 && architecture < known ? vector_length_by_architecture[architecture] : 0;
+  if (fixed != 0) return fixed;
+  return density >= dense_enough ? dense_vector_length : sparse_vector_length;
+}
+
 struct subgroup_plan {
   int sg;
   int vec;
@@ -53,22 +68,7 @@ inline subgroup_plan plan_subgroup(int architecture, double density, std::int64_
                                    std::int64_t max_group, bool double_width) {
   subgroup_plan p{};
   p.sg = architecture >= esimd_architecture ? wide_sub_group : narrow_sub_group;
-  int vec;
-  switch (architecture) {
-    case 1:
-      vec = 1;
-      break;
-    case 3:
-    case 5:
-      vec = 4;
-      break;
-    case 4:
-      vec = 2;
-      break;
-    default:
-      vec = density >= dense_enough ? 4 : 2;
-      break;
-  }
+  int vec = subgroup_vector_length(architecture, density);
   if (!double_width) vec *= 2;
   if (architecture >= esimd_architecture && columns < narrow_columns) {
     vec = 1;
@@ -93,11 +93,18 @@ inline int esimd_width(std::int64_t columns) {
   return 32;
 }
 
-// Rows one work-group distributes among its threads, by the number of columns.
+// Rows one work-group distributes among its threads: fewer for wider products, whose rows take
+// longer each.
+inline constexpr std::int64_t esimd_narrow_columns = 128;  // up to here: narrow_product_rows
+inline constexpr std::int64_t esimd_medium_columns = 256;  // up to here: medium_product_rows
+inline constexpr std::int64_t narrow_product_rows = 64;
+inline constexpr std::int64_t medium_product_rows = 128;
+inline constexpr std::int64_t wide_product_rows = 1024;
+
 inline std::int64_t esimd_rows_per_group(std::int64_t columns) {
-  if (columns < 129) return 64;
-  if (columns <= 256) return 128;
-  return 1024;
+  if (columns <= esimd_narrow_columns) return narrow_product_rows;
+  if (columns <= esimd_medium_columns) return medium_product_rows;
+  return wide_product_rows;
 }
 
 struct esimd_tiles {

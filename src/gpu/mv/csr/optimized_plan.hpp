@@ -77,13 +77,19 @@ inline constexpr std::int64_t merge_part_multiple = 4;
 inline constexpr std::uint32_t cache_bytes_per_tile = 3u * (1u << 26);
 inline constexpr double cache_margin = 1.02;
 
+// Elements kept free below the end of the 32-bit byte range: the kernels' offsets reach this far
+// past the last row pointer and the last entry or column.
+inline constexpr std::int64_t row_offset_margin = 67;
+inline constexpr std::int64_t element_offset_margin = 66;
+
 // The explicit-SIMD kernels form 32-bit byte offsets; these bounds keep them in range.
 template <typename T, typename I>
 bool fits_32bit(std::int64_t nrows, std::int64_t nnz, std::int64_t ncols) {
   constexpr std::int64_t range = std::int64_t{1} << 32;
   constexpr std::int64_t V = sizeof(T);
   constexpr std::int64_t E = std::max<std::int64_t>(V, sizeof(I));
-  return nrows <= range / E - 67 && nnz <= range / E - 66 && ncols <= range / V - 66;
+  return nrows <= range / E - row_offset_margin && nnz <= range / E - element_offset_margin &&
+         ncols <= range / V - element_offset_margin;
 }
 
 // Whether one product's bytes reach the device cache. The per-device capacity is formed in
