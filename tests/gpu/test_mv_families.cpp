@@ -550,6 +550,9 @@ TEST(MvFamiliesEdges, EveryScatterLauncherRefusesHostYAndOffGridPlans) {
   using launcher = sycl::event (*)(sycl::queue&, const vs::gemvInternalData&, const ops&,
                                    const std::vector<sycl::event>&);
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  // Two empty rows: a launcher that failed to refuse would run without touching y.
+  std::int32_t* row_ptr = sycl::malloc_device<std::int32_t>(3, q);
+  q.fill(row_ptr, 0, 3).wait();
   double* host_y = sycl::malloc_host<double>(2, q);
   double* device_y = sycl::malloc_device<double>(2, q);
   const launcher launchers[] = {csc::gemv_with_syclvec<double, std::int32_t, vs::container_usm>,
@@ -560,12 +563,12 @@ TEST(MvFamiliesEdges, EveryScatterLauncherRefusesHostYAndOffGridPlans) {
   vs::gemvInternalData off_grid = on_grid;
   off_grid.group_param = 5;
   for (launcher launch : launchers) {
-    const ops on_host{nullptr, nullptr, nullptr, nullptr, host_y, 2, 2, 0, 1.0, 0.0, false};
+    const ops on_host{row_ptr, nullptr, nullptr, nullptr, host_y, 2, 2, 0, 1.0, 0.0, false};
     vrt_test::expect_message<vrt::computation_error>(
         [&] { launch(q, on_grid, on_host, {}); },
         "orvane::vrt::sparse::gemv default kernel: computation error: USM + host configuration "
         "unsupported due to atomics");
-    const ops on_device{nullptr, nullptr, nullptr, nullptr, device_y, 2, 2, 0, 1.0, 0.0, false};
+    const ops on_device{row_ptr, nullptr, nullptr, nullptr, device_y, 2, 2, 0, 1.0, 0.0, false};
     vrt_test::expect_message<vrt::computation_error>(
         [&] { launch(q, off_grid, on_device, {}); },
         "orvane::vrt::sparse::gemv csc: computation error: internal error");
@@ -583,6 +586,7 @@ TEST(MvFamiliesEdges, EveryScatterLauncherRefusesHostYAndOffGridPlans) {
   sycl::free(complex_y, q);
   sycl::free(device_y, q);
   sycl::free(host_y, q);
+  sycl::free(row_ptr, q);
 }
 
 // The column-scatter and COO entries guard against a missing structure and one of the other
