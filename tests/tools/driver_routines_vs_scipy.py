@@ -314,8 +314,18 @@ NO_DOUBLES = "emu-a1-nofp64"
 # Column counts of the device gemm: around the sub-group widths and tile sizes (8, 16, 32, 64,
 # 128) and the explicit-SIMD limit of 127, one each per run.
 GEMM_COLUMNS = [1, 7, 8, 9, 16, 17, 31, 32, 33, 64, 127, 128, 129, 300]
-# Device gemm variants per matrix.
+# Device gemm variants per matrix, and the column offset between them in GEMM_COLUMNS: the four
+# largest counts (and so the costliest runs) never meet on one matrix.
 GEMM_RUNS = 3
+GEMM_COLUMN_STEP = 5
+# A device gemm does at most this many products of an entry with a row of B (columns times
+# entries) and writes at most GEMM_OUTPUT entries of C: above either the column count is cut to
+# the largest listed count within both.
+GEMM_WORK = 12_000_000
+GEMM_OUTPUT = 500_000
+# COO's product without atomics scans every entry for each element of y: it runs where that
+# stays below this many steps.
+COO_GATHER_WORK = 20_000_000
 # A value type turns fully over this many consecutive places: a rotating choice keeps its option
 # that long, so that its options do not pair with the same value types.
 TURN = 4
@@ -326,15 +336,23 @@ def pick(place, options, salt=0):
     return options[(place // TURN + salt) % len(options)]
 
 
-def device_gemm(place, r, is_complex):
+def device_gemm(place, r, is_complex, nnz, rows):
     """Device gemm variant r of the matrix at this place: the column counts, layouts and
     operations go round independently, one run per matrix on code 6 (explicit SIMD with a real
     value type up to 127 columns, staged in column-major; sub-group blocks above), the others
     over the remaining profiles; some with beta 0 (C then holds NaN) or padded leading
     dimensions."""
     g = GEMM_RUNS * place + r
+    columns = GEMM_COLUMNS[(place + GEMM_COLUMN_STEP * r) % len(GEMM_COLUMNS)]
+    def fits(c):
+        return c * nnz <= GEMM_WORK and c * rows <= GEMM_OUTPUT
+    if not fits(columns):
+        cut = max([c for c in GEMM_COLUMNS if fits(c)] or [1])
+        print(f"device gemm variant {r}: {columns} columns cut to {cut} ({nnz} entries, "
+              f"{rows} rows)")
+        columns = cut
     opts = {"--layout": ["col", "row"][(g // len(GEMM_COLUMNS)) % 2],
-            "--columns": str(GEMM_COLUMNS[g % len(GEMM_COLUMNS)]), "--op": "ntc"[(place + r) % 3]}
+            "--columns": str(columns), "--op": "ntc"[(place + r) % 3]}
     if g % 4 == 1:
         opts["beta"] = 0
     if g % 5 == 2:
@@ -411,9 +429,14 @@ def plan(A, matrix, selection_file, place):
              ("gemv", {"--op": "c", "--device": pick(place, GPUS, 3)}),
              ("gemv", {"--op": "t", "--format": "coo", "--device": pick(place, GPUS, 5)}),
              ("gemv", {"--op": "t", "--y-memory": pick(place, ["host", "shared"]),
-                       "--device": pick(place, GPUS, 1)}),
-             ("gemv", {"--op": pick(place, ["n", "t", "c"]), "--format": "coo",
-                       "--y-memory": "host", "--device": pick(place, GPUS, 2)})]
+                       "--device": pick(place, GPUS, 1)})]
+    coo_op = pick(place, ["n", "t", "c"])
+    if A.shape[0 if coo_op == "n" else 1] * A.nnz <= COO_GATHER_WORK:
+        runs.append(("gemv", {"--op": coo_op, "--format": "coo", "--y-memory": "host",
+                              "--device": pick(place, GPUS, 2)}))
+    else:
+        print(f"skipped COO gemv on host y: {A.nnz} entries scanned for each element of y")
+        skipped += 1
     if square:
         runs.append(("symv", {"--uplo": pick(place, ["upper", "lower"]), "--y-memory": "host",
                               "--device": pick(place, GPUS, 4)}))
@@ -422,7 +445,8 @@ def plan(A, matrix, selection_file, place):
         gemm_runs -= 1
         print(f"skipped 1 of {GEMM_RUNS} device gemm variants: {A.nnz} entries")
         skipped += 1
-    runs += [("gemm", device_gemm(place, r, is_complex)) for r in range(gemm_runs)]
+    runs += [("gemm", device_gemm(place, r, is_complex, A.nnz, max(A.shape)))
+             for r in range(gemm_runs)]
     P = pattern(A)
     first = P @ P if square else P.T @ P
     if first.nnz > LARGE_PRODUCT:
