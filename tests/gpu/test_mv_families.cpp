@@ -8,7 +8,10 @@
 #include <limits>
 #include <type_traits>
 
+#include "gpu/mv/coo/gemv_impl.hpp"
 #include "gpu/mv/csc/gemv_impl.hpp"
+#include "gpu/mv/gemvdot/gemvdot_impl.hpp"
+#include "gpu/mv/y_memory.hpp"
 #include "gpu/mv_runner.hpp"
 #include "handle/gemv_data.hpp"
 #include "support/test_helpers.hpp"
@@ -362,6 +365,60 @@ TYPED_TEST(MvFamilies, GemvdotThirtyTwoAndThirtyThreeGroups) {
   }
 }
 
+// The pass schedule: reduce passes while 33 partials or more are left, the final sum only for
+// 2 to 32 of them; the product kernel alone writes d for one group.
+TEST(MvFamiliesGemvdot, ReducePassesFromThirtyThreeGroups) {
+  using vs::gpu::detail::schedule_gemvdot;
+  constexpr std::size_t wg = 512, rows_per_group = 2 * wg;
+  const auto one = schedule_gemvdot(1, wg);
+  EXPECT_EQ(one.groups, 1u);
+  EXPECT_TRUE(one.reduce_passes.empty());
+  EXPECT_EQ(one.final_sum, 0u);
+  const auto none = schedule_gemvdot(0, wg);
+  EXPECT_EQ(none.groups, 1u);
+  EXPECT_EQ(none.final_sum, 0u);
+  const auto two = schedule_gemvdot(rows_per_group + 1, wg);
+  EXPECT_EQ(two.groups, 2u);
+  EXPECT_TRUE(two.reduce_passes.empty());
+  EXPECT_EQ(two.final_sum, 2u);
+  const auto thirty_two = schedule_gemvdot(32 * rows_per_group, wg);
+  EXPECT_EQ(thirty_two.groups, 32u);
+  EXPECT_TRUE(thirty_two.reduce_passes.empty());
+  EXPECT_EQ(thirty_two.final_sum, 32u);
+  const auto thirty_three = schedule_gemvdot(32 * rows_per_group + 1, wg);
+  EXPECT_EQ(thirty_three.groups, 33u);
+  EXPECT_EQ(thirty_three.reduce_passes, (std::vector<std::size_t>{33}));
+  EXPECT_EQ(thirty_three.final_sum, 0u);
+  // Two passes: 2049 partials make 3, which the final sum adds.
+  const auto many = schedule_gemvdot(2048 * rows_per_group + 1, wg);
+  EXPECT_EQ(many.reduce_passes, (std::vector<std::size_t>{2049}));
+  EXPECT_EQ(many.final_sum, 3u);
+  const auto deep = schedule_gemvdot(33 * rows_per_group * rows_per_group, wg);
+  EXPECT_EQ(deep.reduce_passes, (std::vector<std::size_t>{33 * rows_per_group, 33}));
+  EXPECT_EQ(deep.final_sum, 0u);
+  // The row counts of GemvdotThirtyTwoAndThirtyThreeGroups on emu-a3.
+  const std::size_t a3 =
+      vs::gpu::detail::gemvdot_group_size(hostsycl::emulated_gpu("emu-a3"));
+  EXPECT_EQ(a3, wg);
+  EXPECT_EQ(schedule_gemvdot(32767, a3).groups, 32u);
+  EXPECT_EQ(schedule_gemvdot(33791, a3).groups, 33u);
+}
+
+// No emulated profile lacks the local memory a group of 512 needs, so the refusal is checked on
+// the rule itself.
+TEST(MvFamiliesGemvdot, LocalMemoryRule) {
+  using vs::gpu::detail::gemvdot_local_memory_fits;
+  using kind = sycl::info::local_mem_type;
+  EXPECT_TRUE(gemvdot_local_memory_fits(kind::local, 4096, 512));
+  EXPECT_TRUE(gemvdot_local_memory_fits(kind::global, 4096, 512));
+  EXPECT_FALSE(gemvdot_local_memory_fits(kind::local, 4095, 512));
+  EXPECT_FALSE(gemvdot_local_memory_fits(kind::none, std::uint64_t(1) << 20, 512));
+  for (const auto& profile : hostsycl::gpu_profiles()) {
+    const sycl::device device = hostsycl::emulated_gpu(profile.name);
+    EXPECT_NO_THROW(vs::gpu::detail::gemvdot_group_size(device)) << profile.name;
+  }
+}
+
 // The partials are released behind the last kernel: once the returned event completes, no
 // device memory of the call is left, whichever pass ran last.
 TEST(MvFamiliesGemvdot, PartialsAreReleased) {
@@ -373,6 +430,20 @@ TEST(MvFamiliesGemvdot, PartialsAreReleased) {
     for (int k = 0; k < 3; ++k) run_gemvdot(q, A, model::device, 1.0, x, 0.5, y);
     EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before) << rows << " rows";
   }
+}
+
+// When a submission throws part way, the call drops its partials once the kernels already
+// submitted are done (the runtime has no way to make a submission fail, so the step is checked
+// on its own).
+TEST(MvFamiliesGemvdot, PartialsOfAFailedCallAreFreed) {
+  namespace detail = vs::gpu::detail;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  const std::uint64_t before = hostsycl::live_allocation_bytes(q.get_device());
+  auto store = detail::make_partials<double, vs::container_usm>(q, 64);
+  EXPECT_GT(hostsycl::live_allocation_bytes(q.get_device()), before);
+  const sycl::event running = vs::fill_container(q, store.data, 0.0, 64, {});
+  detail::drop_partials<double, vs::container_usm>(q, store, running);
+  EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before);
 }
 
 TEST(MvFamiliesGemvdot, PartialsThatCannotBeAllocated) {
@@ -469,6 +540,143 @@ TEST(MvFamiliesEdges, HostYOnTheColumnScatter) {
       "orvane::vrt::sparse::gemv default kernel: computation error: USM + host configuration "
       "unsupported due to atomics");
   sycl::free(y, q);
+}
+
+// The vector and sub-group scatters refuse host y with the default kernel's words, and a plan
+// off their grid (or complex values on the vector family) is an internal error.
+TEST(MvFamiliesEdges, EveryScatterLauncherRefusesHostYAndOffGridPlans) {
+  using namespace vs::gpu;
+  using ops = csc::scatter_operands<double, std::int32_t, vs::container_usm>;
+  using launcher = sycl::event (*)(sycl::queue&, const vs::gemvInternalData&, const ops&,
+                                   const std::vector<sycl::event>&);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  // Two empty rows: a launcher that failed to refuse would run without touching y.
+  std::int32_t* row_ptr = sycl::malloc_device<std::int32_t>(3, q);
+  q.fill(row_ptr, 0, 3).wait();
+  double* host_y = sycl::malloc_host<double>(2, q);
+  double* device_y = sycl::malloc_device<double>(2, q);
+  const launcher launchers[] = {csc::gemv_with_syclvec<double, std::int32_t, vs::container_usm>,
+                                csc::gemv_with_subgroup<double, std::int32_t, vs::container_usm>};
+  vs::gemvInternalData on_grid{};
+  on_grid.group_param = 4;
+  on_grid.vector_param = 16;
+  vs::gemvInternalData off_grid = on_grid;
+  off_grid.group_param = 5;
+  for (launcher launch : launchers) {
+    const ops on_host{row_ptr, nullptr, nullptr, nullptr, host_y, 2, 2, 0, 1.0, 0.0, false};
+    vrt_test::expect_message<vrt::computation_error>(
+        [&] { launch(q, on_grid, on_host, {}); },
+        "orvane::vrt::sparse::gemv default kernel: computation error: USM + host configuration "
+        "unsupported due to atomics");
+    const ops on_device{row_ptr, nullptr, nullptr, nullptr, device_y, 2, 2, 0, 1.0, 0.0, false};
+    vrt_test::expect_message<vrt::computation_error>(
+        [&] { launch(q, off_grid, on_device, {}); },
+        "orvane::vrt::sparse::gemv csc: computation error: internal error");
+  }
+  using zops = csc::scatter_operands<std::complex<double>, std::int32_t, vs::container_usm>;
+  auto* complex_y = sycl::malloc_device<std::complex<double>>(2, q);
+  const zops complex_operands{nullptr, nullptr, nullptr, nullptr, complex_y, 2, 2, 0, 1.0, 0.0,
+                              false};
+  vrt_test::expect_message<vrt::computation_error>(
+      [&] {
+        csc::gemv_with_syclvec<std::complex<double>, std::int32_t, vs::container_usm>(
+            q, on_grid, complex_operands, {});
+      },
+      "orvane::vrt::sparse::gemv csc: computation error: internal error");
+  sycl::free(complex_y, q);
+  sycl::free(device_y, q);
+  sycl::free(host_y, q);
+  sycl::free(row_ptr, q);
+}
+
+// The column-scatter and COO entries guard against a missing structure and one of the other
+// format or operation, which the routing never hands them.
+TEST(MvFamiliesEdges, FamilyEntriesGuardTheirStructure) {
+  using namespace vs::gpu;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a0")};
+  double* y = sycl::malloc_device<double>(2, q);
+  const std::string uninitialized =
+      "orvane::vrt::sparse::gemv: uninitialized object: Matrix is not initialized";
+  const std::string internal = "orvane::vrt::sparse::gemv: computation error: internal error";
+  vs::sparseStructure csr{};
+  csr.format = vs::format_csr;
+  vs::sparseStructure coo{};
+  coo.format = vs::format_coo;
+  auto column_scatter = [&](vs::sparseStructure* A, vrt::transpose op) {
+    csc::gemv_impl<double, std::int32_t, vs::container_usm>(q, op, false, 1.0, A, y, 0.0, y, {});
+  };
+  auto coo_product = [&](vs::sparseStructure* A) {
+    coo::gemv_impl<double, std::int32_t, vs::container_usm>(q, vrt::transpose::nontrans, 1.0, A,
+                                                             y, 0.0, y, {});
+  };
+  vrt_test::expect_message<vrt::uninitialized>(
+      [&] { column_scatter(nullptr, vrt::transpose::trans); }, uninitialized);
+  vrt_test::expect_message<vrt::computation_error>(
+      [&] { column_scatter(&csr, vrt::transpose::nontrans); }, internal);
+  vrt_test::expect_message<vrt::computation_error>(
+      [&] { column_scatter(&coo, vrt::transpose::trans); }, internal);
+  vrt_test::expect_message<vrt::uninitialized>([&] { coo_product(nullptr); }, uninitialized);
+  vrt_test::expect_message<vrt::computation_error>([&] { coo_product(&csr); }, internal);
+  EXPECT_EQ(csr.gemv_data, nullptr) << "a refusal plans nothing";
+  EXPECT_EQ(coo.gemv_data, nullptr) << "a refusal plans nothing";
+  sycl::free(y, q);
+}
+
+// symv and gemvdot on a handle that was never bound reach the device and refuse there.
+TEST(MvFamiliesEdges, UnboundHandleOnTheDevice) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  double* v = sycl::malloc_shared<double>(4, q);
+  vrt_test::expect_message<vrt::uninitialized>(
+      [&] { vs::symv(q, vrt::uplo::lower, 1.0, h, v, 0.0, v + 2); },
+      "orvane::vrt::sparse::symv: uninitialized object: Matrix is not initialized");
+  vrt_test::expect_message<vrt::uninitialized>(
+      [&] { vs::gemvdot(q, vrt::transpose::nontrans, 1.0, h, v, 0.0, v + 2, v + 3); },
+      "orvane::vrt::sparse::gemvdot: uninitialized object: Matrix is not initialized");
+  vs::release_matrix_handle(&h);
+  sycl::free(v, q);
+}
+
+// y in memory the context does not know (plain heap memory) is treated like host USM: no device
+// atomic targets it, COO gathers per output element and symv scatters by one work-item.
+TEST(MvFamiliesEdges, YInUnknownMemoryTakesNoAtomics) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  std::vector<double> plain(4, 0.0);
+  EXPECT_EQ((vs::gpu::y_memory<vs::container_usm, double>(q, plain.data())),
+            sycl::usm::alloc::unknown);
+  EXPECT_TRUE((vs::gpu::y_refuses_atomics<vs::container_usm, double>(q, plain.data())));
+  double* shared = sycl::malloc_shared<double>(1, q);
+  EXPECT_FALSE((vs::gpu::y_refuses_atomics<vs::container_usm, double>(q, shared)));
+  sycl::free(shared, q);
+
+  const auto A = vrt_test::random_csr<double, std::int32_t>(40, 40, 6, 61, 0, 2, 30);
+  const auto x = random_vector<double>(40, 62);
+  const auto y0 = random_vector<double>(40, 63);
+  for (auto op : {vrt::transpose::nontrans, vrt::transpose::trans}) {
+    std::vector<double> y = y0;
+    vrt_mv_test::run(q, A, storage::coo, model::device, x, y0, 0.0,
+                     [&](auto* h, auto& xv, auto&, auto&, const auto&... deps) {
+                       if constexpr (sizeof...(deps) > 0)
+                         return vs::gemv(q, op, 1.5, h, xv, -0.5, y.data(), deps...);
+                     });
+    vrt_test::expect_near_vectors(y, vrt_test::reference_gemv(A, op, 1.5, x, -0.5, y0),
+                                  vrt_test::error_scale(A, op, 1.5, x, -0.5, y0),
+                                  "coo on heap y op " + std::to_string(static_cast<int>(op)));
+  }
+  for (bool upper : {true, false}) {
+    std::vector<double> y = y0;
+    vrt_mv_test::run(q, A, storage::csr, model::device, x, y0, 0.0,
+                     [&](auto* h, auto& xv, auto&, auto&, const auto&... deps) {
+                       if constexpr (sizeof...(deps) > 0)
+                         return vs::symv(q, upper ? vrt::uplo::upper : vrt::uplo::lower, 1.5, h,
+                                         xv, -0.5, y.data(), deps...);
+                     });
+    std::vector<double> scale;
+    const auto want = reference_symv(A, upper, 1.5, x, -0.5, y0, scale);
+    vrt_test::expect_near_vectors(y, want, scale,
+                                  upper ? "symv upper on heap y" : "symv lower on heap y");
+  }
 }
 
 TEST(MvFamiliesEdges, RefusalsWordForWord) {

@@ -64,7 +64,7 @@ def main():
     driver, matrix = sys.argv[1], sys.argv[2]
     A = scipy.sparse.coo_matrix(scipy.io.mmread(matrix))
     is_complex = np.iscomplexobj(A.data)
-    values = ["c", "z"] if is_complex else ["s", "d", "z"]
+    values = ["c", "z"] if is_complex else ["s", "d", "c", "z"]
     failures = 0
     for value in values:
         Av = A.astype(DTYPE[value]) if value in "cz" else A.real.astype(DTYPE[value])

@@ -1,8 +1,14 @@
 #!/usr/bin/python3
 """Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
-on the CPU device (gemvdot, symv, trsv and gemm on emulated GPUs too) in several variants (value types, index widths, bases, memory models,
-formats, operations, triangles, diagonals, layouts, column counts, with and without optimize)
-and compares each result with SciPy/NumPy on the same matrix and the same deterministic inputs.
+on the CPU device (gemv, gemvdot, symv, trsv and gemm on emulated GPUs too) in several variants
+(value types, index widths, bases, memory models, formats, operations, triangles, diagonals,
+layouts, column counts, memory of y, with and without optimize) and compares each result with
+SciPy/NumPy on the same matrix and the same deterministic inputs.
+
+Each matrix runs a fixed list of variants; the value type and set-up of a variant rotate with the
+matrix's place in its folder, so that over the corpus every variant meets every value type.
+Variants of the emulated GPUs that rotate over profiles, column counts, layouts and operations do
+so by the same place.
 
 Products are compared entry by entry with a bound that grows with the row length and the
 magnitudes the row adds. Solves run on the driver's --dominant matrix and are checked by their
@@ -122,6 +128,16 @@ def check_vector(value, got, want, scale, len_):
     """y against the reference: roundings grow with the row's length and magnitudes."""
     bound = 8 * EPS[value] * (len_ + 2) * scale + 8 * (len_ + 2) * TINY[value]
     return within(got.ravel(), want, bound)
+
+
+def check_gemv(args, value, A, real):
+    op, alpha, beta = args["--op"], args["alpha"], args["beta"]
+    opA = op_of(A, op)
+    x = x_dense(opA.shape[1], 1, real).ravel()
+    y = y_dense(opA.shape[0], 1, real).ravel()
+    want = alpha * (opA @ x) + beta * y
+    scale = abs(alpha) * (abs(opA) @ abs(x)) + abs(beta) * abs(y)
+    return lambda text: check_vector(value, read_dense(text)[0], want, scale, lengths(opA))
 
 
 def check_gemvdot(args, value, A, real):
@@ -274,8 +290,8 @@ def check_matmat(args, value, A, real):
     return check
 
 
-CHECKS = {"gemvdot": check_gemvdot, "symv": check_symv, "trmv": check_trmv, "trsv": check_trsv,
-          "trsm": check_trsm, "gemm": check_gemm, "matmat": check_matmat}
+CHECKS = {"gemv": check_gemv, "gemvdot": check_gemvdot, "symv": check_symv, "trmv": check_trmv,
+          "trsv": check_trsv, "trsm": check_trsm, "gemm": check_gemm, "matmat": check_matmat}
 
 
 def selection(n):
@@ -290,9 +306,74 @@ def pattern(M):
     return P
 
 
-def plan(A, matrix, selection_file):
-    """The variants for this matrix: (routine, options) pairs."""
+# Emulated GPU profiles that the rotating device variants go through; gemm on code 6 has a
+# variant of its own, and the profile without double precision runs single-precision values.
+GPUS = ["emu-a0", "emu-a1", "emu-a2", "emu-a3", "emu-a4", "emu-a5", "emu-a6"]
+GEMM_GPUS = ["emu-a0", "emu-a1", "emu-a2", "emu-a3", "emu-a4", "emu-a5", "emu-a1-nofp64"]
+NO_DOUBLES = "emu-a1-nofp64"
+# Column counts of the device gemm: around the sub-group widths and tile sizes (8, 16, 32, 64,
+# 128) and the explicit-SIMD limit of 127, one each per run.
+GEMM_COLUMNS = [1, 7, 8, 9, 16, 17, 31, 32, 33, 64, 127, 128, 129, 300]
+# Device gemm variants per matrix, and the column offset between them in GEMM_COLUMNS: the four
+# largest counts (and so the costliest runs) never meet on one matrix.
+GEMM_RUNS = 3
+GEMM_COLUMN_STEP = 5
+# A device gemm does at most this many products of an entry with a row of B (columns times
+# entries) and writes at most GEMM_OUTPUT entries of C: above either the column count is cut to
+# the largest listed count within both.
+GEMM_WORK = 12_000_000
+GEMM_OUTPUT = 500_000
+# COO's product without atomics scans every entry for each element of y: it runs where that
+# stays below this many steps.
+COO_GATHER_WORK = 20_000_000
+# A value type turns fully over this many consecutive places: a rotating choice keeps its option
+# that long, so that its options do not pair with the same value types.
+TURN = 4
+
+
+def pick(place, options, salt=0):
+    """The option of a rotating choice for the matrix at this place of the corpus."""
+    return options[(place // TURN + salt) % len(options)]
+
+
+def device_gemm(place, r, is_complex, nnz, rows):
+    """Device gemm variant r of the matrix at this place: the column counts, layouts and
+    operations go round independently, one run per matrix on code 6 (explicit SIMD with a real
+    value type up to 127 columns, staged in column-major; sub-group blocks above), the others
+    over the remaining profiles; some with beta 0 (C then holds NaN) or padded leading
+    dimensions."""
+    g = GEMM_RUNS * place + r
+    columns = GEMM_COLUMNS[(place + GEMM_COLUMN_STEP * r) % len(GEMM_COLUMNS)]
+    def fits(c):
+        return c * nnz <= GEMM_WORK and c * rows <= GEMM_OUTPUT
+    if not fits(columns):
+        cut = max([c for c in GEMM_COLUMNS if fits(c)] or [1])
+        print(f"device gemm variant {r}: {columns} columns cut to {cut} ({nnz} entries, "
+              f"{rows} rows)")
+        columns = cut
+    opts = {"--layout": ["col", "row"][(g // len(GEMM_COLUMNS)) % 2],
+            "--columns": str(columns), "--op": "ntc"[(place + r) % 3]}
+    if g % 4 == 1:
+        opts["beta"] = 0
+    if g % 5 == 2:
+        opts["--ld-pad"] = "1"
+    if r == 0:
+        opts["--device"] = "emu-a6"
+        if not is_complex:
+            opts["--value"] = "sd"[(place // 2) % 2]
+    else:
+        device = GEMM_GPUS[((GEMM_RUNS - 1) * place + r - 1) % len(GEMM_GPUS)]
+        opts["--device"] = device
+        if device == NO_DOUBLES:
+            opts["--value"] = "c" if is_complex else "s"
+    return opts
+
+
+def plan(A, matrix, selection_file, place):
+    """The variants for this matrix: (routine, options) pairs, and how many were skipped."""
     square = A.shape[0] == A.shape[1]
+    is_complex = np.iscomplexobj(A.data)
+    skipped = 0
     runs = [("gemvdot", {"--op": op}) for op in ["n", "t", "c", "n"]]
     runs[1][1]["--optimize"] = None
     if square:
@@ -338,40 +419,67 @@ def plan(A, matrix, selection_file):
     if A.nnz > LARGE_MATRIX:
         print(f"skipped {len(runs) - len(runs[::2])} of {len(runs)} vector and dense variants: "
               f"{A.nnz} entries")
+        skipped += len(runs) - len(runs[::2])
         runs = runs[::2]
-    # gemm on GPU profiles: column-major explicit SIMD with staging on code 6, and sub-group
-    # blocks with leftover columns on code 3 (left out for large matrices to keep time small).
-    runs.append(("gemm", {"--layout": "col", "--columns": "9", "--op": "n", "--ld-pad": "1",
-                          "--device": "emu-a6"}))
-    if A.nnz <= LARGE_MATRIX:
-        runs.append(("gemm", {"--layout": "row", "--columns": "33", "--op": "t", "beta": 0,
-                              "--device": "emu-a3"}))
+    # gemv on emulated GPUs (cheap, on every matrix): transposed CSR products by column scatter
+    # and COO's transposed product with atomics; y in host USM (CSR: the explicit transpose and
+    # row kernels; COO: the kernel without atomics; symv: the scatter by one work-item) or in
+    # shared USM (the column scatter's atomics).
+    runs += [("gemv", {"--op": "t", "--device": pick(place, GPUS)}),
+             ("gemv", {"--op": "c", "--device": pick(place, GPUS, 3)}),
+             ("gemv", {"--op": "t", "--format": "coo", "--device": pick(place, GPUS, 5)}),
+             ("gemv", {"--op": "t", "--y-memory": pick(place, ["host", "shared"]),
+                       "--device": pick(place, GPUS, 1)})]
+    coo_op = pick(place, ["n", "t", "c"])
+    if A.shape[0 if coo_op == "n" else 1] * A.nnz <= COO_GATHER_WORK:
+        runs.append(("gemv", {"--op": coo_op, "--format": "coo", "--y-memory": "host",
+                              "--device": pick(place, GPUS, 2)}))
+    else:
+        print(f"skipped COO gemv on host y: {A.nnz} entries scanned for each element of y")
+        skipped += 1
+    if square:
+        runs.append(("symv", {"--uplo": pick(place, ["upper", "lower"]), "--y-memory": "host",
+                              "--device": pick(place, GPUS, 4)}))
+    gemm_runs = GEMM_RUNS
+    if A.nnz > LARGE_MATRIX:
+        gemm_runs -= 1
+        print(f"skipped 1 of {GEMM_RUNS} device gemm variants: {A.nnz} entries")
+        skipped += 1
+    runs += [("gemm", device_gemm(place, r, is_complex, A.nnz, max(A.shape)))
+             for r in range(gemm_runs)]
     P = pattern(A)
     first = P @ P if square else P.T @ P
     if first.nnz > LARGE_PRODUCT:
         print(f"skipped {len(products)} products with A itself ({first.nnz} entries): "
               "A times a selection matrix instead")
+        skipped += len(products)
         runs.append(("matmat", {"--op": "n", "--op-b": "t", "--format": "csr",
                                 "--matrix-b": selection_file}))
-        return runs
+        return runs, skipped
     if first.nnz > MANY_PRODUCTS:
         print(f"skipped {len(products) - 1} of {len(products)} products ({first.nnz} entries)")
+        skipped += len(products) - 1
     for k, (op_a, op_b) in enumerate(products[:1] if first.nnz > MANY_PRODUCTS else products):
         opts = {"--op": op_a, "--op-b": op_b, "--format": "csr"}
         if k == 1:
             opts["--matrix-b"] = matrix
         runs.append(("matmat", opts))
-    return runs
+    return runs, skipped
 
 
 def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
     """Runs one variant and prints its verdict; 1 on a failure."""
     index, base, memory, fmt = setup
+    # A variant may pin its value type (the explicit-SIMD gemm takes real values only).
+    value = opts.pop("--value", value)
     real = value in "sd"
+    own_format = "--format" in opts
     fmt = opts.pop("--format", fmt)
     device = opts.pop("--device", "cpu")
-    if device != "cpu":
-        fmt = "csr"  # the device gemm serves CSR matrices
+    if device != "cpu" and not own_format:
+        fmt = "csr"  # the device gemvdot, symv, trsv and gemm serve CSR matrices
+    if "--y-memory" in opts:
+        memory = "usm"
     # The CPU device reads COO dense operands in only two base and layout pairs, and plans
     # solves of CSR matrices only.
     if routine in ("trsm", "gemm") and (base, opts["--layout"]) not in ((0, "row"), (1, "col")):
@@ -418,12 +526,21 @@ SETUPS = [(32, 0, "usm", "csr"), (64, 1, "buffer", "csr"), (32, 1, "buffer", "co
           (64, 0, "usm", "coo"), (64, 1, "usm", "csr"), (32, 0, "buffer", "csr")]
 
 
-def assignments(count, values):
-    """(value, set-up) of run k: both rotate with every run, and after each full turn of the
-    two rotations together the set-ups shift by one, so that any len(values) * len(SETUPS)
-    consecutive runs meet every pair."""
+def assignments(count, values, place):
+    """(value, set-up) of run k of the matrix at this place of the corpus: both rotate with
+    every run, and after each full turn of the two rotations together the set-ups shift by one,
+    so that any len(values) * len(SETUPS) consecutive runs meet every pair. The rotation starts
+    at the place, so that a variant at a fixed position meets every value type over the corpus."""
     turn = math.lcm(len(values), len(SETUPS))
-    return [(values[k % len(values)], SETUPS[(k + k // turn) % len(SETUPS)]) for k in range(count)]
+    return [(values[j % len(values)], SETUPS[(j + j // turn) % len(SETUPS)])
+            for j in range(place, place + count)]
+
+
+def place_of(matrix):
+    """The matrix's place among the Matrix Market files of its folder, in name order."""
+    folder, name = os.path.split(os.path.abspath(matrix))
+    names = sorted(f for f in os.listdir(folder) if f.endswith(".mtx"))
+    return names.index(name) if name in names else 0
 
 
 def main():
@@ -436,14 +553,16 @@ def main():
     with tempfile.TemporaryDirectory() as scratch:
         selection_file = os.path.join(scratch, "selection.mtx")
         scipy.io.mmwrite(selection_file, selection(A.shape[1]))
-        runs = plan(A, matrix, selection_file)
+        place = place_of(matrix)
+        runs, skipped = plan(A, matrix, selection_file, place)
         # Short plans (rectangular or large matrices) are filled up with gemvdot, the cheapest
         # routine, so that every set-up runs with every value type.
         ops = itertools.cycle(["n", "t", "c"])
         while len(runs) < len(values) * len(SETUPS):
             runs.append(("gemvdot", {"--op": next(ops)}))
-        for (routine, opts), (value, setup) in zip(runs, assignments(len(runs), values)):
+        for (routine, opts), (value, setup) in zip(runs, assignments(len(runs), values, place)):
             failures += run_variant(driver, matrix, A, Adom, routine, opts, value, setup)
+    print(f"{len(runs) - failures} ok, {failures} failed, {skipped} skipped")
     return 1 if failures else 0
 
 

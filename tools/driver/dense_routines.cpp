@@ -1,4 +1,7 @@
 // Products and solves with dense matrices: trsm and gemm.
+#include <complex>
+#include <limits>
+
 #include "arrays.hpp"
 #include "routines.hpp"
 
@@ -24,7 +27,14 @@ result run_dense_routine(sycl::queue& q, const options& o, const host_matrix<T, 
 
   bound_matrix<T, I> M(q, usm, A);
   device_array<T> b(q, usm, dense_operand<T>(in, [](auto r, auto j) { return x_entry<T>(r, j); }));
-  device_array<T> c(q, usm, dense_operand<T>(res, [](auto r, auto j) { return y_entry<T>(r, j); }));
+  // gemm with a zero beta must not read C: it then starts as NaN, which a read would carry into
+  // the result.
+  const bool c_unread = !solve && o.beta == std::complex<double>(0.0);
+  const T nan = from_complex<T>(
+      {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::quiet_NaN()});
+  device_array<T> c(q, usm, dense_operand<T>(res, [&](auto r, auto j) {
+                      return c_unread ? nan : y_entry<T>(r, j);
+                    }));
   vs::matrix_handle* h = M.handle;
   // The dense operands are never transposed: the library takes only nontrans for them.
   const auto dense_op = vrt::transpose::nontrans;

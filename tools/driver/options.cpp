@@ -78,7 +78,8 @@ Inputs are deterministic (imaginary parts for complex values only):
   X or B (r, c)   = 1 + ((r + 2c) mod 7) / 4 + i ((r + c) mod 3) / 2
   Y or C (r, c)   = 1/2 - ((r + 3c) mod 5) / 8 + i ((r + c) mod 4) / 4
 so that column 0 of the dense operands is x and y and a reference can recompute them. y, Y and
-C hold these values before the routine (trsv and trsm overwrite them).
+C hold these values before the routine (trsv and trsm overwrite them), except that gemm with a
+zero --beta starts from C all NaN: it must not read C.
 
 Exit status 0 on success, 1 on a library exception (its text on standard error, for example
 unimplemented for a routine the device does not run yet), 2 on a bad option, an input that is

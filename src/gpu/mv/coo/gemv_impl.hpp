@@ -10,6 +10,7 @@
 
 #include "gpu/mv/atomic_add.hpp"
 #include "gpu/mv/coo/gemv_entry.hpp"
+#include "gpu/mv/product_binding.hpp"
 #include "gpu/mv/scale_y.hpp"
 #include "gpu/mv/y_memory.hpp"
 #include "handle/gemv_data.hpp"
@@ -44,12 +45,8 @@ template <typename T, typename I, containerType C>
 sycl::event scatter_atomic(sycl::queue& queue, const coo_operands<T, I, C>& op,
                            const sycl::event& prepared) {
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, {prepared});
-    auto oi = bind(h, op.out_index, sycl::read_only);
-    auto ii = bind(h, op.in_index, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [oi, ii, va, xv, yv] =
+        bind_product<C>(h, {prepared}, op.out_index, op.in_index, op.values, op.x, op.y);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool conj = op.conj;

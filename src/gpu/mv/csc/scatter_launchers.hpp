@@ -27,9 +27,6 @@ class gemv_subgroup_singleRow_csc_kernel;
 
 namespace detail {
 
-inline constexpr std::int32_t small_row_group = 4;
-inline constexpr std::int32_t medium_row_group = 64;
-inline constexpr std::int32_t large_row_group = 256;
 inline constexpr std::int32_t narrow_subgroup_group = 4;
 inline constexpr std::int32_t wide_subgroup_group = 8;
 inline constexpr std::int32_t short_sub_group = 16;
@@ -58,12 +55,7 @@ sycl::event submit_syclvec(sycl::queue& queue, std::size_t group,
   const auto nrows = static_cast<std::size_t>(op.nrows);
   const sycl::nd_range<1> grid((nrows + group - 1) / group * group, group);
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, {scaled});
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {scaled}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     h.parallel_for<kernels::gemv_syclvec_csc_kernel<T, I, C, L>>(
@@ -84,12 +76,7 @@ sycl::event submit_subgroup(sycl::queue& queue, std::size_t group,
   const sycl::nd_range<2> grid({(nrows + group - 1) / group * group, SG}, {group, SG});
   using name = portable::sub_group_kernel<kernels::gemv_subgroup_singleRow_csc_kernel<T, I, C>, SG>;
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, {scaled});
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {scaled}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool conj = op.conj;
@@ -128,12 +115,7 @@ sycl::event gemv_default(sycl::queue& queue, const gemvInternalData&,
   detail::refuse_host_y(queue, op);
   const sycl::event scaled = detail::scale_output(queue, op, deps);
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, {scaled});
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {scaled}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool conj = op.conj;
@@ -151,16 +133,8 @@ sycl::event gemv_with_syclvec(sycl::queue& queue, const gemvInternalData& plan,
                               const scatter_operands<T, I, C>& op,
                               const std::vector<sycl::event>& deps) {
   detail::refuse_host_y(queue, op);
-  std::size_t group = 0;
-  switch (plan.group_param) {
-    case detail::small_row_group:
-    case detail::medium_row_group:
-    case detail::large_row_group:
-      group = static_cast<std::size_t>(plan.group_param);
-      break;
-    default:
-      detail::off_grid();
-  }
+  if (!is_row_group(plan.group_param)) detail::off_grid();
+  const auto group = static_cast<std::size_t>(plan.group_param);
   if constexpr (is_complex_v<T>) {
     detail::off_grid();
   } else {

@@ -9,17 +9,14 @@
 
 #include "common/variants.hpp"
 #include "containers/views.hpp"
+#include "gpu/mv/product_binding.hpp"
 #include "handle/gemv_data.hpp"
 
 namespace orvane::vrt::sparse::gpu::csc {
 
+// x has length nrows, y length ncols.
 template <typename T, typename I, containerType C>
-struct scatter_operands {
-  container_t<C, I> row_ptr;
-  container_t<C, I> col_ind;
-  container_t<C, T> values;
-  container_t<C, T> x;  // length nrows
-  container_t<C, T> y;  // length ncols
+struct scatter_operands : product_arrays<T, I, C> {
   std::int64_t nrows;
   std::int64_t ncols;
   I index;  // 0 or 1

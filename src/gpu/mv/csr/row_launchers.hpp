@@ -10,6 +10,7 @@
 
 #include "gpu/mv/csr/gemv_operands.hpp"
 #include "gpu/mv/csr/row_kernels.hpp"
+#include "gpu/mv/product_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
 
@@ -24,20 +25,10 @@ class gemv_marray_csr_kernel;
 
 namespace detail {
 
-// The work-group sizes a plan may name for the row families.
-inline constexpr std::int32_t small_row_group = 4;
-inline constexpr std::int32_t medium_row_group = 64;
-inline constexpr std::int32_t large_row_group = 256;
-
 inline std::size_t row_group_size(const gemvInternalData& plan) {
-  switch (plan.group_param) {
-    case small_row_group:
-    case medium_row_group:
-    case large_row_group:
-      return static_cast<std::size_t>(plan.group_param);
-    default:
-      throw computation_error("sparse", "gemv csr", "internal error");
-  }
+  if (!is_row_group(plan.group_param))
+    throw computation_error("sparse", "gemv csr", "internal error");
+  return static_cast<std::size_t>(plan.group_param);
 }
 
 enum class row_family { syclvec, marray };
@@ -95,12 +86,7 @@ template <typename T, typename I, containerType C>
 sycl::event gemv_default(sycl::queue& queue, const gemvInternalData&,
                          const gemv_operands<T, I, C>& op, const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     const bool conj = op.conj;

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <vector>
 
 #include <orvane/vrt/sparse.hpp>
 
@@ -24,13 +26,45 @@ inline constexpr std::size_t gemvdot_local_bytes_per_item = 8;
 // From this many groups on, a reduce pass is cheaper than the final sum's loop.
 inline constexpr std::size_t gemvdot_reduce_from = 33;
 
+// Whether a device's local memory holds the reduction of a work-group of wg items.
+inline bool gemvdot_local_memory_fits(sycl::info::local_mem_type type, std::uint64_t bytes,
+                                      std::size_t wg) {
+  return type != sycl::info::local_mem_type::none && bytes >= wg * gemvdot_local_bytes_per_item;
+}
+
 inline std::size_t gemvdot_group_size(const sycl::device& device) {
   const std::size_t cap = device.is_cpu() ? gemvdot_cpu_group_cap : gemvdot_gpu_group_cap;
   const std::size_t wg = std::min(device.get_info<sycl::info::device::max_work_group_size>(), cap);
-  if (device.get_info<sycl::info::device::local_mem_type>() == sycl::info::local_mem_type::none ||
-      device.get_info<sycl::info::device::local_mem_size>() < wg * gemvdot_local_bytes_per_item)
+  if (!gemvdot_local_memory_fits(device.get_info<sycl::info::device::local_mem_type>(),
+                                 device.get_info<sycl::info::device::local_mem_size>(), wg))
     throw host_bad_alloc("sparse", "gemvdot");
   return wg;
+}
+
+// The passes of one call: the product kernel's groups leave one partial each; while there are
+// gemvdot_reduce_from partials or more, a reduce pass turns them into one per group of its own;
+// a final sum adds what is left unless one partial remains, which the last kernel already wrote
+// into d.
+struct gemvdot_schedule {
+  std::size_t groups = 1;
+  // The partial count each reduce pass takes in, in order.
+  std::vector<std::size_t> reduce_passes;
+  // Partials the final sum adds; 0 when it does not run.
+  std::size_t final_sum = 0;
+};
+
+inline gemvdot_schedule schedule_gemvdot(std::size_t nrows, std::size_t wg) {
+  const std::size_t per_group = gemvdot::rows_per_item * wg;
+  gemvdot_schedule plan;
+  // An empty matrix still runs one group, which writes a zero d.
+  plan.groups = std::max<std::size_t>(1, (nrows + per_group - 1) / per_group);
+  std::size_t count = plan.groups;
+  while (count >= gemvdot_reduce_from) {
+    plan.reduce_passes.push_back(count);
+    count = (count + per_group - 1) / per_group;
+  }
+  if (count >= 2) plan.final_sum = count;
+  return plan;
 }
 
 // The partials: ping-pong halves of one container, so that a reduce pass never writes what
@@ -70,6 +104,20 @@ sycl::event release_partials(sycl::queue& queue, partial_store<T, C>& store,
   }
 }
 
+// A submission failed part way: the partials go once the kernels already submitted are done.
+template <typename T, containerType C>
+void drop_partials(sycl::queue& queue, partial_store<T, C>& store,
+                   sycl::event last) noexcept {
+  if constexpr (C == container_usm) {
+    try {
+      last.wait();
+    } catch (...) {
+      // The failure being reported matters more than this one.
+    }
+    sycl::free(store.data, queue.get_context());
+  }
+}
+
 }  // namespace detail
 
 template <typename T, typename I, containerType C>
@@ -89,31 +137,37 @@ sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handl
                         "matrix nRows != nCols, gemvdot currently only supports a square matrix");
   using namespace gemvdot;
   const std::size_t wg = detail::gemvdot_group_size(queue.get_device());
-  const auto nrows = static_cast<std::size_t>(s->nrows);
-  // An empty matrix still runs one group, which writes a zero d.
-  std::size_t groups = std::max<std::size_t>(1, (nrows + rows_per_item * wg - 1) / (rows_per_item * wg));
+  const detail::gemvdot_schedule plan =
+      detail::schedule_gemvdot(static_cast<std::size_t>(s->nrows), wg);
+  const std::size_t groups = plan.groups;
   auto store = detail::make_partials<T, C>(queue, 2 * groups);
-  sycl::event last = fill_container(queue, store.data, T(0), 2 * groups, deps);
-  const gemvdot_operands<T, I, C> operands{as_container<C, I>(s->row_ptr),
-                                           as_container<C, I>(s->col_ind),
-                                           as_container<C, T>(s->values),
-                                           x,
-                                           y,
-                                           d,
-                                           s->nrows,
-                                           static_cast<I>(s->index != 0 ? 1 : 0),
-                                           alpha,
-                                           beta};
-  last = product_and_partials<T, I, C>(queue, operands, store.data, wg, groups, {last});
-  std::size_t from = 0;
-  while (groups >= detail::gemvdot_reduce_from) {
-    const std::size_t to = from == 0 ? groups : 0;
-    last = reduce_partials<T, C>(queue, store.data, d, from, to, groups, wg, last);
-    groups = (groups + rows_per_item * wg - 1) / (rows_per_item * wg);
-    from = to;
+  sycl::event last;
+  try {
+    last = fill_container(queue, store.data, T(0), 2 * groups, deps);
+    const gemvdot_operands<T, I, C> operands{as_container<C, I>(s->row_ptr),
+                                             as_container<C, I>(s->col_ind),
+                                             as_container<C, T>(s->values),
+                                             x,
+                                             y,
+                                             d,
+                                             s->nrows,
+                                             static_cast<I>(s->index != 0 ? 1 : 0),
+                                             alpha,
+                                             beta};
+    last = product_and_partials<T, I, C>(queue, operands, store.data, wg, groups, {last});
+    std::size_t from = 0;
+    for (const std::size_t count : plan.reduce_passes) {
+      const std::size_t to = from == 0 ? groups : 0;
+      last = reduce_partials<T, C>(queue, store.data, d, from, to, count, wg, last);
+      from = to;
+    }
+    if (plan.final_sum != 0)
+      last = sum_partials<T, C>(queue, store.data, d, from, plan.final_sum, last);
+    return detail::release_partials<T, C>(queue, store, last);
+  } catch (...) {
+    detail::drop_partials<T, C>(queue, store, last);
+    throw;
   }
-  if (groups >= 2) last = sum_partials<T, C>(queue, store.data, d, from, groups, last);
-  return detail::release_partials<T, C>(queue, store, last);
 }
 
 }  // namespace orvane::vrt::sparse::gpu

@@ -11,6 +11,7 @@
 #include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
+#include "gpu/mv/product_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::gemvdot {
 
@@ -60,12 +61,7 @@ T row_sum(const I* row_ptr, const I* col_ind, const T* values, const T* x, I ind
 }
 
 template <typename T, typename I, containerType C>
-struct gemvdot_operands {
-  container_t<C, I> row_ptr;
-  container_t<C, I> col_ind;
-  container_t<C, T> values;
-  container_t<C, T> x;
-  container_t<C, T> y;
+struct gemvdot_operands : product_arrays<T, I, C> {
   container_t<C, T> d;
   std::int64_t nrows;
   I index;
@@ -80,12 +76,7 @@ sycl::event product_and_partials(sycl::queue& queue, const gemvdot_operands<T, I
                                  container_t<C, T> partial, std::size_t wg, std::size_t groups,
                                  const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
     auto dv = bind(h, op.d, sycl::write_only);
     auto pv = bind(h, partial, sycl::write_only);
     sycl::local_accessor<T, 1> lm(sycl::range<1>(wg), h);

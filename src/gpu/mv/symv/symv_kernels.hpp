@@ -9,6 +9,7 @@
 
 #include "containers/views.hpp"
 #include "gpu/mv/atomic_add.hpp"
+#include "gpu/mv/product_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::symv {
 
@@ -22,12 +23,7 @@ class symvKernel;
 }  // namespace kernels
 
 template <typename T, typename I, containerType C>
-struct symv_operands {
-  container_t<C, I> row_ptr;
-  container_t<C, I> col_ind;
-  container_t<C, T> values;
-  container_t<C, T> x;
-  container_t<C, T> y;
+struct symv_operands : product_arrays<T, I, C> {
   std::int64_t nrows;
   I index;
   T alpha;
@@ -52,12 +48,7 @@ template <typename T, typename I, containerType C>
 sycl::event gather_stored(sycl::queue& queue, const symv_operands<T, I, C>& op,
                           const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     const bool upper = op.upper;
@@ -82,12 +73,7 @@ template <typename T, typename I, containerType C>
 sycl::event scatter_atomic(sycl::queue& queue, const symv_operands<T, I, C>& op,
                            const sycl::event& gathered) {
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, {gathered});
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {gathered}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool upper = op.upper;

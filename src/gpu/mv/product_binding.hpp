@@ -1,0 +1,50 @@
+// What the device products over a matrix's arrays share: the work-group sizes a row plan may
+// name, the arrays of a product, and their binding in a command group.
+#pragma once
+
+#include <cstdint>
+#include <tuple>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include "containers/views.hpp"
+
+namespace orvane::vrt::sparse::gpu {
+
+// The work-group sizes a plan may name for the kernels with a row per work-item.
+inline constexpr std::int32_t small_row_group = 4;
+inline constexpr std::int32_t medium_row_group = 64;
+inline constexpr std::int32_t large_row_group = 256;
+
+inline bool is_row_group(std::int32_t group) {
+  return group == small_row_group || group == medium_row_group || group == large_row_group;
+}
+
+// A matrix's CSR arrays and the two vectors of a product over it.
+template <typename T, typename I, containerType C>
+struct product_arrays {
+  container_t<C, I> row_ptr;
+  container_t<C, I> col_ind;
+  container_t<C, T> values;
+  container_t<C, T> x;
+  container_t<C, T> y;
+};
+
+// After deps: two index arrays, the values and x bound for reading, y for update, in that order.
+template <containerType C, typename First, typename Second, typename Values, typename Vector>
+auto bind_product(sycl::handler& h, const std::vector<sycl::event>& deps, First first,
+                  Second second, Values values, Vector x, Vector y) {
+  depend_on<C>(h, deps);
+  return std::tuple{bind(h, first, sycl::read_only), bind(h, second, sycl::read_only),
+                    bind(h, values, sycl::read_only), bind(h, x, sycl::read_only),
+                    bind(h, y, sycl::read_write)};
+}
+
+// The same for a record with the fields of product_arrays.
+template <containerType C, typename Operands>
+auto bind_product(sycl::handler& h, const std::vector<sycl::event>& deps, const Operands& op) {
+  return bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, op.x, op.y);
+}
+
+}  // namespace orvane::vrt::sparse::gpu
