@@ -1,7 +1,7 @@
 # The value types a build carries and the generated translation units of each family.
 #
-# VRT_VALUE_TYPES (developer option) narrows the build to some of s, d, c, z while iterating on a
-# family; every other build, CI's included, carries all four.
+# VRT_VALUE_TYPES narrows the build to some of s, d, c, z: for a developer iterating on a family,
+# and for CI's sanitizer jobs, whose optimised job has already built and tested all four.
 set(VRT_VALUE_TYPES "s;d;c;z" CACHE STRING "Value types to build (developer option): some of s;d;c;z")
 set(vrt_all_value_types s d c z)
 set(vrt_value_type_s float)

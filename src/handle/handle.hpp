@@ -83,13 +83,13 @@ enum analysis_routine : std::int32_t {
   analysis_trsm
 };
 struct analysis_record {
-  analysis_record* next;
-  analysis_routine routine;
-  transpose op;
-  uplo triangle;
-  diag diagonal;
-  layout dense_layout;
-  std::int64_t columns;
+  analysis_record* next = nullptr;
+  analysis_routine routine{};
+  transpose op = transpose::nontrans;
+  uplo triangle = uplo::lower;
+  diag diagonal = diag::nonunit;
+  layout dense_layout = layout::row_major;
+  std::int64_t columns = 0;
 };
 
 struct matrix_handle {

@@ -575,6 +575,7 @@ TEST(CpuBackendRefusals, WordsOfTheHostPath) {
 }
 
 TEST(CpuBackendRefusals, EngineStatusesBecomeExceptions) {
+  VRT_SKIP_UNLESS_BUILT(float);
   sycl::queue q{sycl::cpu_selector_v};
   const auto A = square_matrix<float, std::int64_t>(10, 1, 0);
   cpu_matrix<float, std::int64_t> M(q, true, A);

@@ -103,6 +103,7 @@ TYPED_TEST(MvFamilies, TransposedCsrByColumnScatter) {
 // The first transposed product fixes the structure's plan from the architecture code.
 template <typename T>
 void expect_csc_plan(const char* profile, int kind, int group, int vector) {
+  if (!orvane::vrt::sparse::value_type_built<T>) return;  // left out of this build
   sycl::queue q{hostsycl::emulated_gpu(profile)};
   const auto A = vrt_test::random_csr<T, std::int32_t>(12, 12, 3, 26);
   const std::vector<T> x(12, T(1)), y(12, T(0));

@@ -135,6 +135,7 @@ TEST(CallFrame, BufferOfByteSizeZeroCountsAsNull) {
 }
 
 TEST(CallFrame, AFreshHandleReachesTheBackendAndIsNotInitialized) {
+  VRT_SKIP_UNLESS_BUILT(float);
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   vs::matrix_handle* h = nullptr;
   vs::init_matrix_handle(&h);

@@ -177,6 +177,7 @@ TEST(RefusalTexts, ThirtyTwoBitIndicesBoundTheDenseSizesOfTrsm) {
 }
 
 TEST(RefusalTexts, OneWordOfOptimizeGemvKeepsItsSpelling) {
+  VRT_SKIP_UNLESS_BUILT(float);
   sycl::queue q{sycl::cpu_selector_v};
   vs::matrix_handle_t h = nullptr;
   vs::init_matrix_handle(&h);

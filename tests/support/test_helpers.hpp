@@ -31,6 +31,12 @@ using if_built = std::conditional_t<orvane::vrt::sparse::value_type_built<typena
 using built_variants = decltype(std::tuple_cat(VRT_FOR_EACH_VARIANT(VRT_TEST_VARIANT, 0) std::tuple<>()));
 #undef VRT_TEST_VARIANT
 
+// Skips a test that names a value type left out of this build (developer and sanitizer builds
+// may narrow the value types).
+#define VRT_SKIP_UNLESS_BUILT(T)                                 \
+  if (!orvane::vrt::sparse::value_type_built<T>) GTEST_SKIP() \
+      << "value type left out of this build"
+
 template <typename Tuple>
 struct as_gtest_types;
 template <typename... Vs>
