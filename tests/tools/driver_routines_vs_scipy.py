@@ -130,23 +130,24 @@ def check_vector(value, got, want, scale, len_):
     return within(got.ravel(), want, bound)
 
 
-def check_gemv(args, value, A, real):
+def gemv_reference(args, A, real):
+    """op(A), x, the exact alpha op(A) x + beta y and its magnitude bound, from the inputs."""
     op, alpha, beta = args["--op"], args["alpha"], args["beta"]
     opA = op_of(A, op)
     x = x_dense(opA.shape[1], 1, real).ravel()
     y = y_dense(opA.shape[0], 1, real).ravel()
     want = alpha * (opA @ x) + beta * y
     scale = abs(alpha) * (abs(opA) @ abs(x)) + abs(beta) * abs(y)
+    return opA, x, want, scale
+
+
+def check_gemv(args, value, A, real):
+    opA, _, want, scale = gemv_reference(args, A, real)
     return lambda text: check_vector(value, read_dense(text)[0], want, scale, lengths(opA))
 
 
 def check_gemvdot(args, value, A, real):
-    op, alpha, beta = args["--op"], args["alpha"], args["beta"]
-    opA = op_of(A, op)
-    x = x_dense(opA.shape[1], 1, real).ravel()
-    y = y_dense(opA.shape[0], 1, real).ravel()
-    want = alpha * (opA @ x) + beta * y
-    scale = abs(alpha) * (abs(opA) @ abs(x)) + abs(beta) * abs(y)
+    opA, x, want, scale = gemv_reference(args, A, real)
 
     def check(text):
         got, dot = read_dense(text)
