@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "common/variants.hpp"
 #include "handle/handle.hpp"
 
 namespace vrt = orvane::vrt;
@@ -267,7 +268,8 @@ TEST(Rebinding, GemvOnUsmComputesWithTheNewArrays) {
   for (const std::string device : devices)
     for (const bool coo : {false, true}) {
       gemv_after_rebinding_usm<double, std::int32_t>(device, coo, false);
-      gemv_after_rebinding_usm<float, std::int64_t>(device, coo, false);
+      if (vs::value_type_built<float>)  // a narrowed build may leave float out
+        gemv_after_rebinding_usm<float, std::int64_t>(device, coo, false);
     }
   // A transposed product into host USM runs on an explicit transpose on a device.
   gemv_after_rebinding_usm<double, std::int32_t>("emu-a1", false, true);
@@ -282,7 +284,7 @@ TEST(Rebinding, GemvOnBuffersComputesWithTheNewArrays) {
 TEST(Rebinding, AnalysedTriangleSolvesWithTheNewValues) {
   for (const std::string device : devices) {
     trsv_after_rebinding<double, std::int32_t>(device);
-    trsv_after_rebinding<float, std::int64_t>(device);
+    if (vs::value_type_built<float>) trsv_after_rebinding<float, std::int64_t>(device);
   }
 }
 
