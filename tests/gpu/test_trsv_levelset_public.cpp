@@ -168,6 +168,29 @@ TYPED_TEST(LevelsetTrsvPublic, LowerSolveWithoutHeadColorsFinishes) {
                     tri::reference_solve(A, false, false, T(1.5), x), "lower, no head colors");
 }
 
+// A symmetric property on a matrix whose pattern is not symmetric: the levels of the stored lower
+// triangle, read as their own mirror, never reach every row. The analysis says so instead of
+// waiting for ever, and takes nothing with it.
+TEST(LevelsetTrsvPublicRefusal, SymmetricPropertyOnAnUnsymmetricPattern) {
+  const auto L = lvt::levels_triangle<double>({1, 2, 3}, 37);
+  const auto A = combine<double, std::int32_t>(L, L);  // lower triangle only
+  for (const char* profile : {"emu-a3", "emu-a4"}) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    const auto before = hostsycl::live_allocation_bytes(q.get_device());
+    {
+      tri::bound_matrix<double, std::int32_t> b(q, A, tri::memory::device);
+      vs::set_matrix_property(b.handle(), vs::property::symmetric);
+      vrt_test::expect_message<vrt::computation_error>(
+          [&] { b.optimize(vrt::uplo::lower, vrt::diag::nonunit); },
+          "orvane::vrt::sparse::optimize_trsv: computation error: the level sets do not reach every "
+          "row: the sparsity pattern is not symmetric although the matrix has the symmetric "
+          "property");
+      EXPECT_EQ(b.handle()->coloring_lower, nullptr) << profile;
+    }
+    EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before) << profile;
+  }
+}
+
 // Analysis and solves leave no device memory behind once the handle is released.
 TEST(LevelsetTrsvPublicRelease, NothingStaysAllocated) {
   const auto A = test_matrix<double, std::int32_t>(35);

@@ -130,6 +130,11 @@ sycl::event submit_coloring5(sycl::queue& queue, const level_arrays<I, C>& a,
 
 }  // namespace coloring_detail
 
+// The refusal of a matrix whose rows the level sets cannot all reach.
+inline constexpr const char* uncolorable_message =
+    "the level sets do not reach every row: the sparsity pattern is not symmetric although the "
+    "matrix has the symmetric property";
+
 template <typename T, typename I, containerType C>
 sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
                           diagonalValuesData* values, diagonalStructData* positions,
@@ -183,6 +188,10 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
   while (static_cast<std::size_t>(color_ptr.back()) < n) {
     const std::size_t start = color_ptr[color_ptr.size() - 2];
     const std::size_t width = static_cast<std::size_t>(color_ptr.back()) - start;
+    // An empty color releases nothing, so the levels would never cover the rows: the rows the
+    // coloring reads as dependents do not mirror the dependencies, as with a symmetric property
+    // on a matrix whose pattern is not symmetric.
+    if (width == 0) throw computation_error("sparse", "optimize_trsv", uncolorable_message);
     step = submit_coloring2<I, C>(queue, a, start, width, {step});
     color_ptr.push_back(read_on_host<I, C>(queue, a.counter, {step}));
   }
