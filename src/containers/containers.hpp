@@ -9,6 +9,8 @@
 
 #include <sycl/sycl.hpp>
 
+#include <orvane/vrt/sparse.hpp>
+
 #include "common/internal_types.hpp"
 
 namespace orvane::vrt::sparse {
@@ -22,6 +24,16 @@ template <typename T>
 void* allocate_shared_container(std::size_t count, sycl::queue& queue, containerType container);
 template <typename T>
 void* allocate_host_container(std::size_t count, sycl::queue& queue, containerType container);
+
+// A device container of count elements; device_bad_alloc("sparse", function) when it cannot be
+// had. Callers that need several arrays free the ones they got before rethrowing.
+template <typename T>
+void* allocate_or_throw(std::size_t count, sycl::queue& queue, containerType container,
+                        const char* function) {
+  void* memory = allocate_device_container<T>(count, queue, container);
+  if (memory == nullptr) throw device_bad_alloc("sparse", function, queue.get_device());
+  return memory;
+}
 
 // Frees a container; a null buffer pointer is ignored, a null USM pointer goes to sycl::free.
 // Destroying a buffer waits for the commands that use it.

@@ -5,7 +5,9 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "handle/record.hpp"
+#include "platform/architecture.hpp"
 #include "platform/device_info.hpp"
 
 namespace orvane::vrt::sparse {
@@ -13,11 +15,9 @@ namespace orvane::vrt::sparse {
 namespace {
 // Minimum cache line the planning tables assume.
 constexpr std::int32_t min_cache_line_bytes = 64;
-// Hardware threads per execution unit from architecture code 4 on, and before it.
-constexpr std::int32_t threads_per_eu_from_code_4 = 8;
-constexpr std::int32_t threads_per_eu_before_code_4 = 7;
-// Architecture codes below this one pair their sub-slices.
-constexpr int first_unpaired_architecture = 6;
+// Hardware threads per execution unit on the newer and the older generations.
+constexpr std::int32_t eight_threads_per_eu = 8;
+constexpr std::int32_t seven_threads_per_eu = 7;
 }  // namespace
 
 void initDeviceInternalData(deviceInternalData** slot) {
@@ -33,18 +33,19 @@ void deviceInternalDataRelease(deviceInternalData** slot) {
 
 void cache_device_internals(sycl::queue& queue, deviceInternalData* data) {
   if (data == nullptr || (data->cached && data->device == nullptr))
-    throw computation_error("sparse", "", "internal error");
+    internal_error("");
   if (data->cached) return;
   if (data->device == nullptr) data->device = new sycl::device(queue.get_device());
 
   const sycl::device device = queue.get_device();
-  int architecture = 0;
-  gpu::get_architecture(&architecture, &queue);
+  int code = 0;
+  gpu::get_architecture(&code, &queue);
   const bool is_gpu = device.is_gpu();
-  data->architecture = is_gpu ? architecture : 0;
+  const architecture arch = is_gpu ? architecture_from_code(code) : architecture::not_gpu;
+  data->architecture = code_of(arch);
   data->threads_per_eu = !is_gpu ? 1
-                                 : (architecture >= 4 ? threads_per_eu_from_code_4
-                                                      : threads_per_eu_before_code_4);
+                                 : (has_eight_threads_per_eu(arch) ? eight_threads_per_eu
+                                                                   : seven_threads_per_eu);
   data->eu_count = static_cast<std::int32_t>(gpu::get_eu_count(&queue));
   data->tile_count = static_cast<std::int32_t>(gpu::get_tile_count(&queue));
   data->hw_thread_count = data->eu_count * data->threads_per_eu;
@@ -58,7 +59,7 @@ void cache_device_internals(sycl::queue& queue, deviceInternalData* data) {
       data->cache_line_size);
   data->max_alloc_size =
       static_cast<std::int64_t>(device.get_info<sycl::info::device::max_mem_alloc_size>());
-  const bool paired = is_gpu && architecture < first_unpaired_architecture;
+  const bool paired = has_paired_sub_slices(arch);
   data->arch_pair_low = paired ? 0 : -1;
   data->arch_pair_high = paired ? 2 : -1;
   data->cached = true;

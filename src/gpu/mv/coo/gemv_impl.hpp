@@ -10,7 +10,7 @@
 
 #include "gpu/mv/atomic_add.hpp"
 #include "gpu/mv/coo/gemv_entry.hpp"
-#include "gpu/mv/product_binding.hpp"
+#include "gpu/operand_binding.hpp"
 #include "gpu/mv/scale_y.hpp"
 #include "gpu/mv/y_memory.hpp"
 #include "handle/gemv_data.hpp"

@@ -9,7 +9,7 @@
 
 #include "common/variants.hpp"
 #include "containers/views.hpp"
-#include "gpu/mv/product_binding.hpp"
+#include "gpu/operand_binding.hpp"
 #include "handle/gemv_data.hpp"
 
 namespace orvane::vrt::sparse::gpu::csc {

@@ -10,7 +10,7 @@
 
 #include "gpu/mv/csr/gemv_operands.hpp"
 #include "gpu/mv/csr/row_kernels.hpp"
-#include "gpu/mv/product_binding.hpp"
+#include "gpu/operand_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
 

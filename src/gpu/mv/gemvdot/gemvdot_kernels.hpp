@@ -11,7 +11,7 @@
 #include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
-#include "gpu/mv/product_binding.hpp"
+#include "gpu/operand_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::gemvdot {
 

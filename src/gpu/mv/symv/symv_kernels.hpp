@@ -9,7 +9,7 @@
 
 #include "containers/views.hpp"
 #include "gpu/mv/atomic_add.hpp"
-#include "gpu/mv/product_binding.hpp"
+#include "gpu/operand_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::symv {
 

@@ -1,5 +1,5 @@
-// What the device products over a matrix's arrays share: the work-group sizes a row plan may
-// name, the arrays of a product, and their binding in a command group.
+// What the device families share in binding their operands: the work-group sizes a row plan may
+// name, the arrays of a product over a matrix, and their binding in a command group.
 #pragma once
 
 #include <cstdint>
