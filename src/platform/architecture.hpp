@@ -7,10 +7,10 @@
 
 namespace orvane::vrt::sparse {
 
-// 0 stands for a device that is not a GPU or a GPU the platform cannot identify; 1 to 6 name GPU
-// generations whose names the planning tables do not need.
+// 0 stands for a device that is not a GPU or a GPU the platform cannot identify (the generic rows
+// of the tables); 1 to 6 name GPU generations whose names the planning tables do not need.
 enum class architecture : std::int32_t {
-  not_gpu = 0,
+  generic = 0,
   code1 = 1,
   code2 = 2,
   code3 = 3,
@@ -36,10 +36,9 @@ constexpr bool has_wide_sub_groups(architecture a) { return code_of(a) >= 6; }
 // Eight hardware threads per execution unit (seven before).
 constexpr bool has_eight_threads_per_eu(architecture a) { return code_of(a) >= 4; }
 
-// Sub-slices come in pairs (every GPU before code 6), which the gemv records note.
-constexpr bool has_paired_sub_slices(architecture a) {
-  return a != architecture::not_gpu && code_of(a) < 6;
-}
+// Sub-slices come in pairs (on a GPU, every code before 6, the generic one included), which the
+// gemv records note.
+constexpr bool has_paired_sub_slices(architecture a) { return code_of(a) < 6; }
 
 // The middle colors of a real-valued level-set solve synchronise by atomics rather than kernels.
 constexpr bool syncs_levels_by_atomics(architecture a) { return a == architecture::code4; }
