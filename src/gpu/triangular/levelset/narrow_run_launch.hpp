@@ -8,7 +8,7 @@
 #include <sycl/sycl.hpp>
 
 #include "gpu/triangular/levelset/levelset_operands.hpp"
-#include "gpu/triangular/levelset/row_update.hpp"
+#include "gpu/triangular/levelset/row_update_kernel.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 

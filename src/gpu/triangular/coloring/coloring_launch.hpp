@@ -16,7 +16,7 @@
 #include "gpu/triangular/coloring/color_plan.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
 #include "gpu/triangular/coloring/host_staging.hpp"
-#include "gpu/triangular/coloring/level_kernels.hpp"
+#include "gpu/triangular/coloring/level_launch.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/triangular_data.hpp"
 #include "platform/device_info.hpp"

@@ -1,5 +1,5 @@
 // The level kernels for both index widths and memory models.
-#include "gpu/triangular/coloring/level_kernels.hpp"
+#include "gpu/triangular/coloring/level_launch.hpp"
 
 #include <cstdint>
 

@@ -5,7 +5,7 @@
 #include <orvane/vrt/sparse.hpp>
 
 #include "gpu/entry_points.hpp"
-#include "gpu/triangular/default/default_trsv.hpp"
+#include "gpu/triangular/default/default_trsv_launch.hpp"
 #include "gpu/triangular/levelset/levelset_trsv.hpp"
 
 namespace orvane::vrt::sparse::gpu {

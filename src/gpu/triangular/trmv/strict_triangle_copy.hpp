@@ -10,7 +10,7 @@
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
 #include "containers/views.hpp"
-#include "gpu/triangular/analysis/symmetric_impl.hpp"
+#include "gpu/triangular/analysis/symmetric_entry.hpp"
 #include "handle/handle.hpp"
 #include "handle/triangular_data.hpp"
 

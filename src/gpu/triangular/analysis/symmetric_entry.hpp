@@ -11,7 +11,7 @@
 #include "containers/prefix_sum.hpp"
 #include "gpu/format/sort.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
-#include "gpu/triangular/analysis/symmetric_kernels.hpp"
+#include "gpu/triangular/analysis/symmetric_launch.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/release.hpp"
 

@@ -9,7 +9,7 @@
 #include "gpu/entry_points.hpp"
 #include "gpu/format/sort.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
-#include "gpu/triangular/analysis/symmetric_impl.hpp"
+#include "gpu/triangular/analysis/symmetric_entry.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
 #include "handle/coalesce_events.hpp"
 

@@ -10,10 +10,10 @@
 #include "common/variants.hpp"
 #include "gpu/triangular/coloring/color_plan.hpp"
 #include "gpu/triangular/levelset/levelset_trsv.hpp"
-#include "gpu/triangular/levelset/middle_by_atomics.hpp"
-#include "gpu/triangular/levelset/middle_by_kernels.hpp"
-#include "gpu/triangular/levelset/narrow_run_kernels.hpp"
-#include "gpu/triangular/levelset/permute_kernels.hpp"
+#include "gpu/triangular/levelset/middle_atomic_launch.hpp"
+#include "gpu/triangular/levelset/middle_per_color_launch.hpp"
+#include "gpu/triangular/levelset/narrow_run_launch.hpp"
+#include "gpu/triangular/levelset/permute_launch.hpp"
 #include "handle/triangular_data.hpp"
 
 namespace orvane::vrt::sparse::gpu {

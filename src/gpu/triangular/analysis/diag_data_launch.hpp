@@ -10,7 +10,7 @@
 #include "common/variants.hpp"
 #include "containers/containers.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
-#include "gpu/triangular/analysis/diag_kernels.hpp"
+#include "gpu/triangular/analysis/diag_fill_launch.hpp"
 #include "handle/coalesce_events.hpp"
 #include "platform/services.hpp"
 

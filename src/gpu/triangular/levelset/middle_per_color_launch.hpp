@@ -9,7 +9,7 @@
 #include "containers/views.hpp"
 #include "gpu/triangular/coloring/host_staging.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
-#include "gpu/triangular/levelset/row_update.hpp"
+#include "gpu/triangular/levelset/row_update_kernel.hpp"
 
 namespace orvane::vrt::sparse::gpu::kernels {
 
