@@ -36,12 +36,9 @@ std::vector<T> levelset_solve(sycl::queue& q, const triangle_matrix<T>& m, const
   if (inspect != nullptr) *inspect = **b.slot();
   const T alpha = static_cast<T>(s.alpha);
   const auto d = s.unit ? vrt::diag::unit : vrt::diag::nonunit;
-  const auto up = s.lower ? vrt::uplo::lower : vrt::uplo::upper;
+  const auto side = s.lower ? vs::gpu::triangle::lower : vs::gpu::triangle::upper;
   auto solve = [&](auto xs, auto ys, const std::vector<sycl::event>& deps) {
-    return s.lower ? vs::gpu::levelsetTrsvLower_impl<T, I, C>(q, up, vrt::transpose::nontrans, d,
-                                                            alpha, b.h, xs, ys, deps)
-                   : vs::gpu::levelsetTrsvUpper_impl<T, I, C>(q, up, vrt::transpose::nontrans, d,
-                                                            alpha, b.h, xs, ys, deps);
+    return vs::gpu::levelset_trsv<T, I, C>(q, side, d, alpha, b.h, xs, ys, deps);
   };
   const auto n = static_cast<std::size_t>(m.n);
   std::vector<T> y = vrt_test::nan_vector<T>(std::max<std::size_t>(n, 1));

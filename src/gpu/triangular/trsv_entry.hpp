@@ -1,38 +1,34 @@
 // trsv on the device: the level-set solve where optimize_trsv has coloured the triangle, the
-// default solve otherwise.
+// default solve otherwise. The side is decided here, once.
 #pragma once
 
 #include <orvane/vrt/sparse.hpp>
 
 #include "gpu/entry_points.hpp"
 #include "gpu/triangular/default/default_trsv_launch.hpp"
+#include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_trsv.hpp"
+#include "gpu/triangular/triangle_side.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
 template <typename T, typename I, containerType C>
-sycl::event trsv_impl(sycl::queue& queue, uplo triangle, transpose op, diag diagonal, T alpha,
+sycl::event trsv_impl(sycl::queue& queue, uplo which, transpose op, diag diagonal, T alpha,
                       matrix_handle* A, container_t<C, T> x, container_t<C, T> y,
                       const event_list& deps) {
-  if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", "trsv", "uplo_flag");
+  namespace names = triangular_names;
+  if (static_cast<int>(which) > 1) throw invalid_argument("sparse", names::trsv, names::uplo_flag);
   if (diagonal != diag::nonunit && diagonal != diag::unit)
-    throw invalid_argument("sparse", "trsv", "diag_flag");
-  if (op != transpose::nontrans)
-    throw unimplemented("sparse", "trsv",
-                        "currently only supports the orvane::vrt::transpose::nontrans op");
-  if (A->primary == nullptr) throw uninitialized("sparse", "trsv", "Matrix is not initialized");
+    throw invalid_argument("sparse", names::trsv, names::diag_flag);
+  if (op != transpose::nontrans) throw unimplemented("sparse", names::trsv, names::nontrans_only);
+  if (A->primary == nullptr) throw uninitialized("sparse", names::trsv, names::not_initialized);
   if (A->primary->format != format_csr)
-    throw unimplemented("sparse", "trsv",
-                        "currently only supports the CSR matrix format on GPU devices");
-  if (triangle == uplo::lower)
-    return A->coloring_lower != nullptr
-               ? levelsetTrsvLower_impl<T, I, C>(queue, triangle, op, diagonal, alpha, A, x, y,
-                                                 deps)
-               : defTrsvLower_impl<T, I, C>(queue, triangle, op, diagonal, alpha, A, x, y, deps);
-  return A->coloring_upper != nullptr
-             ? levelsetTrsvUpper_impl<T, I, C>(queue, triangle, op, diagonal, alpha, A, x, y,
-                                               deps)
-             : defTrsvUpper_impl<T, I, C>(queue, triangle, op, diagonal, alpha, A, x, y, deps);
+    throw unimplemented("sparse", names::trsv, names::csr_only_on_gpu);
+  const triangle side = side_of(which);
+  const coloringData* coloring = side == triangle::lower ? A->coloring_lower : A->coloring_upper;
+  return coloring != nullptr
+             ? levelset_trsv<T, I, C>(queue, side, diagonal, alpha, A, x, y, deps)
+             : default_trsv<T, I, C>(queue, side, diagonal, alpha, A, x, y, deps);
 }
 
 }  // namespace orvane::vrt::sparse::gpu

@@ -3,18 +3,9 @@
 
 #include <cstdint>
 
-namespace orvane::vrt::sparse::gpu {
+#include "gpu/triangular/design_names.hpp"
 
-namespace kernels {
-template <typename I, containerType C>
-class coloring1;
-template <typename I, containerType C>
-class coloring2;
-template <typename I, containerType C>
-class coloring3;
-template <typename I, containerType C>
-class coloring4;
-}  // namespace kernels
+namespace orvane::vrt::sparse::gpu {
 
 namespace {
 

@@ -7,8 +7,9 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "common/variants.hpp"
-#include "gpu/triangular/coloring/color_plan.hpp"
+#include "common/internal_error.hpp"
+#include "gpu/triangular/design_names.hpp"
+#include "gpu/triangular/levelset/levelset_plan.hpp"
 #include "gpu/triangular/levelset/levelset_trsv.hpp"
 #include "gpu/triangular/levelset/middle_atomic_launch.hpp"
 #include "gpu/triangular/levelset/middle_per_color_launch.hpp"
@@ -26,22 +27,26 @@ void chain(std::vector<sycl::event>& list, const sycl::event& e) {
   if constexpr (C == container_usm) list.push_back(e);
 }
 
+}  // namespace levelset_detail
+
+// The lower side walks the colors upward; the upper side walks them downward, which the same
+// coloring serves, since every entry above the diagonal of a row leads to a higher color.
 template <typename T, typename I, containerType C>
-sycl::event levelset_solve(sycl::queue& queue, triangle side, diag diag_val, T alpha,
-                           matrix_handle* handle, container_t<C, T> x, container_t<C, T> y,
-                           const std::vector<sycl::event>& deps) {
+sycl::event levelset_trsv(sycl::queue& queue, triangle side, diag diagonal, T alpha,
+                          matrix_handle* handle, container_t<C, T> x, container_t<C, T> y,
+                          const std::vector<sycl::event>& deps) {
+  using levelset_detail::chain;
   const bool lower = side == triangle::lower;
-  coloringData* d = lower ? handle->coloring_lower : handle->coloring_upper;
-  if (d == nullptr) throw computation_error("sparse", "trsv", "internal error");
-  const bool nonunit = diag_val != diag::unit;
+  const coloringData* d = lower ? handle->coloring_lower : handle->coloring_upper;
+  if (d == nullptr) internal_error(triangular_names::trsv);
   const std::int32_t colors = d->num_colors;
   const std::int32_t head = d->head_colors;
   const std::int32_t tail = d->tail_colors;
-  const auto op = make_levelset_operands<T, I, C>(*d, side, alpha, nonunit);
+  const auto op = make_levelset_operands<T, I, C>(*d, side, alpha, diagonal != diag::unit);
   std::vector<sycl::event> list = deps;
 
   chain<C>(list, submit_permutation<permutation::into_colors, T, I, C>(
-                     queue, side, op.nrows, x, as_container<C, I>(d->row_of_position), op.rhs,
+                     queue, side, op.nrows, x, as_container<C, I>(d->row_of_position), op.x,
                      list));
   // The lower side meets the head first, the upper side the tail.
   const std::int32_t first_run = lower ? head : tail;
@@ -49,62 +54,26 @@ sycl::event levelset_solve(sycl::queue& queue, triangle side, diag diag_val, T a
   if (first_run >= 1)
     chain<C>(list, submit_narrow_run<narrow_run::first, T, I, C>(
                        queue, op, lower ? 0 : colors - 1, first_run, lower ? 1 : -1, list));
-  if (colors - head - tail >= 1) {
-    // Chunks of color 0 post nothing (the kernel's guard), so a lower coloring whose middle
-    // starts at color 0 and spans two colors or more would leave color 1 waiting for ever: such
-    // a coloring synchronises by kernels.
-    const bool atomics_progress = !(lower && head == 0 && colors - tail >= 2);
-    if (d->sync_mode == sync_by_atomics && atomics_progress)
-      lower ? kernels::trsv_lower_levelset_middlecolors_sync_by_atomics<T, I>(
-                  queue, C, alpha, colors, nonunit, d, list)
-            : kernels::trsv_upper_levelset_middlecolors_sync_by_atomics<T, I>(
-                  queue, C, alpha, colors, nonunit, d, list);
-    else if (d->sync_mode == sync_by_kernels || d->sync_mode == sync_by_atomics)
-      lower ? kernels::trsv_lower_levelset_middlecolors_sync_by_kernels<T, I>(
-                  queue, C, alpha, colors, head, tail, nonunit, d, list)
-            : kernels::trsv_upper_levelset_middlecolors_sync_by_kernels<T, I>(
-                  queue, C, alpha, colors, head, tail, nonunit, d, list);
-    else
-      throw computation_error("sparse", "trsv", "internal error");
-  }
+  if (colors - head - tail >= 1)
+    visit_middle_sync<T>(middle_sync_of(*d, side), [&]<middle_sync M>() {
+      if constexpr (M == middle_sync::atomics)
+        middle_by_atomics<T, I, C>(queue, op, *d, list);
+      else
+        middle_per_color<T, I, C>(queue, op, *d, list);
+    });
   if (second_run >= 1)
     chain<C>(list, submit_narrow_run<narrow_run::second, T, I, C>(
                        queue, op, lower ? colors - tail : head - 1, second_run, lower ? 1 : -1,
                        list));
   return submit_permutation<permutation::into_rows, T, I, C>(
-      queue, side, op.nrows, op.sol, as_container<C, I>(d->position_of_row), y, list);
-}
-
-}  // namespace levelset_detail
-
-template <typename T, typename I, containerType C>
-sycl::event levelsetTrsvLower_impl(sycl::queue& queue, uplo, transpose, diag diag_val, T alpha,
-                                   matrix_handle* handle, container_t<C, T> x,
-                                   container_t<C, T> y, const std::vector<sycl::event>& deps) {
-  return levelset_detail::levelset_solve<T, I, C>(queue, triangle::lower, diag_val, alpha,
-                                                  handle, x, y, deps);
-}
-
-// Descending colors serve the upper triangle with the same coloring: every entry above the
-// diagonal of a row leads to a higher color.
-template <typename T, typename I, containerType C>
-sycl::event levelsetTrsvUpper_impl(sycl::queue& queue, uplo, transpose, diag diag_val, T alpha,
-                                   matrix_handle* handle, container_t<C, T> x,
-                                   container_t<C, T> y, const std::vector<sycl::event>& deps) {
-  return levelset_detail::levelset_solve<T, I, C>(queue, triangle::upper, diag_val, alpha,
-                                                  handle, x, y, deps);
+      queue, side, op.nrows, op.y, as_container<C, I>(d->position_of_row), y, list);
 }
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_LEVELSET_TRSV(T, I, C)                                              \
-  namespace orvane::vrt::sparse::gpu {                                                          \
-  template sycl::event levelsetTrsvLower_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,  \
-                                                       matrix_handle*, container_t<C, T>,       \
-                                                       container_t<C, T>,                       \
-                                                       const std::vector<sycl::event>&);        \
-  template sycl::event levelsetTrsvUpper_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,  \
-                                                       matrix_handle*, container_t<C, T>,       \
-                                                       container_t<C, T>,                       \
-                                                       const std::vector<sycl::event>&);        \
+#define VRT_INSTANTIATE_GPU_LEVELSET_TRSV(T, I, C)                                               \
+  namespace orvane::vrt::sparse::gpu {                                                           \
+  template sycl::event levelset_trsv<T, I, C>(sycl::queue&, triangle, diag, T, matrix_handle*,   \
+                                              container_t<C, T>, container_t<C, T>,              \
+                                              const std::vector<sycl::event>&);                  \
   }
