@@ -9,6 +9,7 @@
 #include <string>
 
 #include "gpu/levelset_support.hpp"
+#include "gpu/triangular/levelset/levelset_plan.hpp"
 #include "support/test_helpers.hpp"
 
 namespace {
@@ -221,6 +222,50 @@ TYPED_TEST(LevelsetTrsv, EmptyMatrix) {
     EXPECT_TRUE(
         (levelset_solve<T, I, vs::container_buffer>(q, m, {lower, false, 1.0}, {}).empty()));
   }
+}
+
+// The middle colors' plan: atomics where the coloring chose them and they make progress, one
+// kernel per color otherwise, an internal error for a sync_mode that is neither.
+TEST(LevelsetPlan, MiddleSyncFollowsTheColoring) {
+  namespace gpu = vs::gpu;
+  vs::coloringData d{};
+  d.num_colors = 5;
+  d.head_colors = 1;
+  d.tail_colors = 1;
+  d.sync_mode = gpu::sync_by_atomics;
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower), gpu::middle_sync::atomics);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::atomics);
+  // A lower middle from color 0 over two colors or more would wait for ever on color 1.
+  d.head_colors = 0;
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower), gpu::middle_sync::per_color);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::atomics);
+  d.sync_mode = gpu::sync_by_kernels;
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::per_color);
+  d.sync_mode = -1;
+  try {
+    (void)gpu::middle_sync_of(d, gpu::triangle::lower);
+    ADD_FAILURE() << "no refusal";
+  } catch (const vrt::computation_error& e) {
+    EXPECT_NE(std::string(e.what()).find("trsv"), std::string::npos) << e.what();
+    EXPECT_NE(std::string(e.what()).find("internal error"), std::string::npos) << e.what();
+  }
+}
+
+// The switch reaches the atomics form for real values only; complex values run nothing there.
+TEST(LevelsetPlan, VisitMiddleSync) {
+  namespace gpu = vs::gpu;
+  auto reached = [](auto value, gpu::middle_sync mode) {
+    int seen = -1;
+    gpu::visit_middle_sync<decltype(value)>(
+        mode, [&]<gpu::middle_sync M>() { seen = M == gpu::middle_sync::atomics ? 1 : 0; });
+    return seen;
+  };
+  EXPECT_EQ(reached(double{}, gpu::middle_sync::atomics), 1);
+  EXPECT_EQ(reached(double{}, gpu::middle_sync::per_color), 0);
+  EXPECT_EQ(reached(std::complex<double>{}, gpu::middle_sync::atomics), -1);
+  EXPECT_EQ(reached(std::complex<double>{}, gpu::middle_sync::per_color), 0);
+  EXPECT_EQ(gpu::side_of(vrt::uplo::lower), gpu::triangle::lower);
+  EXPECT_EQ(gpu::side_of(vrt::uplo::upper), gpu::triangle::upper);
 }
 
 }  // namespace
