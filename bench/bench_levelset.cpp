@@ -126,8 +126,8 @@ void BM_solve(benchmark::State& state, const char* profile) {
   double* dx = to_device(q, x);
   double* dy = sycl::malloc_device<double>(rows, q);
   for (auto _ : state)
-    vs::gpu::levelsetTrsvLower_impl<double, std::int32_t, vs::container_usm>(
-        q, vrt::uplo::lower, vrt::transpose::nontrans, vrt::diag::nonunit, 1.0, b.h, dx, dy, {})
+    vs::gpu::levelset_trsv<double, std::int32_t, vs::container_usm>(
+        q, vs::gpu::triangle::lower, vrt::diag::nonunit, 1.0, b.h, dx, dy, {})
         .wait();
   state.counters["sync_mode"] = b.h->coloring_lower->sync_mode;
   sycl::free(dx, q);

@@ -47,4 +47,11 @@ auto bind_product(sycl::handler& h, const std::vector<sycl::event>& deps, const 
   return bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, op.x, op.y);
 }
 
+// Further arrays of a command group, bound for reading in the order given: what a record needs
+// beside its product_arrays (bind_product has already set the dependencies).
+template <typename... Arrays>
+auto bind_reads(sycl::handler& h, Arrays... arrays) {
+  return std::tuple{bind(h, arrays, sycl::read_only)...};
+}
+
 }  // namespace orvane::vrt::sparse::gpu

@@ -11,7 +11,7 @@
 
 #include "gpu/triangular/analysis/diag_data.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
-#include "gpu/triangular/analysis/triangle_copy.hpp"
+#include "gpu/triangular/trmv/strict_triangle_copy.hpp"
 #include "gpu/entry_points.hpp"
 #include "handle/release.hpp"
 #include "handle/triangular_data.hpp"

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "gpu/levelset_support.hpp"
+#include "gpu/triangular/levelset/levelset_plan.hpp"
 #include "support/test_helpers.hpp"
 
 namespace {
@@ -36,12 +37,9 @@ std::vector<T> levelset_solve(sycl::queue& q, const triangle_matrix<T>& m, const
   if (inspect != nullptr) *inspect = **b.slot();
   const T alpha = static_cast<T>(s.alpha);
   const auto d = s.unit ? vrt::diag::unit : vrt::diag::nonunit;
-  const auto up = s.lower ? vrt::uplo::lower : vrt::uplo::upper;
+  const auto side = s.lower ? vs::gpu::triangle::lower : vs::gpu::triangle::upper;
   auto solve = [&](auto xs, auto ys, const std::vector<sycl::event>& deps) {
-    return s.lower ? vs::gpu::levelsetTrsvLower_impl<T, I, C>(q, up, vrt::transpose::nontrans, d,
-                                                            alpha, b.h, xs, ys, deps)
-                   : vs::gpu::levelsetTrsvUpper_impl<T, I, C>(q, up, vrt::transpose::nontrans, d,
-                                                            alpha, b.h, xs, ys, deps);
+    return vs::gpu::levelset_trsv<T, I, C>(q, side, d, alpha, b.h, xs, ys, deps);
   };
   const auto n = static_cast<std::size_t>(m.n);
   std::vector<T> y = vrt_test::nan_vector<T>(std::max<std::size_t>(n, 1));
@@ -224,6 +222,50 @@ TYPED_TEST(LevelsetTrsv, EmptyMatrix) {
     EXPECT_TRUE(
         (levelset_solve<T, I, vs::container_buffer>(q, m, {lower, false, 1.0}, {}).empty()));
   }
+}
+
+// The middle colors' plan: atomics where the coloring chose them and they make progress, one
+// kernel per color otherwise, an internal error for a sync_mode that is neither.
+TEST(LevelsetPlan, MiddleSyncFollowsTheColoring) {
+  namespace gpu = vs::gpu;
+  vs::coloringData d{};
+  d.num_colors = 5;
+  d.head_colors = 1;
+  d.tail_colors = 1;
+  d.sync_mode = gpu::sync_by_atomics;
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower), gpu::middle_sync::atomics);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::atomics);
+  // A lower middle from color 0 over two colors or more would wait for ever on color 1.
+  d.head_colors = 0;
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower), gpu::middle_sync::per_color);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::atomics);
+  d.sync_mode = gpu::sync_by_kernels;
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::per_color);
+  d.sync_mode = -1;
+  try {
+    (void)gpu::middle_sync_of(d, gpu::triangle::lower);
+    ADD_FAILURE() << "no refusal";
+  } catch (const vrt::computation_error& e) {
+    EXPECT_NE(std::string(e.what()).find("trsv"), std::string::npos) << e.what();
+    EXPECT_NE(std::string(e.what()).find("internal error"), std::string::npos) << e.what();
+  }
+}
+
+// The switch reaches the atomics form for real values only; complex values run nothing there.
+TEST(LevelsetPlan, VisitMiddleSync) {
+  namespace gpu = vs::gpu;
+  auto reached = [](auto value, gpu::middle_sync mode) {
+    int seen = -1;
+    gpu::visit_middle_sync<decltype(value)>(
+        mode, [&]<gpu::middle_sync M>() { seen = M == gpu::middle_sync::atomics ? 1 : 0; });
+    return seen;
+  };
+  EXPECT_EQ(reached(double{}, gpu::middle_sync::atomics), 1);
+  EXPECT_EQ(reached(double{}, gpu::middle_sync::per_color), 0);
+  EXPECT_EQ(reached(std::complex<double>{}, gpu::middle_sync::atomics), -1);
+  EXPECT_EQ(reached(std::complex<double>{}, gpu::middle_sync::per_color), 0);
+  EXPECT_EQ(gpu::side_of(vrt::uplo::lower), gpu::triangle::lower);
+  EXPECT_EQ(gpu::side_of(vrt::uplo::upper), gpu::triangle::upper);
 }
 
 }  // namespace

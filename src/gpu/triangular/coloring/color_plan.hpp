@@ -10,6 +10,7 @@
 #include "common/internal_types.hpp"
 #include "common/variants.hpp"
 #include "handle/value_types.hpp"
+#include "platform/architecture.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
@@ -17,8 +18,6 @@ namespace orvane::vrt::sparse::gpu {
 inline constexpr std::int64_t narrow_color_rows = 256;
 // Rows of one chunk of the atomics solve: one sub-group of this many lanes serves a chunk.
 inline constexpr std::int64_t chunk_rows = 16;
-// The architecture whose real-valued solves synchronise the middle colors by atomics.
-inline constexpr int atomics_architecture = 4;
 
 inline constexpr std::int32_t sync_by_kernels = 1;
 inline constexpr std::int32_t sync_by_atomics = 2;
@@ -47,9 +46,9 @@ color_classes classify_colors(const std::vector<I>& color_ptr, std::int32_t num_
 
 // Atomics kernels exist for real values only.
 template <typename T>
-std::int32_t sync_mode_for(int architecture) {
+std::int32_t sync_mode_for(architecture device) {
   if constexpr (is_complex_v<T>) return sync_by_kernels;
-  else return architecture == atomics_architecture ? sync_by_atomics : sync_by_kernels;
+  else return syncs_levels_by_atomics(device) ? sync_by_atomics : sync_by_kernels;
 }
 
 template <typename I>

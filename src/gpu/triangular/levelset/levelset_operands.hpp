@@ -1,60 +1,62 @@
-// What the level-set kernels of one solve read and write: the coloured triangle of the chosen
-// side, the work areas and the per-call scalars, as containers of the handle's memory model.
+// What the level-set kernels of one solve read and write: the coloured strict part of the chosen
+// side as a product's matrix, the coloured right-hand side as its x and the coloured solution as
+// its y, with the diagonal reciprocals, the color starts and the per-call scalars.
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <type_traits>
+#include <vector>
+
+#include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
+#include "gpu/operand_binding.hpp"
+#include "gpu/triangular/levelset/row_update_kernel.hpp"
+#include "gpu/triangular/triangle_side.hpp"
 #include "handle/triangular_data.hpp"
 
 namespace orvane::vrt::sparse::gpu {
-
-enum class triangle { lower, upper };
 
 // Positions per work-group of the permutation, one-group and per-color kernels; a narrow color
 // (at most this many rows) fits one such group.
 inline constexpr std::size_t levelset_group = 256;
 
+// row_ptr: row starts over positions; col_ind: columns as positions; x: rhs_colored;
+// y: sol_colored.
 template <typename T, typename I, containerType C>
-struct levelset_operands {
+struct levelset_operands : product_arrays<T, I, C> {
   triangle side;
   std::size_t nrows;
   T alpha;
   bool nonunit;
   container_t<C, I> color_ptr;  // the device copy
-  container_t<C, I> ptr;        // coloured strict part of the side: row starts over positions
-  container_t<C, I> col;
-  container_t<C, T> val;
   container_t<C, T> inv_diag;
-  container_t<C, T> rhs;
-  container_t<C, T> sol;
 };
 
 template <typename T, typename I, containerType C>
 levelset_operands<T, I, C> make_levelset_operands(const coloringData& d, triangle side, T alpha,
                                                   bool nonunit) {
   const bool lower = side == triangle::lower;
-  return {side,
+  return {{as_container<C, I>(lower ? d.lower_ptr : d.upper_ptr),
+           as_container<C, I>(lower ? d.lower_col : d.upper_col),
+           as_container<C, T>(lower ? d.lower_val : d.upper_val),
+           as_container<C, T>(d.rhs_colored), as_container<C, T>(d.sol_colored)},
+          side,
           static_cast<std::size_t>(d.nrows),
           alpha,
           nonunit,
           as_container<C, I>(d.color_ptr_device),
-          as_container<C, I>(lower ? d.lower_ptr : d.upper_ptr),
-          as_container<C, I>(lower ? d.lower_col : d.upper_col),
-          as_container<C, T>(lower ? d.lower_val : d.upper_val),
-          as_container<C, T>(d.inv_diag_colored),
-          as_container<C, T>(d.rhs_colored),
-          as_container<C, T>(d.sol_colored)};
+          as_container<C, T>(d.inv_diag_colored)};
 }
 
-// Each kernel of a solve has one name per side: launch(std::type_identity<Lower>{}) for the
-// lower side, launch(std::type_identity<Upper>{}) for the upper.
-template <typename Lower, typename Upper, typename Launch>
-sycl::event launch_for_side(triangle side, Launch&& launch) {
-  return side == triangle::lower ? launch(std::type_identity<Lower>{})
-                                 : launch(std::type_identity<Upper>{});
+// The row update's arrays bound in one command group after deps: the product's five and the
+// diagonal reciprocals.
+template <typename T, typename I, containerType C>
+auto bind_row_update(sycl::handler& h, const std::vector<sycl::event>& deps,
+                     const levelset_operands<T, I, C>& op) {
+  auto [ptr, col, val, rhs, sol] = bind_product<C>(h, deps, op);
+  auto [inv_diag] = bind_reads(h, op.inv_diag);
+  return kernels::bound_row_update<T, I, decltype(ptr), decltype(val), decltype(sol)>{
+      ptr, col, val, inv_diag, rhs, sol, op.alpha, op.nonunit};
 }
 
 inline std::size_t round_up_to_group(std::size_t n) {

@@ -8,18 +8,16 @@
 #include <orvane/vrt/sparse.hpp>
 
 #include "containers/views.hpp"
+#include "gpu/triangular/triangle_side.hpp"
 #include "handle/handle.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
+// y = the solution of T y = alpha x for the coloured triangle of `side` (the handle's
+// coloring_lower or coloring_upper).
 template <typename T, typename I, containerType C>
-sycl::event levelsetTrsvLower_impl(sycl::queue& queue, uplo uplo_val, transpose op, diag diag_val,
-                                   T alpha, matrix_handle* handle, container_t<C, T> x,
-                                   container_t<C, T> y, const std::vector<sycl::event>& deps);
-
-template <typename T, typename I, containerType C>
-sycl::event levelsetTrsvUpper_impl(sycl::queue& queue, uplo uplo_val, transpose op, diag diag_val,
-                                   T alpha, matrix_handle* handle, container_t<C, T> x,
-                                   container_t<C, T> y, const std::vector<sycl::event>& deps);
+sycl::event levelset_trsv(sycl::queue& queue, triangle side, diag diagonal, T alpha,
+                          matrix_handle* handle, container_t<C, T> x, container_t<C, T> y,
+                          const std::vector<sycl::event>& deps);
 
 }  // namespace orvane::vrt::sparse::gpu

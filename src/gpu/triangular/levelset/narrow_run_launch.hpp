@@ -7,21 +7,10 @@
 
 #include <sycl/sycl.hpp>
 
+#include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
-#include "gpu/triangular/levelset/row_update.hpp"
 
 namespace orvane::vrt::sparse::gpu {
-
-namespace kernels {
-template <typename T, typename I, containerType C>
-class levelsetTrsvLower1;
-template <typename T, typename I, containerType C>
-class levelsetTrsvLower2;
-template <typename T, typename I, containerType C>
-class levelsetTrsvUpper1;
-template <typename T, typename I, containerType C>
-class levelsetTrsvUpper2;
-}  // namespace kernels
 
 // Which run of a solve: the first one it meets or the second.
 enum class narrow_run { first, second };
@@ -34,9 +23,8 @@ sycl::event submit_narrow_run(sycl::queue& queue, const levelset_operands<T, I, 
   auto launch = [&](auto name) {
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
-      depend_on<C>(h, deps);
-      auto cp = bind(h, op.color_ptr, sycl::read_only);
-      const auto update = kernels::bind_row_update(h, op);
+      const auto update = bind_row_update(h, deps, op);
+      auto [cp] = bind_reads(h, op.color_ptr);
       h.parallel_for<Name>(
           sycl::nd_range<1>(levelset_group, levelset_group), [=](sycl::nd_item<1> it) {
             const std::size_t t = it.get_local_id(0);

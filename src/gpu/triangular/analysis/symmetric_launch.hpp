@@ -9,17 +9,9 @@
 
 #include "common/portability.hpp"
 #include "containers/views.hpp"
+#include "gpu/triangular/design_names.hpp"
 
 namespace orvane::vrt::sparse::gpu::kernels {
-
-template <typename I, containerType C>
-class symmetric1;
-template <typename I, containerType C>
-class symmetric2;
-template <typename T, typename I, containerType C>
-class symmetric3;
-template <typename I, containerType C>
-class symmetric4;
 
 // Lanes of the sub-group that counts one row: one block read covers this many columns.
 inline constexpr int symmetric_lanes = 16;

@@ -6,20 +6,10 @@
 
 #include <sycl/sycl.hpp>
 
+#include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
 
 namespace orvane::vrt::sparse::gpu {
-
-namespace kernels {
-template <typename T, typename I, containerType C>
-class permVectorXl_class;
-template <typename T, typename I, containerType C>
-class permVectorXu_class;
-template <typename T, typename I, containerType C>
-class permVectorYl_class;
-template <typename T, typename I, containerType C>
-class permVectorYu_class;
-}  // namespace kernels
 
 enum class permutation { into_colors, into_rows };
 
@@ -33,8 +23,7 @@ sycl::event submit_permutation(sycl::queue& queue, triangle side, std::size_t nr
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
       depend_on<C>(h, deps);
-      auto s = bind(h, src, sycl::read_only);
-      auto ix = bind(h, index, sycl::read_only);
+      auto [s, ix] = bind_reads(h, src, index);
       auto d = bind(h, dst, sycl::write_only);
       h.parallel_for<Name>(sycl::nd_range<1>(round_up_to_group(nrows), levelset_group),
                            [=](sycl::nd_item<1> it) {

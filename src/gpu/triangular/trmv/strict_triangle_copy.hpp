@@ -1,5 +1,5 @@
 // A strict triangle of a sorted structure copied into a structure of its own, from the split
-// positions of the diagonal analysis (what the triangular product runs on).
+// positions of the diagonal analysis: what optimize_trmv builds for the triangular product.
 #pragma once
 
 #include <algorithm>
@@ -10,18 +10,11 @@
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
 #include "containers/views.hpp"
-#include "gpu/triangular/analysis/symmetric_impl.hpp"
+#include "gpu/triangular/design_names.hpp"
 #include "handle/handle.hpp"
 #include "handle/triangular_data.hpp"
 
 namespace orvane::vrt::sparse::gpu {
-
-namespace kernels {
-template <typename I, containerType C>
-class triangleData0;
-template <typename T, typename I, containerType C>
-class triangleData2;
-}  // namespace kernels
 
 // dst becomes the strict lower or upper triangle of src: zero-based, sorted, owning its arrays.
 // Not make_owned_structure: dst comes initialised from the caller, and the row starts are
@@ -35,12 +28,13 @@ sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructu
   const auto n = static_cast<std::size_t>(src->nrows);
   const I base = src->index != 0 ? I(1) : I(0);
   const sycl::context context = queue.get_context();
-  void* row_ptr = allocate_device_container<I>(n + 1, queue, C);
+  const char* const word = triangular_names::optimize_trmv;
+  void* row_ptr = allocate_or_throw<I>(n + 1, queue, C, word);
   void* total = allocate_host_container<long>(1, queue, C);
-  if (row_ptr == nullptr || total == nullptr) {
+  if (total == nullptr) {
     deallocate_container<I>(row_ptr, context, C);
-    deallocate_container<long>(total, context, C);
-    throw device_bad_alloc("sparse", "optimize_trmv", queue.get_device());
+    // The host total reports as the device arrays do.
+    throw device_bad_alloc("sparse", word, queue.get_device());
   }
   const auto rows = as_container<C, I>(row_ptr);
   const auto src_rows = as_container<C, I>(src->row_ptr);
@@ -72,13 +66,15 @@ sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructu
   }
   deallocate_container<long>(total, context, C);
   const auto entries = std::max<std::size_t>(static_cast<std::size_t>(nnz), 1);
-  void* col_ind = allocate_device_container<I>(entries, queue, C);
-  void* values = allocate_device_container<T>(entries, queue, C);
-  if (col_ind == nullptr || values == nullptr) {
+  void* col_ind = nullptr;
+  void* values = nullptr;
+  try {
+    col_ind = allocate_or_throw<I>(entries, queue, C, word);
+    values = allocate_or_throw<T>(entries, queue, C, word);
+  } catch (...) {
     deallocate_container<I>(row_ptr, context, C);
     deallocate_container<I>(col_ind, context, C);
-    deallocate_container<T>(values, context, C);
-    throw device_bad_alloc("sparse", "optimize_trmv", queue.get_device());
+    throw;
   }
   set_csr_data_impl(dst, src->nrows, src->ncols, index_base::zero, src->fp_type, src->int_type, C,
                     row_ptr, col_ind, values, true);

@@ -11,7 +11,8 @@
 #include "containers/prefix_sum.hpp"
 #include "gpu/format/sort.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
-#include "gpu/triangular/analysis/symmetric_kernels.hpp"
+#include "gpu/triangular/analysis/symmetric_launch.hpp"
+#include "gpu/triangular/design_names.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/release.hpp"
 
@@ -28,19 +29,25 @@ sycl::event symmetricKernel(sycl::queue& queue, uplo triangle, sparseStructure* 
   const auto n = static_cast<std::size_t>(src->nrows);
   const I base = src->index != 0 ? I(1) : I(0);
   const sycl::context context = queue.get_context();
-  void* counts = allocate_device_container<I>(n + 1, queue, C);
-  void* row_ptr = allocate_device_container<I>(n + 1, queue, C);
-  void* total = allocate_host_container<long>(1, queue, C);
+  const char* const word = triangular_names::unnamed;
+  void* counts = allocate_or_throw<I>(n + 1, queue, C, word);
+  void* row_ptr = nullptr;
+  void* total = nullptr;
   const auto free_temporaries = [&] {
     deallocate_container<I>(counts, context, C);
     deallocate_container<long>(total, context, C);
   };
-  if (counts == nullptr || row_ptr == nullptr || total == nullptr) {
+  try {
+    row_ptr = allocate_or_throw<I>(n + 1, queue, C, word);
+  } catch (...) {
+    free_temporaries();
+    throw;
+  }
+  total = allocate_host_container<long>(1, queue, C);
+  if (total == nullptr) {
     free_temporaries();
     deallocate_container<I>(row_ptr, context, C);
-    if (total == nullptr && counts != nullptr && row_ptr != nullptr)
-      throw host_bad_alloc("sparse", "");
-    throw device_bad_alloc("sparse", "", queue.get_device());
+    throw host_bad_alloc("sparse", word);
   }
   const auto rc = as_container<C, I>(counts);
   const auto src_rows = as_container<C, I>(src->row_ptr);
@@ -55,10 +62,8 @@ sycl::event symmetricKernel(sycl::queue& queue, uplo triangle, sparseStructure* 
     e = prefix_sum(queue, rc, n + 1, C, as_container<C, long>(total), {e});
     nnz = read_on_host<long, C>(queue, as_container<C, long>(total), {e});
     const auto entries = std::max<std::size_t>(static_cast<std::size_t>(nnz), 1);
-    col_ind = allocate_device_container<I>(entries, queue, C);
-    values = allocate_device_container<T>(entries, queue, C);
-    if (col_ind == nullptr || values == nullptr)
-      throw device_bad_alloc("sparse", "", queue.get_device());
+    col_ind = allocate_or_throw<I>(entries, queue, C, word);
+    values = allocate_or_throw<T>(entries, queue, C, word);
   } catch (...) {
     queue.wait();
     free_temporaries();
@@ -88,9 +93,10 @@ template <typename T, typename I, containerType C>
 sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src,
                            matrix_handle* dst, const std::vector<sycl::event>& deps) {
   sparseStructure* from = src->primary;
-  if (from == nullptr) throw uninitialized("sparse", "", "Matrix is not initialized");
+  namespace names = triangular_names;
+  if (from == nullptr) throw uninitialized("sparse", names::unnamed, names::not_initialized);
   if (from->format != format_csr)
-    throw unimplemented("sparse", "", "currently only supports the CSR matrix format");
+    throw unimplemented("sparse", names::unnamed, names::csr_only);
   sparseStructure** slot = &dst->primary;
   if (src == dst) {
     if (from->symmetric != 0) {
@@ -134,3 +140,9 @@ sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src
 }
 
 }  // namespace orvane::vrt::sparse::gpu
+
+#define VRT_INSTANTIATE_GPU_SYMMETRIC(T, I, C)                                                   \
+  namespace orvane::vrt::sparse::gpu {                                                           \
+  template sycl::event symmetric_impl<T, I, C>(sycl::queue&, uplo, matrix_handle*,               \
+                                               matrix_handle*, const std::vector<sycl::event>&); \
+  }

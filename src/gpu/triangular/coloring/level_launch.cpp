@@ -1,20 +1,11 @@
 // The level kernels for both index widths and memory models.
-#include "gpu/triangular/coloring/level_kernels.hpp"
+#include "gpu/triangular/coloring/level_launch.hpp"
 
 #include <cstdint>
 
-namespace orvane::vrt::sparse::gpu {
+#include "gpu/triangular/design_names.hpp"
 
-namespace kernels {
-template <typename I, containerType C>
-class coloring1;
-template <typename I, containerType C>
-class coloring2;
-template <typename I, containerType C>
-class coloring3;
-template <typename I, containerType C>
-class coloring4;
-}  // namespace kernels
+namespace orvane::vrt::sparse::gpu {
 
 namespace {
 

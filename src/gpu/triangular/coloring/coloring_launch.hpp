@@ -16,23 +16,20 @@
 #include "gpu/triangular/coloring/color_plan.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
 #include "gpu/triangular/coloring/host_staging.hpp"
-#include "gpu/triangular/coloring/level_kernels.hpp"
+#include "gpu/triangular/coloring/level_launch.hpp"
+#include "gpu/triangular/design_names.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/triangular_data.hpp"
 #include "platform/device_info.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
-namespace kernels {
-template <typename T, typename I, containerType C>
-class coloring5;
-}  // namespace kernels
-
 namespace coloring_detail {
 
 // Below this many rows one work-item lays out the coloured rows: cheaper than two scans.
 inline constexpr std::size_t single_item_layout_rows = 257;
-inline constexpr const char* word = "optimize_trsv";
+// The word also when optimize_trsm is the caller.
+inline constexpr const char* word = triangular_names::optimize_trsv;
 
 // Containers of one coloring call: the record under construction and the temporaries. Unless
 // the call completes, the destructor frees all of them once the queue's work is done.
@@ -68,16 +65,14 @@ struct coloring_allocations {
   coloringData* data() const { return static_cast<coloringData*>(record); }
 };
 
-// Allocates count (at least one) elements; device_bad_alloc when the memory cannot be had.
+// Allocates count (at least one) elements; device_bad_alloc when the memory cannot be had, or
+// host_bad_alloc for the host tables.
 template <typename E, containerType C>
 void* take(sycl::queue& queue, std::size_t count, bool host) {
   count = std::max<std::size_t>(count, 1);
-  void* p = host ? allocate_host_container<E>(count, queue, C)
-                 : allocate_device_container<E>(count, queue, C);
-  if (p == nullptr) {
-    if (host) throw host_bad_alloc("sparse", word);
-    throw device_bad_alloc("sparse", word, queue.get_device());
-  }
+  if (!host) return allocate_or_throw<E>(count, queue, C, word);
+  void* p = allocate_host_container<E>(count, queue, C);
+  if (p == nullptr) throw host_bad_alloc("sparse", word);
   return p;
 }
 
@@ -130,11 +125,6 @@ sycl::event submit_coloring5(sycl::queue& queue, const level_arrays<I, C>& a,
 
 }  // namespace coloring_detail
 
-// The refusal of a matrix whose rows the level sets cannot all reach.
-inline constexpr const char* uncolorable_message =
-    "the level sets do not reach every row: the sparsity pattern is not symmetric although the "
-    "matrix has the symmetric property";
-
 template <typename T, typename I, containerType C>
 sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
                           diagonalValuesData* values, diagonalStructData* positions,
@@ -165,8 +155,8 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
   mem.upper_total = take<long, C>(queue, 1, false);
   d.color_ptr_device = device_copy_of<I, C>(queue, d.color_ptr_host, color_ptr_length);
 
-  int architecture = 0;
-  vrt::gpu::get_architecture(&architecture, &queue);
+  int architecture_code = 0;
+  vrt::gpu::get_architecture(&architecture_code, &queue);
   const level_arrays<I, C> a{n,
                              static_cast<I>(matrix->index),
                              as_container<C, I>(matrix->row_ptr),
@@ -191,7 +181,7 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
     // An empty color releases nothing, so the levels would never cover the rows: the rows the
     // coloring reads as dependents do not mirror the dependencies, as with a symmetric property
     // on a matrix whose pattern is not symmetric.
-    if (width == 0) throw computation_error("sparse", "optimize_trsv", uncolorable_message);
+    if (width == 0) throw computation_error("sparse", word, triangular_names::uncolorable);
     step = submit_coloring2<I, C>(queue, a, start, width, {step});
     color_ptr.push_back(read_on_host<I, C>(queue, a.counter, {step}));
   }
@@ -207,7 +197,7 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
       queue, as_container<C, I>(d.color_ptr_host), as_container<C, I>(d.color_ptr_device),
       color_ptr_length)};
 
-  d.sync_mode = sync_mode_for<T>(architecture);
+  d.sync_mode = sync_mode_for<T>(architecture_from_code(architecture_code));
   if (d.sync_mode == sync_by_atomics && classes.head + classes.tail < num_colors) {
     const chunk_tables<I> t = make_chunk_tables(color_ptr, num_colors, classes);
     d.num_chunks = t.num_chunks;

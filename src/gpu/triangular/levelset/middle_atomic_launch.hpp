@@ -13,19 +13,11 @@
 #include "common/portability.hpp"
 #include "containers/views.hpp"
 #include "gpu/triangular/coloring/color_plan.hpp"
+#include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
 #include "handle/value_types.hpp"
 
-namespace orvane::vrt::sparse::gpu::kernels {
-
-template <typename T, typename I, containerType C>
-class levelsetTrsvLower_atomic;
-template <typename T, typename I, containerType C>
-class levelsetTrsvUpper_atomic;
-template <typename I, containerType C>
-class levelsetTrsvLower_atomic_init;
-template <typename I, containerType C>
-class levelsetTrsvUpper_atomic_init;
+namespace orvane::vrt::sparse::gpu {
 
 // Lanes of one sub-group; each serves one position of its chunk.
 inline constexpr int atomic_lanes = static_cast<int>(chunk_rows);
@@ -74,8 +66,8 @@ sycl::event submit_counter_init(sycl::queue& queue, triangle side, const colorin
       });
     });
   };
-  return launch_for_side<levelsetTrsvLower_atomic_init<I, C>,
-                         levelsetTrsvUpper_atomic_init<I, C>>(side, launch);
+  return launch_for_side<kernels::levelsetTrsvLower_atomic_init<I, C>,
+                         kernels::levelsetTrsvUpper_atomic_init<I, C>>(side, launch);
 }
 
 // Sum over one coloured row of value * solution, the lanes striding by 16; the first block of
@@ -106,15 +98,10 @@ sycl::event submit_atomic_solve(sycl::queue& queue, const levelset_operands<T, I
   auto launch = [&](auto name) {
     using Name = portable::sub_group_kernel<typename decltype(name)::type, atomic_lanes>;
     return queue.submit([&](sycl::handler& h) {
-      depend_on<C>(h, deps);
-      auto pt = bind(h, op.ptr, sycl::read_only);
-      auto cl = bind(h, op.col, sycl::read_only);
-      auto va = bind(h, op.val, sycl::read_only);
-      auto inv = bind(h, op.inv_diag, sycl::read_only);
-      auto rhs = bind(h, op.rhs, sycl::read_only);
-      auto sol = bind(h, op.sol, sycl::read_write);
-      auto starts = bind(h, as_container<C, I>(d.chunk_start_device), sycl::read_only);
-      auto colors = bind(h, as_container<C, I>(d.chunk_color_device), sycl::read_only);
+      auto [pt, cl, va, rhs, sol] = bind_product<C>(h, deps, op);
+      auto [inv, starts, colors] =
+          bind_reads(h, op.inv_diag, as_container<C, I>(d.chunk_start_device),
+                     as_container<C, I>(d.chunk_color_device));
       auto counters = bind(h, as_container<C, I>(d.color_counters), sycl::read_write);
       auto tickets = bind(h, as_container<C, I>(d.chunk_ticket), sycl::read_write);
       const T alpha = op.alpha;
@@ -198,52 +185,21 @@ sycl::event submit_atomic_solve(sycl::queue& queue, const levelset_operands<T, I
           });
     });
   };
-  return launch_for_side<levelsetTrsvLower_atomic<T, I, C>, levelsetTrsvUpper_atomic<T, I, C>>(
+  return launch_for_side<kernels::levelsetTrsvLower_atomic<T, I, C>,
+                         kernels::levelsetTrsvUpper_atomic<T, I, C>>(
       op.side, launch);
 }
 
+// The init, then the persistent solve; in USM both join `dependencies`. Real values only.
 template <typename T, typename I, containerType C>
-sycl::event middle_by_atomics(sycl::queue& queue, triangle side, T alpha, bool nonunit,
-                              coloringData* data, std::vector<sycl::event>& dependencies) {
-  const auto op = make_levelset_operands<T, I, C>(*data, side, alpha, nonunit);
-  const sycl::event init = submit_counter_init<I, C>(queue, side, *data, dependencies);
+sycl::event middle_by_atomics(sycl::queue& queue, const levelset_operands<T, I, C>& op,
+                              const coloringData& data, std::vector<sycl::event>& dependencies) {
+  static_assert(!is_complex_v<T>, "complex solves never synchronise by atomics");
+  const sycl::event init = submit_counter_init<I, C>(queue, op.side, data, dependencies);
   if constexpr (C == container_usm) dependencies.push_back(init);
-  const sycl::event solved = submit_atomic_solve<T, I, C>(queue, op, *data, {init});
+  const sycl::event solved = submit_atomic_solve<T, I, C>(queue, op, data, {init});
   if constexpr (C == container_usm) dependencies.push_back(solved);
   return solved;
 }
 
-// Real values only: complex solves never synchronise by atomics.
-template <typename T, typename I>
-sycl::event trsv_levelset_middlecolors_sync_by_atomics(sycl::queue& queue, triangle side,
-                                                       containerType container, T alpha,
-                                                       bool nonunit, coloringData* data,
-                                                       std::vector<sycl::event>& dependencies) {
-  if constexpr (is_complex_v<T>) {
-    return sycl::event();
-  } else if (container == container_usm) {
-    return middle_by_atomics<T, I, container_usm>(queue, side, alpha, nonunit, data,
-                                                  dependencies);
-  } else {
-    return middle_by_atomics<T, I, container_buffer>(queue, side, alpha, nonunit, data,
-                                                     dependencies);
-  }
-}
-
-template <typename T, typename I>
-sycl::event trsv_lower_levelset_middlecolors_sync_by_atomics(
-    sycl::queue& queue, containerType container, T alpha, std::int32_t /*num_colors*/,
-    bool nonunit, coloringData* data, std::vector<sycl::event>& dependencies) {
-  return trsv_levelset_middlecolors_sync_by_atomics<T, I>(queue, triangle::lower, container,
-                                                          alpha, nonunit, data, dependencies);
-}
-
-template <typename T, typename I>
-sycl::event trsv_upper_levelset_middlecolors_sync_by_atomics(
-    sycl::queue& queue, containerType container, T alpha, std::int32_t /*num_colors*/,
-    bool nonunit, coloringData* data, std::vector<sycl::event>& dependencies) {
-  return trsv_levelset_middlecolors_sync_by_atomics<T, I>(queue, triangle::upper, container,
-                                                          alpha, nonunit, data, dependencies);
-}
-
-}  // namespace orvane::vrt::sparse::gpu::kernels
+}  // namespace orvane::vrt::sparse::gpu

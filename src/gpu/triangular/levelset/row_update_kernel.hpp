@@ -7,7 +7,6 @@
 #include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
-#include "gpu/triangular/levelset/levelset_operands.hpp"
 
 namespace orvane::vrt::sparse::gpu::kernels {
 
@@ -32,7 +31,7 @@ void levelset_update_position(std::size_t p, const I* ptr, const I* col, const T
 }
 
 // What the row update reads and writes, bound in one command group (pointers for USM, accessors
-// for buffers), with the per-call scalars; solve(p) updates position p.
+// for buffers; bind_row_update makes it), with the per-call scalars; solve(p) updates position p.
 template <typename T, typename I, typename IndexView, typename ValueView, typename SolutionView>
 struct bound_row_update {
   IndexView ptr, col;
@@ -46,17 +45,5 @@ struct bound_row_update {
                                    raw(sol), alpha, nonunit);
   }
 };
-
-template <typename T, typename I, containerType C>
-auto bind_row_update(sycl::handler& h, const levelset_operands<T, I, C>& op) {
-  using IndexView = decltype(bind(h, op.ptr, sycl::read_only));
-  using ValueView = decltype(bind(h, op.val, sycl::read_only));
-  using SolutionView = decltype(bind(h, op.sol, sycl::read_write));
-  return bound_row_update<T, I, IndexView, ValueView, SolutionView>{
-      bind(h, op.ptr, sycl::read_only),      bind(h, op.col, sycl::read_only),
-      bind(h, op.val, sycl::read_only),      bind(h, op.inv_diag, sycl::read_only),
-      bind(h, op.rhs, sycl::read_only),      bind(h, op.sol, sycl::read_write),
-      op.alpha,                              op.nonunit};
-}
 
 }  // namespace orvane::vrt::sparse::gpu::kernels

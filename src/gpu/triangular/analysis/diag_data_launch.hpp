@@ -7,10 +7,12 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "common/variants.hpp"
 #include "containers/containers.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
-#include "gpu/triangular/analysis/diag_kernels.hpp"
+#include "gpu/triangular/analysis/diag_fill_launch.hpp"
+#include "gpu/triangular/design_names.hpp"
 #include "handle/coalesce_events.hpp"
 #include "platform/services.hpp"
 
@@ -39,10 +41,6 @@ struct diag_allocation {
   }
 };
 
-inline constexpr const char* missing_diagonal_message =
-    "The matrix operation with diag::nonunit is missing diagonal values in the structure or has "
-    "zero values set on diagonal, both of which are not supported.";
-
 }  // namespace detail
 
 template <typename T, typename I, containerType C>
@@ -51,7 +49,7 @@ sycl::event diagDataKernel(sycl::queue& queue, sparseStructure* s, diagonalValue
                            const std::vector<sycl::event>& deps) {
   // Split positions are only defined on sorted rows; callers sort first.
   if (want_struct && s->sorted != 1)
-    throw computation_error("sparse", "diagDataKernel", "internal error");
+    internal_error(triangular_names::diag_data_kernel);
   const bool values_existed = *values != nullptr;
   const bool need_struct = want_struct && *positions == nullptr;
   if (values_existed && !need_struct) return coalesce_events(queue, C, deps, false);
@@ -66,27 +64,26 @@ sycl::event diagDataKernel(sycl::queue& queue, sparseStructure* s, diagonalValue
 
   detail::diag_allocation a{queue, C};
   const bool new_values = !values_existed;
-  if (new_values) {
-    a.diag = allocate_device_container<T>(rows, queue, C);
-    a.inv_diag = allocate_device_container<T>(rows, queue, C);
-    a.status_device = allocate_device_container<I>(status_entries, queue, C);
-  }
-  if (need_struct) {
-    a.lower_end = allocate_device_container<I>(rows, queue, C);
-    a.upper_start = allocate_device_container<I>(rows, queue, C);
-  }
-  const bool device_failed =
-      (new_values && (a.diag == nullptr || a.inv_diag == nullptr || a.status_device == nullptr)) ||
-      (need_struct && (a.lower_end == nullptr || a.upper_start == nullptr));
-  if (device_failed) {
+  const char* const word = triangular_names::unnamed;
+  try {
+    if (new_values) {
+      a.diag = allocate_or_throw<T>(rows, queue, C, word);
+      a.inv_diag = allocate_or_throw<T>(rows, queue, C, word);
+      a.status_device = allocate_or_throw<I>(status_entries, queue, C, word);
+    }
+    if (need_struct) {
+      a.lower_end = allocate_or_throw<I>(rows, queue, C, word);
+      a.upper_start = allocate_or_throw<I>(rows, queue, C, word);
+    }
+  } catch (...) {
     a.release<T, I>();
-    throw device_bad_alloc("sparse", "", queue.get_device());
+    throw;
   }
   if (new_values) {
     a.status_host = allocate_host_container<I>(status_entries, queue, C);
     if (a.status_host == nullptr) {
       a.release<T, I>();
-      throw host_bad_alloc("sparse", "");
+      throw host_bad_alloc("sparse", word);
     }
   }
   // The records come last, so that a failure leaves the slots as they were.
@@ -152,13 +149,10 @@ template <typename T, typename I, containerType C>
 sycl::event diagData_impl(sycl::queue& queue, sparseStructure* s, diagonalValuesData** values,
                           bool want_struct, diagonalStructData** positions,
                           const std::vector<sycl::event>& deps) {
-  if (s->format != format_csr)
-    throw unimplemented("sparse", "", "currently only supports the CSR matrix format");
+  namespace names = triangular_names;
+  if (s->format != format_csr) throw unimplemented("sparse", names::unnamed, names::csr_only);
   if (s->fp_type == fp_unset)
-    throw unimplemented("sparse", "",
-                        "Only supports analysis of diagonal elements on fully initialized matrix "
-                        "handles. Please call set_xxx_data routine with your matrix data arrays "
-                        "before calling the optimize routine.");
+    throw unimplemented("sparse", names::unnamed, names::analysis_needs_values);
   return diagDataKernel<T, I, C>(queue, s, values, want_struct, positions, deps);
 }
 
@@ -173,14 +167,14 @@ sycl::event updateDiagData_and_check_for_missing_diags(sycl::queue& queue, spars
       diagData_impl<T, I, C>(queue, s, values, want_struct, positions, deps);
   const diagonalValuesData* v = *values;
   if (v == nullptr || v->status_host == nullptr)
-    throw computation_error("sparse", word, "internal error");
+    internal_error(word);
   const std::uint32_t stride =
       v->status_stride != ~0u ? v->status_stride : default_status_stride;
   const auto status = as_container<C, I>(v->status_host);
   const I missing = read_on_host<I, C>(queue, status, {done});
   const I zero = read_on_host<I, C>(queue, status, {done}, stride);
   if (diagonal == diag::nonunit && (missing > 0 || zero > 0))
-    throw invalid_argument("sparse", word, detail::missing_diagonal_message);
+    throw invalid_argument("sparse", word, triangular_names::missing_diagonal);
   return done;
 }
 

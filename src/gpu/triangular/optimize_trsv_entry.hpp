@@ -9,8 +9,9 @@
 #include "gpu/entry_points.hpp"
 #include "gpu/format/sort.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
-#include "gpu/triangular/analysis/symmetric_impl.hpp"
+#include "gpu/triangular/analysis/symmetric_entry.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
+#include "gpu/triangular/design_names.hpp"
 #include "handle/coalesce_events.hpp"
 
 namespace orvane::vrt::sparse::gpu {
@@ -18,27 +19,25 @@ namespace orvane::vrt::sparse::gpu {
 template <typename T, typename I, containerType C>
 sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, diag diagonal,
                                matrix_handle* A, const event_list& deps) {
-  if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", "optimize_trsv", "uplo_flag");
+  namespace names = triangular_names;
+  const char* const word = names::optimize_trsv;
+  if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", word, names::uplo_flag);
   if (diagonal != diag::nonunit && diagonal != diag::unit)
-    throw invalid_argument("sparse", "optimize_trsv", "diag_flag");
-  if (op != transpose::nontrans)
-    throw unimplemented("sparse", "optimize_trsv",
-                        "currently only supports the orvane::vrt::transpose::nontrans op");
+    throw invalid_argument("sparse", word, names::diag_flag);
+  if (op != transpose::nontrans) throw unimplemented("sparse", word, names::nontrans_only);
   const bool lower = triangle == uplo::lower;
   coloringData** coloring = lower ? &A->coloring_lower : &A->coloring_upper;
   sycl::event last;
   if (*coloring == nullptr) {
-    if (A->primary == nullptr)
-      throw uninitialized("sparse", "optimize_trsv", "Matrix is not initialized");
+    if (A->primary == nullptr) throw uninitialized("sparse", word, names::not_initialized);
     if (A->primary->format != format_csr)
-      throw unimplemented("sparse", "optimize_trsv",
-                          "currently only supports the CSR matrix format on GPU devices");
+      throw unimplemented("sparse", word, names::csr_only_on_gpu);
     if (A->primary->symmetric == 0) {
       last = symmetric_impl<T, I, C>(queue, triangle, A, A, deps);
       sparseStructure* expanded = lower ? A->sym_from_lower : A->sym_from_upper;
       diagonalStructData** positions = lower ? &A->diag_struct_lower : &A->diag_struct_upper;
       last = updateDiagData_and_check_for_missing_diags<T, I, C>(
-          queue, expanded, &A->diag_values, true, positions, diagonal, "optimize_trsv", {last});
+          queue, expanded, &A->diag_values, true, positions, diagonal, word, {last});
       last = coloring_impl<T, I, C>(queue, expanded, A->diag_values, *positions, coloring,
                                     {last});
     } else {
@@ -52,8 +51,7 @@ sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, 
         analysed = A->sorted_copy;
       }
       last = updateDiagData_and_check_for_missing_diags<T, I, C>(
-          queue, analysed, &A->diag_values, true, &A->diag_struct, diagonal, "optimize_trsv",
-          {last});
+          queue, analysed, &A->diag_values, true, &A->diag_struct, diagonal, word, {last});
       A->diag_struct_lower = A->diag_struct;
       A->diag_struct_upper = A->diag_struct;
       last = coloring_impl<T, I, C>(queue, analysed, A->diag_values, A->diag_struct,
@@ -71,6 +69,5 @@ sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, 
   namespace orvane::vrt::sparse::gpu {                                                           \
   template sycl::event optimize_trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \
                                                    matrix_handle*, const event_list&);           \
-  template sycl::event symmetric_impl<T, I, C>(sycl::queue&, uplo, matrix_handle*,               \
-                                               matrix_handle*, const std::vector<sycl::event>&); \
-  }
+  }                                                                                              \
+  VRT_INSTANTIATE_GPU_SYMMETRIC(T, I, C)

@@ -1,0 +1,82 @@
+// Launches of the per-row kernels of the diagonal analysis: values and flags (fillDiagPos1),
+// split positions of sorted rows (fillDiagPos2), or both in one walk (fillDiagPos3).
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+#include <vector>
+
+#include <sycl/sycl.hpp>
+
+#include "containers/views.hpp"
+#include "gpu/operand_binding.hpp"
+#include "gpu/triangular/analysis/diag_operands.hpp"
+#include "gpu/triangular/design_names.hpp"
+
+namespace orvane::vrt::sparse::gpu::kernels {
+
+// Whole unsorted rows: the first entry on the diagonal gives the value.
+template <typename T, typename I, containerType C>
+sycl::event fill_diag_values(sycl::queue& queue, const diag_operands<T, I, C>& op,
+                             const std::vector<sycl::event>& deps) {
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto [rp, ci, va] = bind_reads(h, op.row_ptr, op.col_ind, op.values);
+    const auto out = bind_diagonal(h, op);
+    const I base = op.index;
+    h.parallel_for<fillDiagPos1<T, I, C>>(
+        sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> id) {
+          const I row = static_cast<I>(id[0]);
+          I position = -1;
+          for (I k = raw(rp)[row] - base; k < raw(rp)[row + 1] - base; ++k)
+            if (raw(ci)[k] - base == row) {
+              position = k;
+              break;
+            }
+          out.store(row, position, raw(va));
+        });
+  });
+}
+
+template <typename I, containerType C>
+sycl::event fill_diag_positions(sycl::queue& queue, std::int64_t nrows, I base,
+                                container_t<C, I> row_ptr, container_t<C, I> col_ind,
+                                container_t<C, I> lower_end, container_t<C, I> upper_start,
+                                const std::vector<sycl::event>& deps) {
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto [rp, ci] = bind_reads(h, row_ptr, col_ind);
+    auto le = bind(h, lower_end, sycl::write_only);
+    auto us = bind(h, upper_start, sycl::write_only);
+    h.parallel_for<fillDiagPos2<I, C>>(
+        sycl::range<1>(static_cast<std::size_t>(nrows)), [=](sycl::id<1> id) {
+          const I row = static_cast<I>(id[0]);
+          const split_walk<I> w = walk_sorted_row<I>(raw(rp), raw(ci), base, row);
+          raw(le)[row] = w.lower_end;
+          raw(us)[row] = w.upper_start;
+        });
+  });
+}
+
+template <typename T, typename I, containerType C>
+sycl::event fill_diag_values_and_positions(sycl::queue& queue, const diag_operands<T, I, C>& op,
+                                           const std::vector<sycl::event>& deps) {
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto [rp, ci, va] = bind_reads(h, op.row_ptr, op.col_ind, op.values);
+    const auto out = bind_diagonal(h, op);
+    auto le = bind(h, op.lower_end, sycl::write_only);
+    auto us = bind(h, op.upper_start, sycl::write_only);
+    const I base = op.index;
+    h.parallel_for<fillDiagPos3<T, I, C>>(
+        sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> id) {
+          const I row = static_cast<I>(id[0]);
+          const split_walk<I> w = walk_sorted_row<I>(raw(rp), raw(ci), base, row);
+          raw(le)[row] = w.lower_end;
+          raw(us)[row] = w.upper_start;
+          out.store(row, w.diagonal, raw(va));
+        });
+  });
+}
+
+}  // namespace orvane::vrt::sparse::gpu::kernels
