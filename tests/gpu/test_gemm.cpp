@@ -5,16 +5,20 @@
 #include <gtest/gtest.h>
 #include <hostsycl/hostsycl.hpp>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <complex>
 #include <functional>
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "containers/views.hpp"
 #include "gpu/entry_points.hpp"
 #include "gpu/gemm/gemm_plan.hpp"
-#include "gpu/gemm/subgroup_launch.hpp"
+#include "gpu/gemm/subgroup_path.hpp"
 #include "handle/gemm_data.hpp"
 #include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
@@ -847,6 +851,44 @@ TEST(GemmPlan, ExplicitSimdTiles) {
   EXPECT_EQ(gp::esimd_rows_per_group(129), 128);
   EXPECT_EQ(gp::esimd_rows_per_group(256), 128);
   EXPECT_EQ(gp::esimd_rows_per_group(257), 1024);
+}
+
+// ---- the adaptor steps the staging arrays use ---------------------------------------------------
+
+// A replaced USM staging array is freed behind the caller's events, not before them; a buffer is
+// released at once (its destruction waits for its users).
+TEST(GemmStaging, ReleaseWaitsForTheDependenciesInUsmOnly) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  std::atomic<bool> work_done{false};
+  std::atomic<bool> released_after_work{false};
+  const sycl::event work = q.submit([&](sycl::handler& h) {
+    h.host_task([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      work_done = true;
+    });
+  });
+  vs::release_after<vs::container_usm>(q, {work}, [&] { released_after_work = work_done.load(); });
+  q.wait();
+  EXPECT_TRUE(released_after_work);
+
+  bool released = false;
+  vs::release_after<vs::container_buffer>(q, {}, [&] { released = true; });
+  EXPECT_TRUE(released);
+}
+
+// The host reads nnz only after the USM count has run.
+TEST(GemmStaging, HostReadWaitsForUsmWork) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  std::atomic<bool> counted{false};
+  const sycl::event work = q.submit([&](sycl::handler& h) {
+    h.host_task([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      counted = true;
+    });
+  });
+  vs::wait_for_host_read<vs::container_usm>(work);
+  EXPECT_TRUE(counted);
+  q.wait();
 }
 
 }  // namespace

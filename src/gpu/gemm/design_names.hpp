@@ -5,7 +5,7 @@
 // The design's names of the family's entries and shells, and the templates that are they
 // (<p> a value letter s, d, c, z; <i> i4 or i8; <c> usm or buf):
 //   gpu::<p>gemm_impl_<i>_<c>           gpu::gemm_impl<T, I, C> (gemm_entry.hpp)
-//   gpu::<p>gemm_opt_subgroup           gemm::gemm_opt_subgroup<T, I, C> (subgroup_launch.hpp)
+//   gpu::<p>gemm_opt_subgroup           gemm::gemm_opt_subgroup<T, I, C> (subgroup_path.hpp)
 //   gpu::<p>gemm_opt_esimd              gemm::gemm_opt_esimd<T, I, C> (esimd_launch.hpp)
 //   gpu::kernels::<p>gemm_subgroup_kernel_wrapper<sg, vec>
 //                                       gemm::gemm_subgroup_kernel_wrapper<T, I, C, SG, VEC>

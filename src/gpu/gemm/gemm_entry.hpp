@@ -12,7 +12,7 @@
 #include "gpu/gemm/design_names.hpp"
 #include "gpu/gemm/esimd_launch.hpp"
 #include "gpu/gemm/gemm_plan.hpp"
-#include "gpu/gemm/subgroup_launch.hpp"
+#include "gpu/gemm/subgroup_path.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/gemm_data.hpp"
 #include "handle/nnz.hpp"
