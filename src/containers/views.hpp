@@ -72,4 +72,34 @@ T read_on_host(sycl::queue& queue, container_t<C, T> src, const std::vector<sycl
   return value;
 }
 
+// ---- Host steps between device work, by memory model ---------------------------------------
+
+// Waits for work whose result the host reads next. USM work reports its end only through its
+// event; the buffer forms of such steps have already finished on the calling thread (they read
+// through host accessors), so their event needs no wait.
+template <containerType C>
+void wait_for_host_read(sycl::event done) {
+  if constexpr (C == container_usm)
+    done.wait();
+  else
+    (void)done;
+}
+
+// Runs `release` (a host callable that frees a container) once the work in deps is done, without
+// waiting for it here: for USM a host task behind deps does it; a buffer is released at once,
+// since destroying a buffer itself waits for the commands that use it.
+template <containerType C, typename Release>
+void release_after(sycl::queue& queue, const std::vector<sycl::event>& deps, Release release) {
+  if constexpr (C == container_usm) {
+    queue.submit([&](sycl::handler& h) {
+      h.depends_on(deps);
+      h.host_task(release);
+    });
+  } else {
+    (void)queue;
+    (void)deps;
+    release();
+  }
+}
+
 }  // namespace orvane::vrt::sparse

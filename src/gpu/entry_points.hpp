@@ -18,9 +18,8 @@ namespace orvane::vrt::sparse::gpu {
 
 #include "handle/backend_entry_points.inc"
 
-// The names the design gives these entry points (dgemv_impl_i4_usm, ...).
-VRT_NAME_VARIANTS(gemv_impl)
-VRT_NAME_VARIANTS(sort_matrix_impl)
-VRT_NAME_VARIANTS(omatcopy_impl)
+// The design names each instance <p><entry>_<i4|i8>_<usm|buf> (dgemv_impl_i4_usm is
+// gemv_impl<double, std::int32_t, container_usm>); the design_names.hpp of each family lists its
+// entries.
 
 }  // namespace orvane::vrt::sparse::gpu

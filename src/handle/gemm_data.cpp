@@ -5,6 +5,7 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "common/variants.hpp"
 #include "containers/containers.hpp"
 #include "handle/record.hpp"
@@ -24,8 +25,7 @@ void initGemmInternalData(gemmInternalData** slot) {
 }
 
 void cache_gemm_internals(sycl::queue& queue, gemmInternalData* data) {
-  if (data == nullptr || data->plan_failed)
-    throw computation_error("sparse", "gemm", "internal error");
+  if (data == nullptr || data->plan_failed) internal_error("gemm");
   if (data->cached) return;
   if (data->device_data == nullptr) initDeviceInternalData(&data->device_data);
   if (!data->device_data->cached) cache_device_internals(queue, data->device_data);

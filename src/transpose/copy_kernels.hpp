@@ -15,20 +15,9 @@
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
 #include "handle/value_types.hpp"
+#include "transpose/design_names.hpp"
 
 namespace orvane::vrt::sparse::transpose_kernels {
-
-template <typename T, typename I, containerType C>
-class csrComputeIbCopy;
-template <typename T, typename I, containerType C, bool Values>
-class cooTransposeKernel;
-
-inline constexpr const char* omatcopy_word = "omatcopy";
-// Input and output of a transpose must both have values or both be structures only. The missing
-// blank in "emptyor" is the message as users know it: keep it.
-inline constexpr const char* values_mismatch =
-    "Either both input `a` and output `a^T` arrays must be emptyor both must be allocated with "
-    "`a^T` at least as long as `a`";
 
 // out = in with the index base changed to out's; values copied when both have them.
 template <typename T, typename I, containerType C>

@@ -9,26 +9,27 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
 #include "handle/owned_structure.hpp"
 #include "handle/release.hpp"
 #include "transpose/copy_kernels.hpp"
+#include "transpose/design_names.hpp"
 
 namespace orvane::vrt::sparse::transpose_frames {
 
-inline constexpr const char* not_fully_initialized =
-    "Only supports transpose on fully initialized matrix handles. Please call set_xxx_data "
-    "routine";
+using transpose_kernels::not_fully_initialized;
+using transpose_kernels::omatcopy_word;
 
 // Both handles need a matrix; a copy also needs the same format on both sides.
 inline void check_frame(matrix_handle* A, matrix_handle* B, bool same_handle_skips_format) {
   if (A->primary == nullptr || B->primary == nullptr)
-    throw invalid_argument("sparse", "omatcopy", "At least one matrix is not initialized");
+    throw invalid_argument("sparse", omatcopy_word, "At least one matrix is not initialized");
   if (!(same_handle_skips_format && A == B) && A->primary->format != B->primary->format)
-    throw invalid_argument("sparse", "omatcopy", "Input and output matrix formats must be same");
+    throw invalid_argument("sparse", omatcopy_word, "Input and output matrix formats must be same");
   if (A->primary->format != format_csr && A->primary->format != format_coo)
-    throw unimplemented("sparse", "omatcopy",
+    throw unimplemented("sparse", omatcopy_word,
                         "Only CSR and COO matrix formats are currently supported");
 }
 
@@ -52,7 +53,7 @@ sycl::event build_own_transpose(sycl::queue& queue, transpose op, matrix_handle*
                           in->nnz,             index_base::zero, in->fp_type,
                           in->int_type,        in->values != nullptr};
   sparseStructure* out =
-      make_owned_structure<T, I, C>(queue, reinterpret_cast<void**>(slot), shape, "omatcopy");
+      make_owned_structure<T, I, C>(queue, reinterpret_cast<void**>(slot), shape, omatcopy_word);
   try {
     return transpose_structure<T, I, C, CsrTranspose>(queue, op, in, out, {});
   } catch (...) {
@@ -68,10 +69,10 @@ template <typename T, typename I, containerType C, typename CsrTranspose>
 sycl::event transpose_impl(sycl::queue& queue, transpose op, matrix_handle* A, matrix_handle* B,
                            const std::vector<sycl::event>& deps) {
   const std::int32_t format = A->primary->format;
-  if (op == transpose::nontrans) throw computation_error("sparse", "omatcopy", "internal error");
+  if (op == transpose::nontrans) internal_error(omatcopy_word);
   if (A == B) return build_own_transpose<T, I, C, CsrTranspose>(queue, op, A, deps);
   if (B->primary->format != format)
-    throw invalid_argument("sparse", "omatcopy", not_fully_initialized);
+    throw invalid_argument("sparse", omatcopy_word, not_fully_initialized);
   if (format == format_csr) {
     sparseStructure* stored = op == transpose::conjtrans ? A->conj_transposed : A->transposed;
     if (stored != nullptr && stored->format == format_csr)
@@ -94,9 +95,10 @@ sycl::event omatcopy(sycl::queue& queue, transpose op, matrix_handle* A, matrix_
                      const std::vector<sycl::event>& deps) {
   check_frame(A, B, false);
   if (A->int_type == int_unset || B->int_type == int_unset)
-    throw invalid_argument("sparse", "omatcopy", not_fully_initialized);
-  if (A == B) throw invalid_argument("sparse", "omatcopy", "In-place copy operation is not supported");
-  if (op != transpose::nontrans) throw computation_error("sparse", "omatcopy", "internal error");
+    throw invalid_argument("sparse", omatcopy_word, not_fully_initialized);
+  if (A == B)
+    throw invalid_argument("sparse", omatcopy_word, "In-place copy operation is not supported");
+  if (op != transpose::nontrans) internal_error(omatcopy_word);
   return transpose_kernels::omatcopy_kernel<T, I, C>(queue, A->primary, B->primary, deps);
 }
 

@@ -5,17 +5,20 @@
 #include <gtest/gtest.h>
 #include <hostsycl/hostsycl.hpp>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <complex>
 #include <functional>
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "containers/views.hpp"
 #include "gpu/entry_points.hpp"
-#include "gpu/gemm/plan.hpp"
-#include "gpu/gemm/subgroup.hpp"
-#include "gpu/gemm/subgroup_kernel.hpp"
+#include "gpu/gemm/gemm_plan.hpp"
+#include "gpu/gemm/subgroup_path.hpp"
 #include "handle/gemm_data.hpp"
 #include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
@@ -24,6 +27,7 @@
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
 namespace gp = orvane::vrt::sparse::gpu::gemm;
+using arch = orvane::vrt::sparse::architecture;
 using vrt::layout;
 using vrt::transpose;
 using vrt_test::csr_matrix;
@@ -439,7 +443,7 @@ TYPED_TEST(Gemm, ColumnMajorStagingShowsThePathOnCode6) {
       ASSERT_NE(plan, nullptr);
       // Complex values plan with density 0.
       const double planned = vrt_test::is_complex<T> ? 0.0 : density;
-      const auto p = gp::plan_subgroup(6, planned, columns, 1024, double_precision<T>);
+      const auto p = gp::plan_subgroup(arch::code6, planned, columns, 1024, double_precision<T>);
       if (!vrt_test::is_complex<T> && columns <= 127) {
         EXPECT_EQ(plan->b_tmp_bytes, A.ncols * columns * size) << columns;
         EXPECT_EQ(plan->c_tmp_bytes, A.nrows * columns * size) << columns;
@@ -474,7 +478,7 @@ TYPED_TEST(Gemm, LeftoverWithoutThirtyTwoBitOffsetsStaysInTheRestKernels) {
     const auto A = vrt_test::random_csr<T, I>(23, 19, 6, 43);
     const std::int64_t columns = 129;
     const double density = static_cast<double>(A.nnz()) / static_cast<double>(A.nrows * A.ncols);
-    ASSERT_EQ(gp::plan_subgroup(6, density, columns, 1024, double_precision<T>).rest, 1);
+    ASSERT_EQ(gp::plan_subgroup(arch::code6, density, columns, 1024, double_precision<T>).rest, 1);
     const auto B = make_dense<T>(A.ncols, columns, layout::col_major, 1, 81);
     const auto C = make_dense<T>(A.nrows, columns, layout::col_major, 2, 82);
     call_hooks hooks;
@@ -487,7 +491,8 @@ TYPED_TEST(Gemm, LeftoverWithoutThirtyTwoBitOffsetsStaysInTheRestKernels) {
           static_cast<I*>(s->row_ptr), static_cast<I*>(s->col_ind), static_cast<T*>(s->values),
           static_cast<T*>(b), static_cast<T*>(c), A.nrows, A.ncols, columns, B.ld, C.ld, false,
           I(0), T(1.5), T(-0.5)};
-      return gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, s, density, 6, false, deps);
+      return gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, s, density, arch::code6, false,
+                                                            deps);
     };
     hooks.inspect = [](vs::matrix_handle* h) {
       const vs::gemmInternalData* plan = h->primary->gemm_data;
@@ -670,7 +675,8 @@ TYPED_TEST(Gemm, Refusals) {
   if constexpr (direct_call_variant<T, I>) {
     vrt_test::expect_message<vrt::computation_error>(
         [&] {
-          gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, h->primary, 0.0, 3, true, {});
+          gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, h->primary, 0.0, arch::code3,
+                                                         true, {});
         },
         internal);
     vrt_test::expect_message<vrt::computation_error>(
@@ -755,12 +761,12 @@ TEST(GemmRecord, MissingOrFailedPlanIsAnInternalError) {
 // ---- the plan's choices ------------------------------------------------------------------------
 
 TEST(GemmPlan, ExplicitSimdTakesUpTo127ColumnsOnCode6) {
-  EXPECT_TRUE(gp::esimd_takes_all_columns(6, 127, true));
-  EXPECT_FALSE(gp::esimd_takes_all_columns(6, 128, true));
-  EXPECT_FALSE(gp::esimd_takes_all_columns(6, 127, false));
-  EXPECT_FALSE(gp::esimd_takes_all_columns(5, 1, true));
+  EXPECT_TRUE(gp::esimd_takes_all_columns(arch::code6, 127, true));
+  EXPECT_FALSE(gp::esimd_takes_all_columns(arch::code6, 128, true));
+  EXPECT_FALSE(gp::esimd_takes_all_columns(arch::code6, 127, false));
+  EXPECT_FALSE(gp::esimd_takes_all_columns(arch::code5, 1, true));
   // 128 columns on code 6 go to wide sub-groups.
-  const auto p = gp::plan_subgroup(6, 0.1, 128, 1024, true);
+  const auto p = gp::plan_subgroup(arch::code6, 0.1, 128, 1024, true);
   EXPECT_EQ(p.sg, 32);
   EXPECT_EQ(p.vec, 4);
   EXPECT_EQ(p.full_blocks, 1);
@@ -789,37 +795,38 @@ TEST(GemmPlan, SubgroupTableAndShrinkRule) {
                        row{4, 0, false, 16, 4}, row{0, 0, true, 16, 2}, row{2, 0, false, 16, 4},
                        row{6, 0.05, true, 32, 4}, row{6, 0.05, false, 32, 8},
                        row{6, 0.049, true, 32, 2}, row{6, 0.049, false, 32, 4}}) {
-    const auto p = gp::plan_subgroup(r.arch, r.density, 1000, 1024, r.wide);
+    const auto p =
+        gp::plan_subgroup(vs::architecture_from_code(r.arch), r.density, 1000, 1024, r.wide);
     EXPECT_EQ(p.sg, r.sg) << r.arch;
     EXPECT_EQ(p.vec, r.vec) << r.arch << " " << r.density << " " << r.wide;
     EXPECT_EQ(p.block, r.sg * r.vec);
   }
   // Code 6 below 32 columns: one column per lane of sixteen.
-  auto p = gp::plan_subgroup(6, 0.5, 31, 1024, false);
+  auto p = gp::plan_subgroup(arch::code6, 0.5, 31, 1024, false);
   EXPECT_EQ(p.sg, 16);
   EXPECT_EQ(p.vec, 1);
   // Shrink: 40 columns on code 3 (s): 16 * 8 halves to 16 * 2.
-  p = gp::plan_subgroup(3, 0, 40, 512, false);
+  p = gp::plan_subgroup(arch::code3, 0, 40, 512, false);
   EXPECT_EQ(p.vec, 2);
   EXPECT_EQ(p.block, 32);
   EXPECT_EQ(p.full_blocks, 1);
   EXPECT_EQ(p.rest, 8);
   // Fewer columns than a sub-group: vec stays, the block is the columns, nothing is staged.
-  p = gp::plan_subgroup(3, 0, 1, 512, false);
+  p = gp::plan_subgroup(arch::code3, 0, 1, 512, false);
   EXPECT_EQ(p.vec, 8);
   EXPECT_EQ(p.block, 1);
   EXPECT_LT(1, p.limit);
   // sg * vec + 1 columns: one full block and a rest of one column.
-  p = gp::plan_subgroup(3, 0, 65, 512, true);
+  p = gp::plan_subgroup(arch::code3, 0, 65, 512, true);
   EXPECT_EQ(p.block, 64);
   EXPECT_EQ(p.full_blocks, 1);
   EXPECT_EQ(p.rest, 1);
   // A multiple of the block leaves no rest.
-  p = gp::plan_subgroup(3, 0, 192, 512, true);
+  p = gp::plan_subgroup(arch::code3, 0, 192, 512, true);
   EXPECT_EQ(p.full_blocks, 3);
   EXPECT_EQ(p.rest, 0);
   // The work-group size bounds the block.
-  p = gp::plan_subgroup(3, 0, 192, 32, true);
+  p = gp::plan_subgroup(arch::code3, 0, 192, 32, true);
   EXPECT_EQ(p.block, 32);
 }
 
@@ -844,6 +851,44 @@ TEST(GemmPlan, ExplicitSimdTiles) {
   EXPECT_EQ(gp::esimd_rows_per_group(129), 128);
   EXPECT_EQ(gp::esimd_rows_per_group(256), 128);
   EXPECT_EQ(gp::esimd_rows_per_group(257), 1024);
+}
+
+// ---- the adaptor steps the staging arrays use ---------------------------------------------------
+
+// A replaced USM staging array is freed behind the caller's events, not before them; a buffer is
+// released at once (its destruction waits for its users).
+TEST(GemmStaging, ReleaseWaitsForTheDependenciesInUsmOnly) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  std::atomic<bool> work_done{false};
+  std::atomic<bool> released_after_work{false};
+  const sycl::event work = q.submit([&](sycl::handler& h) {
+    h.host_task([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      work_done = true;
+    });
+  });
+  vs::release_after<vs::container_usm>(q, {work}, [&] { released_after_work = work_done.load(); });
+  q.wait();
+  EXPECT_TRUE(released_after_work);
+
+  bool released = false;
+  vs::release_after<vs::container_buffer>(q, {}, [&] { released = true; });
+  EXPECT_TRUE(released);
+}
+
+// The host reads nnz only after the USM count has run.
+TEST(GemmStaging, HostReadWaitsForUsmWork) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
+  std::atomic<bool> counted{false};
+  const sycl::event work = q.submit([&](sycl::handler& h) {
+    h.host_task([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      counted = true;
+    });
+  });
+  vs::wait_for_host_read<vs::container_usm>(work);
+  EXPECT_TRUE(counted);
+  q.wait();
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "support/test_helpers.hpp"
-#include "gpu/format/sort_algorithms.hpp"
+#include "gpu/format/sort_kernel.hpp"
 #include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
 

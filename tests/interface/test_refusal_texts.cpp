@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "cpu/operations.hpp"
-#include "gpu/format/transpose.hpp"
+#include "gpu/format/transpose_entry.hpp"
 #include "handle/handle.hpp"
 #include "support/test_helpers.hpp"
 

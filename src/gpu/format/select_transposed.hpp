@@ -5,6 +5,7 @@
 
 #include <sycl/sycl.hpp>
 
+#include "common/internal_error.hpp"
 #include "gpu/entry_points.hpp"
 #include "handle/select_structure.hpp"
 
@@ -26,7 +27,7 @@ void do_transpose(sycl::queue& queue, transpose op, matrix_handle* handle, const
       explicit_form = handle->conj_transposed;
       break;
     default:
-      throw computation_error("sparse", "", "internal error");
+      internal_error("");
   }
   if (explicit_form == nullptr)
     out_deps.push_back(make_transpose_impl<T, I, C>(queue, op, handle, handle, deps));

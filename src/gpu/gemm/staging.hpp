@@ -9,6 +9,7 @@
 #include <sycl/sycl.hpp>
 
 #include "containers/containers.hpp"
+#include "containers/views.hpp"
 #include "handle/gemm_data.hpp"
 
 namespace orvane::vrt::sparse::gpu::gemm {
@@ -23,16 +24,9 @@ bool ensure_staging(sycl::queue& queue, void*& slot, std::int64_t& bytes, std::s
   if (slot != nullptr && bytes >= needed) return true;
   if (count == 0) return false;
   if (slot != nullptr) {
-    if constexpr (C == container_usm) {
-      void* old = slot;
-      const sycl::context context = queue.get_context();
-      queue.submit([&](sycl::handler& h) {
-        h.depends_on(deps);
-        h.host_task([old, context] { sycl::free(old, context); });
-      });
-    } else {
-      deallocate_container<T>(slot, queue, C);
-    }
+    release_after<C>(queue, deps, [old = slot, context = queue.get_context()] {
+      deallocate_container<T>(old, context, C);
+    });
     slot = nullptr;
     bytes = 0;
   }

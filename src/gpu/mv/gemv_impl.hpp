@@ -8,7 +8,6 @@
 #include "gpu/mv/coo/gemv_entry.hpp"
 #include "gpu/mv/csc/gemv_entry.hpp"
 #include "gpu/mv/csr/gemv_impl.hpp"
-#include "gpu/pending.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 

@@ -7,7 +7,7 @@
 #include <orvane/vrt/sparse.hpp>
 
 #include "gpu/entry_points.hpp"
-#include "gpu/format/sort.hpp"
+#include "gpu/format/sort_launch.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
 #include "gpu/triangular/analysis/symmetric_entry.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"

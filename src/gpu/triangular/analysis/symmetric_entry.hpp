@@ -9,7 +9,7 @@
 
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
-#include "gpu/format/sort.hpp"
+#include "gpu/format/sort_launch.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
 #include "gpu/triangular/analysis/symmetric_launch.hpp"
 #include "gpu/triangular/design_names.hpp"

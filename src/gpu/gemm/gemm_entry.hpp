@@ -6,11 +6,13 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "containers/views.hpp"
 #include "gpu/entry_points.hpp"
 #include "gpu/format/select_transposed.hpp"
-#include "gpu/gemm/esimd.hpp"
-#include "gpu/gemm/plan.hpp"
-#include "gpu/gemm/subgroup.hpp"
+#include "gpu/gemm/design_names.hpp"
+#include "gpu/gemm/esimd_launch.hpp"
+#include "gpu/gemm/gemm_plan.hpp"
+#include "gpu/gemm/subgroup_path.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/gemm_data.hpp"
 #include "handle/nnz.hpp"
@@ -24,18 +26,18 @@ sycl::event gemm_impl(sycl::queue& queue, layout dense_layout, transpose opA, tr
                       std::int64_t ldb, T beta, container_t<C, T> c, std::int64_t ldc,
                       const event_list& deps) {
   if (opB != transpose::nontrans)
-    throw unimplemented("sparse", "gemm",
+    throw unimplemented("sparse", gemm::gemm_word,
                         "currently only supports the orvane::vrt::transpose::nontrans op");
   sparseStructure* s = nullptr;
   event_list list;
   do_transpose_and_select_sparse_struct<T, I, C>(queue, opA, A, &s, deps, list);
-  if (s == nullptr) throw uninitialized("sparse", "gemm", "Matrix is not initialized");
+  if (s == nullptr) throw uninitialized("sparse", gemm::gemm_word, "Matrix is not initialized");
   if (s->format != format_csr)
-    throw unimplemented("sparse", "gemm",
+    throw unimplemented("sparse", gemm::gemm_word,
                         "currently only supports the CSR matrix format on GPU devices");
   if (s->gemm_data == nullptr) initGemmInternalData(&s->gemm_data);
   if (!s->gemm_data->cached) cache_gemm_internals(queue, s->gemm_data);
-  const int architecture = s->gemm_data->device_data->architecture;
+  const architecture arch = architecture_from_code(s->gemm_data->device_data->architecture);
 
   const gemm::gemm_operands<T, I, C> op{as_container<C, I>(s->row_ptr),
                                         as_container<C, I>(s->col_ind),
@@ -56,20 +58,17 @@ sycl::event gemm_impl(sycl::queue& queue, layout dense_layout, transpose opA, tr
   double density = 0.0;
   bool fits_32bit = false;
   if constexpr (!is_complex_v<T>) {
-    if (architecture >= gemm::esimd_architecture) {
-      if (s->nnz < 0) {
-        sycl::event counted = set_nnz_value(queue, s, list);
-        if constexpr (C == container_usm) counted.wait();
-      }
+    if (has_wide_sub_groups(arch)) {
+      if (s->nnz < 0) wait_for_host_read<C>(set_nnz_value(queue, s, list));
       const double cells = static_cast<double>(s->ncols) * static_cast<double>(s->nrows);
       density = cells > 0 ? static_cast<double>(s->nnz) / cells : 0.0;
       fits_32bit = gemm::fits_32bit_offsets(s->nrows, s->ncols, s->nnz, columns, ldb, ldc,
                                             op.row_major);
-      if (gemm::esimd_takes_all_columns(architecture, columns, fits_32bit))
+      if (gemm::esimd_takes_all_columns(arch, columns, fits_32bit))
         return gemm::gemm_opt_esimd<T, I, C>(queue, op, s, 0, columns, list);
     }
   }
-  return gemm::gemm_opt_subgroup<T, I, C>(queue, op, s, density, architecture, fits_32bit, list);
+  return gemm::gemm_opt_subgroup<T, I, C>(queue, op, s, density, arch, fits_32bit, list);
 }
 
 }  // namespace orvane::vrt::sparse::gpu

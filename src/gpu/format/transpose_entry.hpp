@@ -1,9 +1,9 @@
-// omatcopy and the explicit transposes on the device: the shared frames with the device's CSR
-// transpose.
+// The device entries of omatcopy and the explicit transposes: the frames both backends share,
+// with the device's CSR transpose plugged in.
 #pragma once
 
 #include "gpu/entry_points.hpp"
-#include "gpu/format/csr_transpose.hpp"
+#include "gpu/format/csr_transpose_launch.hpp"
 #include "transpose/frames.hpp"
 
 namespace orvane::vrt::sparse::gpu {

@@ -1,4 +1,5 @@
-// Row sort of CSR structures on the device: in place (sort_matrix) or into a sorted copy.
+// Row sort of CSR structures on the device: in place (sort_matrix) or into a sorted copy, one
+// work-item per row running the sort of sort_kernel.hpp.
 #pragma once
 
 #include <cstdint>
@@ -10,17 +11,14 @@
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
-#include "gpu/entry_points.hpp"
-#include "gpu/format/sort_algorithms.hpp"
+#include "gpu/format/design_names.hpp"
+#include "gpu/format/sort_kernel.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
 #include "handle/owned_structure.hpp"
 
 namespace orvane::vrt::sparse::gpu::kernels {
-
-template <typename T, typename I, containerType C, bool Values>
-class sortIndicesKernel;
 
 // One work-item per row: the columns of the row sorted, with their values when the structure has
 // them (a structure without values binds no value array).
@@ -96,25 +94,3 @@ sycl::event copy_and_sort_csr(sycl::queue& queue, sparseStructure* src, void** s
 }
 
 }  // namespace orvane::vrt::sparse::gpu::kernels
-
-namespace orvane::vrt::sparse::gpu {
-
-template <typename T, typename I, containerType C>
-sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A, const event_list& deps) {
-  sparseStructure* s = A->primary;
-  if (s == nullptr)
-    throw unimplemented("sparse", "sort_matrix",
-                        "set_csr_data must be called before calling sort_matrix");
-  if (s->format != format_csr)
-    throw unimplemented("sparse", "sort_matrix",
-                        "Sorting COO matrix format is currently not supported with this API");
-  return kernels::sort_csr<T, I, C>(queue, s, deps);
-}
-
-}  // namespace orvane::vrt::sparse::gpu
-
-#define VRT_INSTANTIATE_GPU_SORT(T, I, C)                                                  \
-  namespace orvane::vrt::sparse::gpu {                                                     \
-  template sycl::event sort_matrix_impl<T, I, C>(sycl::queue&, matrix_handle*,             \
-                                                 const event_list&);                       \
-  }

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <iterator>
 
+#include "platform/architecture.hpp"
+
 namespace orvane::vrt::sparse::gpu::gemm {
 
-// From this architecture code on, explicit-SIMD kernels and wide sub-groups exist.
-inline constexpr int esimd_architecture = 6;
 // Up to this many columns the explicit-SIMD path takes the whole product.
 inline constexpr std::int64_t esimd_max_columns = 127;
 // Row counts and element counts below these keep every offset of the explicit-SIMD kernels
@@ -28,8 +28,8 @@ inline bool fits_32bit_offsets(std::int64_t nrows, std::int64_t ncols, std::int6
 }
 
 // Whether the explicit-SIMD path serves all columns of a call (real values only).
-inline bool esimd_takes_all_columns(int architecture, std::int64_t columns, bool fits_32bit) {
-  return architecture >= esimd_architecture && columns <= esimd_max_columns && fits_32bit;
+inline bool esimd_takes_all_columns(architecture arch, std::int64_t columns, bool fits_32bit) {
+  return has_wide_sub_groups(arch) && columns <= esimd_max_columns && fits_32bit;
 }
 
 // ---- sub-group kernels -----------------------------------------------------------------------
@@ -40,16 +40,16 @@ inline constexpr std::int64_t narrow_columns = 32;
 // At or above this density the wide architectures take the longer vectors.
 inline constexpr double dense_enough = 0.05;
 
-// Vector length of a lane for the d and z members by architecture code (the s and c members
-// take twice as many); codes without an entry choose by density.
+// Vector length of a lane for the d and z members, indexed by architecture code (the s and c
+// members take twice as many); codes without an entry or with 0 choose by density.
 inline constexpr int vector_length_by_architecture[] = {0, 1, 0, 4, 2, 4};
 inline constexpr int dense_vector_length = 4;
 inline constexpr int sparse_vector_length = 2;
 
-inline int subgroup_vector_length(int architecture, double density) {
+inline int subgroup_vector_length(architecture arch, double density) {
   constexpr int known = static_cast<int>(std::size(vector_length_by_architecture));
-  const int fixed =
-      architecture >= 0 && architecture < known ? vector_length_by_architecture[architecture] : 0;
+  const std::int32_t code = code_of(arch);
+  const int fixed = code >= 0 && code < known ? vector_length_by_architecture[code] : 0;
   if (fixed != 0) return fixed;
   return density >= dense_enough ? dense_vector_length : sparse_vector_length;
 }
@@ -64,13 +64,13 @@ struct subgroup_plan {
 };
 
 // double_width: the d and z members, whose lanes carry half as many columns.
-inline subgroup_plan plan_subgroup(int architecture, double density, std::int64_t columns,
+inline subgroup_plan plan_subgroup(architecture arch, double density, std::int64_t columns,
                                    std::int64_t max_group, bool double_width) {
   subgroup_plan p{};
-  p.sg = architecture >= esimd_architecture ? wide_sub_group : narrow_sub_group;
-  int vec = subgroup_vector_length(architecture, density);
+  p.sg = has_wide_sub_groups(arch) ? wide_sub_group : narrow_sub_group;
+  int vec = subgroup_vector_length(arch, density);
   if (!double_width) vec *= 2;
-  if (architecture >= esimd_architecture && columns < narrow_columns) {
+  if (has_wide_sub_groups(arch) && columns < narrow_columns) {
     vec = 1;
     p.sg = narrow_sub_group;
   }

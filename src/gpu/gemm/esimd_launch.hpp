@@ -1,10 +1,8 @@
-// The explicit-SIMD gemm path (real values): a work-item is a thread working on whole column
-// tiles of `W` values, taking its rows from a counter in work-group local memory. Column-major
-// operands are staged row-major in b_tmp and c_tmp; without staging the element-wise kernel
-// does all the work.
+// The explicit-SIMD gemm path (real values): the tile walk over the columns, launches of the tile
+// kernel (esimd_kernel.hpp) in slices of W columns. Column-major operands are staged row-major
+// in b_tmp and c_tmp; without staging the element-wise kernel does all the work.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -13,107 +11,23 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "common/portability.hpp"
-#include "gpu/gemm/element_kernels.hpp"
-#include "gpu/gemm/plan.hpp"
+#include "common/internal_error.hpp"
+#include "gpu/gemm/design_names.hpp"
+#include "gpu/gemm/element_launch.hpp"
+#include "gpu/gemm/esimd_kernel.hpp"
+#include "gpu/gemm/gemm_plan.hpp"
 #include "gpu/gemm/staging.hpp"
+#include "gpu/operand_binding.hpp"
 #include "handle/handle.hpp"
 #include "handle/value_types.hpp"
 
 namespace orvane::vrt::sparse::gpu::gemm {
 
-// Row streams (threads) of one work-group, and the sparse entries one run loads at once.
+// Row streams (threads) of one work-group.
 inline constexpr std::size_t esimd_streams_per_group = 16;
-inline constexpr int esimd_run = 16;
 // The row counter's slot in local memory: 64 bytes, so slots of neighbouring slices never share
 // a line.
 inline constexpr std::size_t counter_slot_words = 64 / sizeof(std::uint32_t);
-
-namespace kernels {
-template <typename T, typename I, containerType C, int W>
-class compute_gemm_esimd_opt_kernel;
-
-// Where one launch of the tile kernel reads and writes: B and C row-major with their leading
-// dimensions, offsets already at the launch's first column.
-struct esimd_frame {
-  std::int64_t b_first;
-  std::uint32_t ldb;
-  std::int64_t c_first;
-  std::uint32_t ldc;
-  std::uint32_t columns;  // columns of the launch; slices beyond are idle
-  std::int64_t nrows;
-  std::int64_t rows_per_group;
-};
-
-// One thread of the tile kernel: rows of its group, `W` columns of its slice.
-template <typename T, typename I, int W>
-void gemm_esimd_thread(const sycl::nd_item<2>& it, std::uint32_t* counter, const I* row_ptr,
-                       const I* col_ind, const T* values, I index, const T* b, T* c,
-                       const esimd_frame& f, T alpha, T beta) {
-  using portable::simd;
-  const std::size_t stream = it.get_local_id(0);
-  const auto group_start = static_cast<std::int64_t>(it.get_group(0)) * f.rows_per_group;
-  const std::int64_t group_end = std::min(group_start + f.rows_per_group, f.nrows);
-  sycl::atomic_ref<std::uint32_t, sycl::memory_order::relaxed, sycl::memory_scope::work_group,
-                   sycl::access::address_space::local_space>
-      next_row(*counter);
-  if (stream == 0) {
-    *counter = static_cast<std::uint32_t>(it.get_local_range(0));
-    sycl::atomic_fence(sycl::memory_order::release, sycl::memory_scope::work_group);
-  }
-  std::int64_t row = group_start + static_cast<std::int64_t>(stream);
-  I lo = 0, hi = 0;
-  if (row < group_end) {
-    lo = row_ptr[row] - index;
-    hi = row_ptr[row + 1] - index;
-  }
-  sycl::group_barrier(it.get_group());
-
-  const auto slice_first = static_cast<std::uint32_t>(it.get_group(1)) * W;
-  if (slice_first >= f.columns) return;  // a slice wholly beyond the columns
-  const std::uint32_t valid = std::min<std::uint32_t>(W, f.columns - slice_first);
-  const T* b_slice = b + f.b_first + slice_first;
-  T* c_slice = c + f.c_first + slice_first;
-
-  while (row < group_end) {
-    const std::int64_t next = group_start + static_cast<std::int64_t>(next_row.fetch_add(1u));
-    I next_lo = 0, next_hi = 0;
-    if (next < group_end) {
-      next_lo = row_ptr[next] - index;
-      next_hi = row_ptr[next + 1] - index;
-    }
-    simd<T, W> acc(T(0));
-    for (I run = lo; run < hi; run += esimd_run) {
-      const int count = static_cast<int>(std::min<I>(esimd_run, hi - run));
-      simd<I, esimd_run> cols(index);
-      simd<T, esimd_run> vals(T(0));
-      for (int e = 0; e < count; ++e) {
-        cols[e] = col_ind[run + e];
-        vals[e] = values[run + e];
-      }
-      if (run + esimd_run < hi) {
-        const auto ahead = static_cast<std::size_t>(std::min<I>(esimd_run, hi - run - esimd_run));
-        portable::prefetch(col_ind + run + esimd_run, ahead);
-        portable::prefetch(values + run + esimd_run, ahead);
-      }
-      for (int e = 0; e < count; ++e) {
-        const T* b_row = b_slice + static_cast<std::uint32_t>(cols[e] - index) * f.ldb;
-        simd<T, W> bv(T(0));
-        if (valid == static_cast<std::uint32_t>(W))
-          bv.block_load(b_row);
-        else
-          for (std::uint32_t l = 0; l < valid; ++l) bv[static_cast<int>(l)] = b_row[l];
-        acc = portable::fma(simd<T, W>(vals[e]), bv, acc);
-      }
-    }
-    T* c_row = c_slice + static_cast<std::uint32_t>(row) * f.ldc;
-    for (std::uint32_t l = 0; l < valid; ++l) finish_element(c_row[l], acc[static_cast<int>(l)], alpha, beta);
-    row = next;
-    lo = next_lo;
-    hi = next_hi;
-  }
-}
-}  // namespace kernels
 
 // One launch of the tile kernel over `f.columns` columns in slices of W.
 template <typename T, typename I, containerType C, int W>
@@ -126,12 +40,8 @@ sycl::event gemm_esimd_kernel_wrapper(sycl::queue& queue, const gemm_operands<T,
   const sycl::nd_range<2> grid(sycl::range<2>(groups * esimd_streams_per_group, slices),
                                sycl::range<2>(esimd_streams_per_group, 1));
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto bv = bind(h, b, sycl::read_only);
-    auto cv = bind(h, c, sycl::read_write);
+    const auto [rp, ci, va, bv, cv] =
+        bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, b, c);
     sycl::local_accessor<std::uint32_t, 1> counter(sycl::range<1>(counter_slot_words), h);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
@@ -158,7 +68,7 @@ sycl::event gemm_esimd_launch(sycl::queue& queue, int width, const gemm_operands
     case 32:
       return gemm_esimd_kernel_wrapper<T, I, C, 32>(queue, op, b, c, f, deps);
     default:
-      throw computation_error("sparse", "gemm", "internal error");
+      internal_error(gemm_word);
   }
 }
 
@@ -172,7 +82,7 @@ sycl::event gemm_opt_esimd(sycl::queue& queue, const gemm_operands<T, I, C>& op,
     return sycl::event();
   } else {
     gemmInternalData* data = A->gemm_data;
-    if (data == nullptr) throw computation_error("sparse", "gemm", "internal error");
+    if (data == nullptr) internal_error(gemm_word);
     const esimd_tiles tiles = plan_esimd_tiles(columns);
     const std::int64_t rows_per_group = esimd_rows_per_group(columns);
     container_t<C, T> b = op.b;

@@ -1,7 +1,7 @@
-// The CSR transpose on the device: it counts entries per column with atomics, scans the counts into row pointers,
-// scatters with atomic cursors and shifts the pointers back. Rows of that output come in atomic
-// order. When the arrays are not plain device memory the same steps run in one work-item, which
-// leaves rows sorted.
+// The CSR transpose on the device: it counts entries per column with atomics, scans the counts
+// into row pointers, scatters with atomic cursors and shifts the pointers back. Rows of that
+// output come in atomic order. When the arrays are not plain device memory the same steps run in
+// one work-item, which leaves rows sorted. Kernel bodies in csr_transpose_kernel.hpp.
 #pragma once
 
 #include <cstdint>
@@ -14,25 +14,14 @@
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
 #include "containers/views.hpp"
+#include "gpu/format/csr_transpose_kernel.hpp"
+#include "gpu/format/design_names.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
 #include "handle/value_types.hpp"
-#include "transpose/copy_kernels.hpp"
+#include "transpose/design_names.hpp"
 
 namespace orvane::vrt::sparse::gpu::kernels {
-
-template <typename T, typename I, containerType C>
-class transNnzCountParallel;
-template <typename T, typename I, containerType C>
-class transComputeParallel;
-template <typename T, typename I, containerType C>
-class transFinalizeIaParallel;
-template <typename T, typename I, containerType C>
-class transComputeSingle;
-
-// Kernels with and without values carry different names.
-template <typename Name, bool Values>
-class valued;
 
 // Host or unknown USM cannot take device atomics: one work-item does the work there.
 template <containerType C>
@@ -57,10 +46,10 @@ template <typename T, typename I, containerType C>
 sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructure* in,
                                  sparseStructure* out, const std::vector<sycl::event>& deps) {
   if ((in->values == nullptr) != (out->values == nullptr))
-    throw invalid_argument("sparse", transpose_kernels::omatcopy_word, transpose_kernels::values_mismatch);
+    throw invalid_argument("sparse", transpose_kernels::omatcopy_word,
+                           transpose_kernels::values_mismatch);
   set_nnz_value(queue, in, deps).wait();
-  void* total = allocate_device_container<long>(1, queue, C);
-  if (total == nullptr) throw device_bad_alloc("sparse", transpose_kernels::omatcopy_word, queue.get_device());
+  void* total = allocate_or_throw<long>(1, queue, C, transpose_kernels::omatcopy_word);
   const sycl::context context = queue.get_context();
   struct total_guard {
     void* cell;
@@ -70,9 +59,9 @@ sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructu
 
   const std::int64_t nrows = in->nrows;
   const std::int64_t out_rows = in->ncols;
-  const I in_index = in->index != 0 ? 1 : 0;
-  const I out_index = out->index != 0 ? 1 : 0;
-  const bool conj = op == transpose::conjtrans && is_complex_v<T>;
+  const transpose_frame<I> f{static_cast<I>(in->index != 0 ? 1 : 0),
+                             static_cast<I>(out->index != 0 ? 1 : 0),
+                             op == transpose::conjtrans && is_complex_v<T>};
   const bool with_values = in->values != nullptr;
   auto out_rp = as_container<C, I>(out->row_ptr);
   auto in_rp = as_container<C, I>(in->row_ptr);
@@ -84,19 +73,6 @@ sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructu
   sycl::event e =
       fill_container<I>(queue, out_rp, I(0), static_cast<std::size_t>(out_rows + 1), deps);
 
-  // Moves the entries of input row r to their slots, advancing the per-column cursors.
-  const auto scatter_row = [=](std::int64_t r, const I* rows, const I* cols, I* cursor, I* out_cols,
-                               const T* vals, T* out_vals, auto advance) {
-    for (I j = rows[r] - in_index; j < rows[r + 1] - in_index; ++j) {
-      const I pos = advance(cursor[cols[j] - in_index]);
-      out_cols[pos] = static_cast<I>(r) + out_index;
-      if (vals != nullptr) out_vals[pos] = conjugate_if(vals[j], conj);
-    }
-  };
-  const auto finalize_row_pointers = [=](I* ptr) {
-    for (std::int64_t c = out_rows; c >= 1; --c) ptr[c] = ptr[c - 1] + out_index;
-    ptr[0] = out_index;
-  };
   // Submits a kernel over the arrays, with or without values.
   auto submit = [&]<typename Name>(const std::vector<sycl::event>& after, auto range, auto body) {
     return queue.submit([&](sycl::handler& h) {
@@ -120,11 +96,6 @@ sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructu
     });
   };
   const sycl::range<1> one(1), per_row(static_cast<std::size_t>(nrows));
-  const auto plain = [](I& cursor) { return cursor++; };
-  const auto atomic = [](I& cursor) {
-    return sycl::atomic_ref<I, sycl::memory_order::relaxed, sycl::memory_scope::device>(cursor)
-        .fetch_add(I(1));
-  };
 
   sycl::event done;
   if (needs_single_work_item<C>(queue, in, out)) {
@@ -133,20 +104,13 @@ sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructu
         {e}, one,
         [=](std::size_t, const I* rows, const I* cols, I* ptr, I* out_cols, const T* vals,
             T* out_vals) {
-          for (std::int64_t r = 0; r < nrows; ++r)
-            for (I j = rows[r] - in_index; j < rows[r + 1] - in_index; ++j)
-              ++ptr[cols[j] - in_index + 1];
-          for (std::int64_t c = 0; c < out_rows; ++c) ptr[c + 1] += ptr[c];
-          for (std::int64_t r = 0; r < nrows; ++r)
-            scatter_row(r, rows, cols, ptr, out_cols, vals, out_vals, plain);
-          finalize_row_pointers(ptr);
+          transpose_single<T, I>(nrows, out_rows, rows, cols, ptr, out_cols, vals, out_vals, f);
         });
   } else {
     sycl::event counted = submit.template operator()<transNnzCountParallel<T, I, C>>(
         {e}, per_row,
         [=](std::size_t r, const I* rows, const I* cols, I* ptr, I*, const T*, T*) {
-          for (I j = rows[r] - in_index; j < rows[r + 1] - in_index; ++j)
-            atomic(ptr[cols[j] - in_index + 1]);
+          count_row(static_cast<std::int64_t>(r), rows, cols, ptr, f.in_index, atomic_cursor{});
         });
     sycl::event scanned = prefix_sum(queue, out_rp, static_cast<std::size_t>(out_rows + 1), C,
                                      as_container<C, long>(total), {counted});
@@ -154,13 +118,13 @@ sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructu
         {scanned}, per_row,
         [=](std::size_t r, const I* rows, const I* cols, I* ptr, I* out_cols, const T* vals,
             T* out_vals) {
-          scatter_row(static_cast<std::int64_t>(r), rows, cols, ptr, out_cols, vals, out_vals,
-                      atomic);
+          scatter_row(static_cast<std::int64_t>(r), rows, cols, ptr, out_cols, vals, out_vals, f,
+                      atomic_cursor{});
         });
     done = submit.template operator()<transFinalizeIaParallel<T, I, C>>(
         {scattered}, one,
         [=](std::size_t, const I*, const I*, I* ptr, I*, const T*, T*) {
-          finalize_row_pointers(ptr);
+          finalize_row_pointers(ptr, out_rows, f.out_index);
         });
   }
   out->nnz = in->nnz;

@@ -1,44 +1,49 @@
 // The sub-group gemm path: the columns in blocks of sg * vec, each block of B staged row-major
-// in b_tmp and multiplied by the sub-group kernel; the leftover columns go to the
-// explicit-SIMD path where offsets fit 32 bits, else to the element-wise rest kernel.
+// in b_tmp and multiplied by the sub-group kernel (subgroup_launch.hpp); the leftover columns go
+// to the explicit-SIMD path where offsets fit 32 bits, else to the element-wise rest kernel.
 #pragma once
 
+#include <complex>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #include <sycl/sycl.hpp>
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "gpu/gemm/element_kernels.hpp"
-#include "gpu/gemm/esimd.hpp"
-#include "gpu/gemm/plan.hpp"
+#include "common/internal_error.hpp"
+#include "gpu/gemm/design_names.hpp"
+#include "gpu/gemm/element_launch.hpp"
+#include "gpu/gemm/esimd_launch.hpp"
+#include "gpu/gemm/gemm_plan.hpp"
 #include "gpu/gemm/staging.hpp"
-#include "gpu/gemm/subgroup_kernel.hpp"
+#include "gpu/gemm/subgroup_launch.hpp"
 #include "handle/handle.hpp"
 #include "handle/value_types.hpp"
 
 namespace orvane::vrt::sparse::gpu::gemm {
 
+// C = alpha * A * B + beta * C over all columns of the call, block by block.
 template <typename T, typename I, containerType C>
 sycl::event gemm_opt_subgroup(sycl::queue& queue, const gemm_operands<T, I, C>& op,
-                              sparseStructure* A, double density, int architecture,
+                              sparseStructure* A, double density, architecture arch,
                               bool fits_32bit, const std::vector<sycl::event>& deps) {
   gemmInternalData* data = A->gemm_data;
-  if (data == nullptr) throw computation_error("sparse", "gemm", "internal error");
+  if (data == nullptr) internal_error(gemm_word);
   const auto max_group = static_cast<std::int64_t>(
       queue.get_device().get_info<sycl::info::device::max_work_group_size>());
   // Untested: every emulated profile reports at least 512, and the size is the device's own, not
   // a value of the plan record that a test could set.
   if (max_group < 1)
-    throw computation_error("sparse", "gemm", "device max_work_group_size <= 0");
+    throw computation_error("sparse", gemm_word, "device max_work_group_size <= 0");
   if constexpr (C == container_usm) {
     if (sycl::get_pointer_type(op.c, queue.get_context()) == sycl::usm::alloc::unknown)
       throw invalid_argument("sparse", "gemm", "given usm alloc type is unknown");
   }
   constexpr bool double_width =
       std::is_same_v<T, double> || std::is_same_v<T, std::complex<double>>;
-  const subgroup_plan p = plan_subgroup(architecture, density, op.columns, max_group, double_width);
+  const subgroup_plan p = plan_subgroup(arch, density, op.columns, max_group, double_width);
 
   const bool staged =
       op.columns >= p.limit &&
