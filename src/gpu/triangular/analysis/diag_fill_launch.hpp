@@ -27,13 +27,7 @@ sycl::event fill_diag_values(sycl::queue& queue, const diag_operands<T, I, C>& o
     h.parallel_for<fillDiagPos1<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> id) {
           const I row = static_cast<I>(id[0]);
-          I position = -1;
-          for (I k = raw(rp)[row] - base; k < raw(rp)[row + 1] - base; ++k)
-            if (raw(ci)[k] - base == row) {
-              position = k;
-              break;
-            }
-          out.store(row, position, raw(va));
+          out.store(row, find_diagonal<I>(raw(rp), raw(ci), base, row), raw(va));
         });
   });
 }
@@ -51,9 +45,7 @@ sycl::event fill_diag_positions(sycl::queue& queue, std::int64_t nrows, I base,
     h.parallel_for<fillDiagPos2<I, C>>(
         sycl::range<1>(static_cast<std::size_t>(nrows)), [=](sycl::id<1> id) {
           const I row = static_cast<I>(id[0]);
-          const split_walk<I> w = walk_sorted_row<I>(raw(rp), raw(ci), base, row);
-          raw(le)[row] = w.lower_end;
-          raw(us)[row] = w.upper_start;
+          store_split(row, walk_sorted_row<I>(raw(rp), raw(ci), base, row), raw(le), raw(us));
         });
   });
 }
@@ -72,8 +64,7 @@ sycl::event fill_diag_values_and_positions(sycl::queue& queue, const diag_operan
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> id) {
           const I row = static_cast<I>(id[0]);
           const split_walk<I> w = walk_sorted_row<I>(raw(rp), raw(ci), base, row);
-          raw(le)[row] = w.lower_end;
-          raw(us)[row] = w.upper_start;
+          store_split(row, w, raw(le), raw(us));
           out.store(row, w.diagonal, raw(va));
         });
   });

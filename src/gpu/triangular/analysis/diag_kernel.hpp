@@ -5,8 +5,6 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "containers/views.hpp"
-
 namespace orvane::vrt::sparse::gpu::kernels {
 
 // Complex values count as zero only when both parts are.
@@ -28,31 +26,37 @@ T diag_reciprocal(const T& a) {
   }
 }
 
-// Where the kernels put each row's diagonal, bound in one command group (pointers for USM,
-// accessors for buffers). store(row, position, values): the value at position (without the
-// base) and its reciprocal, or zeros and the missing flag (status[0]) when position is -1; a
-// zero value raises the zero flag.
-template <typename T, typename I, typename ValueView, typename FlagView>
-struct bound_diagonal {
-  ValueView diag, inv_diag;
-  FlagView status;
-  std::uint32_t zero_flag;
-
-  void store(I row, I position, const T* values) const {
-    T value(0), inverse(0);
-    if (position < 0) {
-      raw(status)[0] = I(1);
-    } else {
-      value = values[position];
-      if (diag_is_zero(value))
-        raw(status)[zero_flag] = I(1);
-      else
-        inverse = diag_reciprocal(value);
-    }
-    raw(diag)[row] = value;
-    raw(inv_diag)[row] = inverse;
+// Row `row`'s diagonal: the value at position (without the base) and its reciprocal, or zeros
+// and the missing flag (status[0]) when position is -1; a zero value raises the zero flag
+// (status[zero_flag]).
+template <typename T, typename I>
+void store_diagonal(I row, I position, const T* values, T* diag, T* inv_diag, I* status,
+                    std::uint32_t zero_flag) {
+  T value(0), inverse(0);
+  if (position < 0) {
+    status[0] = I(1);
+  } else {
+    value = values[position];
+    if (diag_is_zero(value))
+      status[zero_flag] = I(1);
+    else
+      inverse = diag_reciprocal(value);
   }
-};
+  diag[row] = value;
+  inv_diag[row] = inverse;
+}
+
+// Unsorted rows: the position (without the base) of the first entry on the diagonal, or -1.
+template <typename I>
+I find_diagonal(const I* row_ptr, const I* col_ind, I base, I row) {
+  I position = -1;
+  for (I k = row_ptr[row] - base; k < row_ptr[row + 1] - base; ++k)
+    if (col_ind[k] - base == row) {
+      position = k;
+      break;
+    }
+  return position;
+}
 
 // Sorted rows: where the strict lower part ends and the strict upper part starts, with the base.
 template <typename I>
@@ -79,6 +83,12 @@ split_walk<I> walk_sorted_row(const I* row_ptr, const I* col_ind, I base, I row)
     }
   }
   return w;
+}
+
+template <typename I>
+void store_split(I row, const split_walk<I>& w, I* lower_end, I* upper_start) {
+  lower_end[row] = w.lower_end;
+  upper_start[row] = w.upper_start;
 }
 
 }  // namespace orvane::vrt::sparse::gpu::kernels

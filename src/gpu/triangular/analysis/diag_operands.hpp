@@ -27,6 +27,20 @@ struct diag_operands {
   std::uint32_t zero_flag;  // position of the zero flag in status; the missing flag is at 0
 };
 
+// Where the kernels put each row's diagonal, bound in one command group (pointers for USM,
+// accessors for buffers); store() as store_diagonal.
+template <typename T, typename I, typename ValueView, typename FlagView>
+struct bound_diagonal {
+  ValueView diag, inv_diag;
+  FlagView status;
+  std::uint32_t zero_flag;
+
+  void store(I row, I position, const T* values) const {
+    store_diagonal<T, I>(row, position, values, raw(diag), raw(inv_diag), raw(status),
+                         zero_flag);
+  }
+};
+
 template <typename T, typename I, containerType C>
 auto bind_diagonal(sycl::handler& h, const diag_operands<T, I, C>& op) {
   using ValueView = decltype(bind(h, op.diag, sycl::write_only));

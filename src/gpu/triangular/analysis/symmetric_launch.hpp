@@ -1,4 +1,4 @@
-// Kernels of the symmetric expansion of one triangle: counting per row (symmetric1, symmetric2),
+// Launches of the symmetric expansion of one triangle: counting per row (symmetric1, symmetric2),
 // scattering entries and their mirrors (symmetric3) and the row pointers (symmetric4).
 #pragma once
 
@@ -9,26 +9,13 @@
 
 #include "common/portability.hpp"
 #include "containers/views.hpp"
+#include "gpu/triangular/analysis/symmetric_kernel.hpp"
 #include "gpu/triangular/design_names.hpp"
 
 namespace orvane::vrt::sparse::gpu::kernels {
 
 // Lanes of the sub-group that counts one row: one block read covers this many columns.
 inline constexpr int symmetric_lanes = 16;
-
-template <typename I>
-using relaxed_counter = sycl::atomic_ref<I, sycl::memory_order::relaxed, sycl::memory_scope::device,
-                                         sycl::access::address_space::global_space>;
-
-// Whether column col of row lies in the kept triangle, and whether it is mirrored to row col.
-template <typename I>
-bool kept(bool upper, I col, I row) {
-  return upper ? col >= row : col <= row;
-}
-template <typename I>
-bool mirrored(bool upper, I col, I row) {
-  return upper ? col > row : col < row;
-}
 
 template <typename I, containerType C>
 sycl::event zero_counts(sycl::queue& queue, std::size_t count, container_t<C, I> counts,
@@ -37,7 +24,7 @@ sycl::event zero_counts(sycl::queue& queue, std::size_t count, container_t<C, I>
     depend_on<C>(h, deps);
     auto c = bind(h, counts, sycl::write_only);
     h.parallel_for<symmetric1<I, C>>(sycl::range<1>(count),
-                                     [=](sycl::id<1> i) { raw(c)[i[0]] = I(0); });
+                                     [=](sycl::id<1> i) { clear_count<I>(i[0], raw(c)); });
   });
 }
 
@@ -55,25 +42,8 @@ sycl::event count_rows(sycl::queue& queue, bool upper, std::int64_t nrows, I bas
     auto ci = bind(h, col_ind, sycl::read_only);
     auto cn = bind(h, counts, sycl::read_write);
     h.parallel_for<name>(grid, [=](sycl::nd_item<2> item) [[sycl::reqd_sub_group_size(SG)]] {
-      const sycl::sub_group sg = item.get_sub_group();
-      const I row = static_cast<I>(item.get_global_id(1));
-      const I lane = static_cast<I>(sg.get_local_linear_id());
-      const I* cols = raw(ci);
-      I* c = raw(cn);
-      const I end = raw(rp)[row + 1] - base;
-      I mine = 0;
-      for (I j = raw(rp)[row] - base; j < end; j += SG) {
-        const auto left = static_cast<std::size_t>(end - j);
-        const I col = (left >= static_cast<std::size_t>(SG)
-                           ? portable::sub_group_load<1>(sg, cols + j)[0]
-                           : portable::sub_group_load<1>(sg, cols + j, left, I(0))[0]) -
-                      base;
-        if (static_cast<std::size_t>(lane) >= left || !kept(upper, col, row)) continue;
-        ++mine;
-        if (mirrored(upper, col, row)) relaxed_counter<I>(c[col + 1]).fetch_add(I(1));
-      }
-      for (int step = SG / 2; step >= 1; step /= 2) mine += sycl::shift_group_left(sg, mine, step);
-      if (lane == 0 && mine != 0) relaxed_counter<I>(c[row + 1]).fetch_add(mine);
+      count_row<SG, I>(item.get_sub_group(), static_cast<I>(item.get_global_id(1)), upper, base,
+                       raw(rp), raw(ci), raw(cn));
     });
   });
 }
@@ -95,20 +65,8 @@ sycl::event scatter_entries(sycl::queue& queue, bool upper, std::int64_t nrows, 
     auto ov = bind(h, out_val, sycl::write_only);
     h.parallel_for<symmetric3<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(nrows)), [=](sycl::id<1> id) {
-          const I row = static_cast<I>(id[0]);
-          I* n = raw(nx);
-          for (I k = raw(rp)[row] - base; k < raw(rp)[row + 1] - base; ++k) {
-            const I col = raw(ci)[k] - base;
-            if (!kept(upper, col, row)) continue;
-            const T v = raw(va)[k];
-            const I p1 = relaxed_counter<I>(n[row]).fetch_add(I(1));
-            raw(oc)[p1] = col;
-            raw(ov)[p1] = v;
-            if (col == row) continue;
-            const I p2 = relaxed_counter<I>(n[col]).fetch_add(I(1));
-            raw(oc)[p2] = row;
-            raw(ov)[p2] = v;
-          }
+          scatter_row<T, I>(static_cast<I>(id[0]), upper, base, raw(rp), raw(ci), raw(va),
+                            raw(nx), raw(oc), raw(ov));
         });
   });
 }
@@ -123,9 +81,7 @@ sycl::event close_rows(sycl::queue& queue, std::int64_t nrows, container_t<C, I>
     auto rp = bind(h, row_ptr, sycl::write_only);
     const auto rows = static_cast<std::size_t>(nrows);
     h.parallel_for<symmetric4<I, C>>(sycl::range<1>(rows > 0 ? rows : 1), [=](sycl::id<1> id) {
-      const std::size_t i = id[0];
-      if (i == 0) raw(rp)[0] = I(0);
-      if (i < rows) raw(rp)[i + 1] = raw(nx)[i];
+      close_row<I>(id[0], rows, raw(nx), raw(rp));
     });
   });
 }

@@ -15,6 +15,7 @@
 #include "containers/prefix_sum.hpp"
 #include "gpu/triangular/coloring/color_plan.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
+#include "gpu/triangular/coloring/coloring_kernel.hpp"
 #include "gpu/triangular/coloring/host_staging.hpp"
 #include "gpu/triangular/coloring/level_launch.hpp"
 #include "gpu/triangular/design_names.hpp"
@@ -106,19 +107,9 @@ sycl::event submit_coloring5(sycl::queue& queue, const level_arrays<I, C>& a,
     auto uv = bind(h, as_container<C, T>(d.upper_val), sycl::write_only);
     const I base = a.index;
     h.parallel_for<kernels::coloring5<T, I, C>>(sycl::range<1>(a.nrows), [=](sycl::id<1> id) {
-      const std::size_t p = id[0];
-      const I r = raw(rop)[p];
-      raw(inv_c)[p] = raw(inv)[r];
-      I out = raw(lp)[p];
-      for (I k = raw(rp)[r] - base; k < raw(le)[r] - base; ++k, ++out) {
-        raw(lc)[out] = raw(por)[raw(ci)[k] - base];
-        raw(lv)[out] = raw(va)[k];
-      }
-      out = raw(up)[p];
-      for (I k = raw(us)[r] - base; k < raw(rp)[r + 1] - base; ++k, ++out) {
-        raw(uc)[out] = raw(por)[raw(ci)[k] - base];
-        raw(uv)[out] = raw(va)[k];
-      }
+      kernels::lay_out_position<T, I>(
+          id[0], {raw(rp), raw(ci), raw(va), raw(le), raw(us), raw(rop), raw(por), raw(inv),
+                  raw(inv_c), raw(lp), raw(lc), raw(lv), raw(up), raw(uc), raw(uv), base});
     });
   });
 }

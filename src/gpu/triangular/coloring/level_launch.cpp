@@ -1,46 +1,32 @@
-// The level kernels for both index widths and memory models.
+// Launches of the level kernels for both index widths and memory models.
 #include "gpu/triangular/coloring/level_launch.hpp"
 
 #include <cstdint>
 
+#include "gpu/triangular/coloring/level_kernel.hpp"
 #include "gpu/triangular/design_names.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
 namespace {
 
-// The level counters are shared by all work-items of all colours; the host orders the colours.
-template <typename I>
-using level_atomic =
-    sycl::atomic_ref<I, sycl::memory_order::relaxed, sycl::memory_scope::system,
-                     sycl::access::address_space::global_space>;
-
-// Gives row i the next free position.
-template <typename I>
-void place_row(I* counter, I* row_of_position, I* position_of_row, I i) {
-  const I p = level_atomic<I>(*counter).fetch_add(I(1));
-  position_of_row[i] = p;
-  row_of_position[p] = i;
-}
-
-// The lengths of the strict lower and upper parts of the row at each position, read through the
-// arrays bound in one command group.
+// The structure's arrays the part lengths read, bound in one command group.
 template <typename I, typename View>
-struct part_lengths {
+struct bound_part_lengths {
   View row_ptr, lower_end, upper_start, row_of_position;
 
-  I lower(I r) const { return raw(lower_end)[r] - raw(row_ptr)[r]; }
-  I upper(I r) const { return raw(row_ptr)[r + 1] - raw(upper_start)[r]; }
-  I row_at(std::size_t p) const { return raw(row_of_position)[p]; }
+  kernels::part_lengths<I> get() const {
+    return {raw(row_ptr), raw(lower_end), raw(upper_start), raw(row_of_position)};
+  }
 };
 
 template <typename I, containerType C>
 auto bind_part_lengths(sycl::handler& h, const level_arrays<I, C>& a) {
   using View = decltype(bind(h, a.row_ptr, sycl::read_only));
-  return part_lengths<I, View>{bind(h, a.row_ptr, sycl::read_only),
-                               bind(h, a.lower_end, sycl::read_only),
-                               bind(h, a.upper_start, sycl::read_only),
-                               bind(h, a.row_of_position, sycl::read_only)};
+  return bound_part_lengths<I, View>{bind(h, a.row_ptr, sycl::read_only),
+                                     bind(h, a.lower_end, sycl::read_only),
+                                     bind(h, a.upper_start, sycl::read_only),
+                                     bind(h, a.row_of_position, sycl::read_only)};
 }
 
 }  // namespace
@@ -57,10 +43,8 @@ sycl::event submit_coloring1(sycl::queue& queue, const level_arrays<I, C>& a,
     auto rop = bind(h, a.row_of_position, sycl::read_write);
     auto por = bind(h, a.position_of_row, sycl::read_write);
     h.parallel_for<kernels::coloring1<I, C>>(sycl::range<1>(a.nrows), [=](sycl::id<1> id) {
-      const auto i = static_cast<I>(id[0]);
-      const I degree = raw(le)[i] - raw(rp)[i];
-      raw(deg)[i] = degree;
-      if (degree == 0) place_row(raw(cnt), raw(rop), raw(por), i);
+      kernels::seed_row<I>(static_cast<I>(id[0]), raw(rp), raw(le),
+                           {raw(deg), raw(cnt), raw(rop), raw(por)});
     });
   });
 }
@@ -79,13 +63,8 @@ sycl::event submit_coloring2(sycl::queue& queue, const level_arrays<I, C>& a, st
     auto por = bind(h, a.position_of_row, sycl::read_write);
     const I base = a.index;
     h.parallel_for<kernels::coloring2<I, C>>(sycl::range<1>(width), [=](sycl::id<1> g) {
-      const I r = raw(rop)[start + g[0]];
-      // The entries above the diagonal list the rows that wait for r.
-      for (I k = raw(us)[r] - base; k < raw(rp)[r + 1] - base; ++k) {
-        const I j = raw(ci)[k] - base;
-        if (level_atomic<I>(raw(deg)[j]).fetch_sub(I(1)) == I(1))
-          place_row(raw(cnt), raw(rop), raw(por), j);
-      }
+      kernels::release_dependants<I>(start + g[0], base, raw(rp), raw(ci), raw(us),
+                                     {raw(deg), raw(cnt), raw(rop), raw(por)});
     });
   });
 }
@@ -100,11 +79,7 @@ sycl::event submit_coloring3(sycl::queue& queue, const level_arrays<I, C>& a,
     auto lp = bind(h, lower_ptr, sycl::write_only);
     auto up = bind(h, upper_ptr, sycl::write_only);
     h.parallel_for<kernels::coloring3<I, C>>(sycl::range<1>(a.nrows), [=](sycl::id<1> id) {
-      const std::size_t p = id[0];
-      const I r = parts.row_at(p);
-      if (p == 0) raw(lp)[0] = raw(up)[0] = I(0);
-      raw(lp)[p + 1] = parts.lower(r);
-      raw(up)[p + 1] = parts.upper(r);
+      kernels::write_part_lengths<I>(id[0], parts.get(), raw(lp), raw(up));
     });
   });
 }
@@ -123,14 +98,8 @@ sycl::event submit_coloring4(sycl::queue& queue, const level_arrays<I, C>& a,
     auto ut = bind(h, upper_total, sycl::write_only);
     const std::size_t n = a.nrows;
     h.single_task<kernels::coloring4<I, C>>([=]() {
-      raw(lp)[0] = raw(up)[0] = I(0);
-      for (std::size_t p = 0; p < n; ++p) {
-        const I r = parts.row_at(p);
-        raw(lp)[p + 1] = raw(lp)[p] + parts.lower(r);
-        raw(up)[p + 1] = raw(up)[p] + parts.upper(r);
-      }
-      raw(lt)[0] = static_cast<long>(raw(lp)[n]);
-      raw(ut)[0] = static_cast<long>(raw(up)[n]);
+      kernels::write_part_starts<I>(n, parts.get(), raw(lp), raw(up), raw(lt),
+                                    raw(ut));
     });
   });
 }

@@ -26,4 +26,17 @@ void solve_row(bool upper, I r, const I* rp, const I* ci, const T* va, I base, T
   y[r] = t / (diag_code == unit_diag_code ? T(1) : d);
 }
 
+// All n rows in order: downward for the upper side, upward for the lower.
+template <typename T, typename I>
+void solve_rows(bool upper, I n, const I* rp, const I* ci, const T* va, I base, T alpha,
+                const T* x, T* y, std::uint8_t diag_code) {
+  if (upper) {
+    for (I r = n - 1; r >= 0; --r)
+      solve_row<T, I>(true, r, rp, ci, va, base, alpha, x, y, diag_code);
+  } else {
+    for (I r = 0; r < n; ++r)
+      solve_row<T, I>(false, r, rp, ci, va, base, alpha, x, y, diag_code);
+  }
+}
+
 }  // namespace orvane::vrt::sparse::gpu::kernels

@@ -31,15 +31,8 @@ sycl::event submit_default_solve(sycl::queue& queue, const default_trsv_operands
       const T alpha = op.alpha;
       const std::uint8_t diag_code = op.diag_code;
       h.single_task<Name>([=] {
-        if (upper) {
-          for (I r = n - 1; r >= 0; --r)
-            kernels::solve_row<T, I>(true, r, raw(rp), raw(ci), raw(va), base, alpha, raw(xv),
-                                     raw(yv), diag_code);
-        } else {
-          for (I r = 0; r < n; ++r)
-            kernels::solve_row<T, I>(false, r, raw(rp), raw(ci), raw(va), base, alpha, raw(xv),
-                                     raw(yv), diag_code);
-        }
+        kernels::solve_rows<T, I>(upper, n, raw(rp), raw(ci), raw(va), base, alpha, raw(xv),
+                                  raw(yv), diag_code);
       });
     });
   };

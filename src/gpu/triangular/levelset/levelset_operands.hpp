@@ -48,6 +48,22 @@ levelset_operands<T, I, C> make_levelset_operands(const coloringData& d, triangl
           as_container<C, T>(d.inv_diag_colored)};
 }
 
+// What the row update reads and writes, bound in one command group (pointers for USM, accessors
+// for buffers), with the per-call scalars; solve(p) updates position p.
+template <typename T, typename I, typename IndexView, typename ValueView, typename SolutionView>
+struct bound_row_update {
+  IndexView ptr, col;
+  ValueView val, inv_diag, rhs;
+  SolutionView sol;
+  T alpha;
+  bool nonunit;
+
+  void solve(std::size_t p) const {
+    kernels::levelset_update_position<T, I>(p, raw(ptr), raw(col), raw(val), raw(inv_diag),
+                                            raw(rhs), raw(sol), alpha, nonunit);
+  }
+};
+
 // The row update's arrays bound in one command group after deps: the product's five and the
 // diagonal reciprocals.
 template <typename T, typename I, containerType C>
@@ -55,7 +71,7 @@ auto bind_row_update(sycl::handler& h, const std::vector<sycl::event>& deps,
                      const levelset_operands<T, I, C>& op) {
   auto [ptr, col, val, rhs, sol] = bind_product<C>(h, deps, op);
   auto [inv_diag] = bind_reads(h, op.inv_diag);
-  return kernels::bound_row_update<T, I, decltype(ptr), decltype(val), decltype(sol)>{
+  return bound_row_update<T, I, decltype(ptr), decltype(val), decltype(sol)>{
       ptr, col, val, inv_diag, rhs, sol, op.alpha, op.nonunit};
 }
 

@@ -10,6 +10,7 @@
 #include "gpu/triangular/coloring/host_staging.hpp"
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
+#include "gpu/triangular/levelset/middle_per_color_kernel.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
@@ -24,8 +25,7 @@ sycl::event submit_one_color(sycl::queue& queue, const levelset_operands<T, I, C
       h.parallel_for<Name>(
           sycl::nd_range<1>(round_up_to_group(end - begin), levelset_group),
           [=](sycl::nd_item<1> it) {
-            const std::size_t p = begin + it.get_global_id(0);
-            if (p < end) update.solve(p);
+            kernels::solve_color_position(it.get_global_id(0), begin, end, update);
           });
     });
   };

@@ -1,5 +1,4 @@
-// Runs of narrow colors inside one work-group: each color's positions go to the group's
-// work-items, and a barrier separates one color from the next.
+// Runs of narrow colors: one work-group per run, the row update and the color starts bound.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +8,7 @@
 
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
+#include "gpu/triangular/levelset/narrow_run_kernel.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
@@ -27,15 +27,8 @@ sycl::event submit_narrow_run(sycl::queue& queue, const levelset_operands<T, I, 
       auto [cp] = bind_reads(h, op.color_ptr);
       h.parallel_for<Name>(
           sycl::nd_range<1>(levelset_group, levelset_group), [=](sycl::nd_item<1> it) {
-            const std::size_t t = it.get_local_id(0);
-            for (std::int32_t i = 0; i < count; ++i) {
-              const std::int32_t color = first + i * step;
-              const auto p = static_cast<std::size_t>(raw(cp)[color]) + t;
-              if (p < static_cast<std::size_t>(raw(cp)[color + 1])) update.solve(p);
-              // Every work-item passes, row or not: the next color reads this one.
-              sycl::atomic_fence(sycl::memory_order::seq_cst, sycl::memory_scope::work_group);
-              sycl::group_barrier(it.get_group());
-            }
+            kernels::solve_narrow_run<I>(it.get_group(), it.get_local_id(0), raw(cp), first,
+                                         count, step, update);
           });
     });
   };

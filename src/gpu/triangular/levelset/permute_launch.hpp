@@ -8,6 +8,7 @@
 
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
+#include "gpu/triangular/levelset/permute_kernel.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
@@ -27,8 +28,8 @@ sycl::event submit_permutation(sycl::queue& queue, triangle side, std::size_t nr
       auto d = bind(h, dst, sycl::write_only);
       h.parallel_for<Name>(sycl::nd_range<1>(round_up_to_group(nrows), levelset_group),
                            [=](sycl::nd_item<1> it) {
-                             const std::size_t i = it.get_global_id(0);
-                             if (i < nrows) raw(d)[i] = raw(s)[raw(ix)[i]];
+                             kernels::permute_entry<T, I>(it.get_global_id(0), nrows, raw(s),
+                                                          raw(ix), raw(d));
                            });
     });
   };

@@ -4,10 +4,6 @@
 
 #include <cstddef>
 
-#include <sycl/sycl.hpp>
-
-#include "containers/views.hpp"
-
 namespace orvane::vrt::sparse::gpu::kernels {
 
 inline constexpr int row_accumulators = 4;
@@ -29,21 +25,5 @@ void levelset_update_position(std::size_t p, const I* ptr, const I* col, const T
   const T result = rhs[p] * alpha - sum;
   sol[p] = nonunit ? result * inv_diag[p] : result;
 }
-
-// What the row update reads and writes, bound in one command group (pointers for USM, accessors
-// for buffers; bind_row_update makes it), with the per-call scalars; solve(p) updates position p.
-template <typename T, typename I, typename IndexView, typename ValueView, typename SolutionView>
-struct bound_row_update {
-  IndexView ptr, col;
-  ValueView val, inv_diag, rhs;
-  SolutionView sol;
-  T alpha;
-  bool nonunit;
-
-  void solve(std::size_t p) const {
-    levelset_update_position<T, I>(p, raw(ptr), raw(col), raw(val), raw(inv_diag), raw(rhs),
-                                   raw(sol), alpha, nonunit);
-  }
-};
 
 }  // namespace orvane::vrt::sparse::gpu::kernels

@@ -11,6 +11,7 @@
 #include "containers/prefix_sum.hpp"
 #include "containers/views.hpp"
 #include "gpu/triangular/design_names.hpp"
+#include "gpu/triangular/trmv/strict_triangle_copy_kernel.hpp"
 #include "handle/handle.hpp"
 #include "handle/triangular_data.hpp"
 
@@ -47,11 +48,7 @@ sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructu
     auto sp = bind(h, split, sycl::read_only);
     auto out = bind(h, rows, sycl::write_only);
     h.parallel_for<kernels::triangleData0<I, C>>(sycl::range<1>(n + 1), [=](sycl::id<1> id) {
-      const std::size_t i = id[0];
-      if (i == 0)
-        raw(out)[0] = I(0);
-      else
-        raw(out)[i] = upper ? raw(rp)[i] - raw(sp)[i - 1] : raw(sp)[i - 1] - raw(rp)[i - 1];
+      kernels::write_part_length<I>(id[0], upper, raw(rp), raw(sp), raw(out));
     });
   });
   long nnz = 0;
@@ -94,14 +91,8 @@ sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructu
     auto oc = bind(h, out_cols, sycl::write_only);
     auto ov = bind(h, out_vals, sycl::write_only);
     h.parallel_for<kernels::triangleData2<T, I, C>>(sycl::range<1>(n), [=](sycl::id<1> id) {
-      const std::size_t row = id[0];
-      const I from = (upper ? raw(sp)[row] : raw(rp)[row]) - base;
-      const I to = raw(orp)[row];
-      const I count = raw(orp)[row + 1] - to;
-      for (I k = 0; k < count; ++k) {
-        raw(oc)[to + k] = raw(ci)[from + k] - base;
-        raw(ov)[to + k] = raw(va)[from + k];
-      }
+      kernels::copy_row_part<T, I>(id[0], upper, base, raw(rp), raw(sp), raw(ci), raw(va),
+                                   raw(orp), raw(oc), raw(ov));
     });
   });
 }
