@@ -8,8 +8,8 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "gpu/mv/csr/optimized_plan.hpp"
-#include "gpu/mv/optimize_gemv.hpp"
+#include "gpu/mv/csr/optimize_gemv_plan.hpp"
+#include "gpu/mv/optimize_gemv_entry.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
 
@@ -64,7 +64,7 @@ void family(benchmark::State& state, int kind, int group, int vector) {
   vs::sparseStructure* s = h->primary;
   vs::initGemvInternalData(&s->gemv_data);
   vs::cache_gemv_internals(q, s->gemv_data);
-  if (kind == vs::gemv_kind_merge) {
+  if (kind == vs::kind_code(vs::gemv_kind::merge)) {
     s->nnz = static_cast<std::int64_t>(A.values.size());
     const vs::gpu::csr::gemv_choice merge{vs::gpu::csr::opt_code_6_subgroup, true,
                                           vs::gpu::csr::merge_partitions(
@@ -73,7 +73,7 @@ void family(benchmark::State& state, int kind, int group, int vector) {
     vs::gpu::detail::store_choice<double, std::int32_t, vs::container_usm>(q, s, merge, deps);
     for (auto& e : deps) e.wait();
   } else {
-    s->gemv_data->kernel_kind = kind;
+    s->gemv_data->kernel_kind = vs::gemv_kind{kind};
     s->gemv_data->group_param = group;
     s->gemv_data->vector_param = vector;
   }

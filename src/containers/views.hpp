@@ -46,6 +46,67 @@ void depend_on(sycl::handler& h, const std::vector<sycl::event>& deps) {
   if constexpr (C == container_usm) h.depends_on(deps);
 }
 
+// Where a container's memory lives, by one rule for the whole library: a buffer counts as device
+// memory; a USM pointer is what the queue's context says of it, unknown (memory the context
+// does not know, such as plain heap memory) included.
+template <containerType C, typename Pointer>
+sycl::usm::alloc memory_kind(const sycl::queue& queue, Pointer container) {
+  if constexpr (C == container_usm)
+    return sycl::get_pointer_type(container, queue.get_context());
+  else
+    return sycl::usm::alloc::device;
+}
+
+// Host memory by the rule: host USM, or memory the context does not know. Kernels may read and
+// write it but not add into it with device atomics.
+template <containerType C, typename Pointer>
+bool is_host_memory(const sycl::queue& queue, Pointer container) {
+  const sycl::usm::alloc kind = memory_kind<C>(queue, container);
+  return kind == sycl::usm::alloc::host || kind == sycl::usm::alloc::unknown;
+}
+
+// Host USM as the context knows it, memory it does not know excluded: the narrower test of the
+// sites that have always let unknown memory go the device way.
+template <containerType C, typename Pointer>
+bool is_host_usm(const sycl::queue& queue, Pointer container) {
+  return memory_kind<C>(queue, container) == sycl::usm::alloc::host;
+}
+
+// A per-call USM scratch array is freed by a host task behind the last command that uses it, and
+// the task's event is the call's; a buffer lives on in its commands, so the last command's event
+// is the call's. Returns the event that marks the end of the call.
+template <typename T, containerType C>
+sycl::event release_behind(sycl::queue& queue, container_t<C, T> scratch, const sycl::event& last) {
+  if constexpr (C == container_usm) {
+    const sycl::context context = queue.get_context();
+    return queue.submit([&](sycl::handler& h) {
+      h.depends_on(last);
+      h.host_task([=] { sycl::free(scratch, context); });
+    });
+  } else {
+    (void)scratch;
+    return last;
+  }
+}
+
+// A call failed part way: a USM scratch array goes once the commands already submitted are done
+// (a failure of theirs is dropped: the one being reported matters more); a buffer needs nothing.
+template <typename T, containerType C>
+void release_after_failure(sycl::queue& queue, container_t<C, T> scratch,
+                           sycl::event last) noexcept {
+  if constexpr (C == container_usm) {
+    try {
+      last.wait();
+    } catch (...) {
+    }
+    sycl::free(scratch, queue.get_context());
+  } else {
+    (void)queue;
+    (void)scratch;
+    (void)last;
+  }
+}
+
 // Copies count entries of a container from entry first into out on the host, once the work in
 // deps has finished: USM of any kind is copied by the queue, a buffer read through a host
 // accessor (which waits for the work writing it).

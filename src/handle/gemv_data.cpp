@@ -3,6 +3,7 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "containers/containers.hpp"
 #include "handle/record.hpp"
 
@@ -29,19 +30,19 @@ void initGemvInternalData(gemvInternalData** slot) {
   auto* data = allocate_record<gemvInternalData>(
       [](gemvInternalData* d) { initDeviceInternalData(&d->device_data); });
   clear_device_record(data->device_data);
-  data->kernel_kind = gemv_kind_syclvec;
+  data->kernel_kind = gemv_kind::syclvec;
   data->group_param = unset_param;
   data->vector_param = unset_param;
   *slot = data;
 }
 
 void cache_gemv_internals(sycl::queue& queue, gemvInternalData* data) {
-  if (data == nullptr) throw computation_error("sparse", "gemv", "internal error");
+  if (data == nullptr) internal_error("gemv");
   if (data->cached) return;
-  if (data->optimized) throw computation_error("sparse", "gemv", "internal error");
+  if (data->optimized) internal_error("gemv");
   if (data->device_data == nullptr) initDeviceInternalData(&data->device_data);
   cache_device_internals(queue, data->device_data);
-  data->kernel_kind = gemv_kind_syclvec;
+  data->kernel_kind = gemv_kind::syclvec;
   data->group_param = cached_group_param;
   data->vector_param = cached_vector_param;
   data->cached = 1;
@@ -52,7 +53,7 @@ void gemvInternalDataRelease(gemvInternalData** slot, const sycl::context* conte
   gemvInternalData* data = *slot;
   if (data == nullptr) return;
   // The partition arrays belong to the merge path; a kind rewritten since then keeps them.
-  if (data->kernel_kind == gemv_kind_merge && context != nullptr) {
+  if (data->kernel_kind == gemv_kind::merge && context != nullptr) {
     deallocate_container<I>(data->partition_rows, *context, C);
     deallocate_container<I>(data->partition_nnz, *context, C);
     deallocate_container<I>(data->carry_rows, *context, C);

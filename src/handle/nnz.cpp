@@ -6,6 +6,7 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "containers/views.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
 
@@ -31,7 +32,7 @@ sycl::event count_nonzeros(sycl::queue& queue, void* structure,
     return sycl::event();
   }
   const I* row_ptr = static_cast<const I*>(s->row_ptr);
-  if (sycl::get_pointer_type(row_ptr, queue.get_context()) == sycl::usm::alloc::device) {
+  if (memory_kind<container_usm>(queue, row_ptr) == sycl::usm::alloc::device) {
     // The last entry lands in the low bytes of the field; the host task widens it in place.
     sycl::event copied = queue.submit([&](sycl::handler& h) {
       h.depends_on(deps);

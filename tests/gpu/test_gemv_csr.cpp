@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "support/test_helpers.hpp"
-#include "gpu/mv/csr/gemv_operands.hpp"
+#include "gpu/mv/csr/csr_operands.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
 #include "support/sparse_matrices.hpp"
@@ -167,7 +167,7 @@ void expect_first_use_plan(const char* profile, int kind, int group, int vector)
              ASSERT_NE(plan, nullptr);
              EXPECT_TRUE(plan->cached);
              EXPECT_FALSE(plan->optimized);
-             EXPECT_EQ(plan->kernel_kind, kind) << profile;
+             EXPECT_EQ(vs::kind_code(plan->kernel_kind), kind) << profile;
              EXPECT_EQ(plan->group_param, group) << profile;
              EXPECT_EQ(plan->vector_param, vector) << profile;
            });
@@ -218,7 +218,7 @@ std::vector<T> run_with_plan(const char* profile, int kind, T alpha, T beta, T v
   std::vector<T> out;
   run_gemv(q, A, model::usm, vrt::transpose::nontrans, alpha, x, beta, y,
            [&](vs::matrix_handle* h) {
-             h->primary->gemv_data->kernel_kind = kind;
+             h->primary->gemv_data->kernel_kind = vs::gemv_kind{kind};
              h->primary->gemv_data->group_param = 64;
              h->primary->gemv_data->vector_param = 4;
              T* d_y = sycl::malloc_shared<T>(2, q);
@@ -301,7 +301,7 @@ TEST(GemvCsrKernels, LaunchersRefusePlansOutsideTheirGrid) {
              } catch (const vrt::computation_error& e) {
                EXPECT_STREQ(e.what(), "orvane::vrt::sparse::gemv csr: computation error: internal error");
              }
-             h->primary->gemv_data->kernel_kind = 9;
+             h->primary->gemv_data->kernel_kind = vs::gemv_kind{9};
              try {
                vs::gemv(q, vrt::transpose::nontrans, 1.0, h, d, 0.0, d);
                ADD_FAILURE() << "kind 9 does not exist";

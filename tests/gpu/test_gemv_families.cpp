@@ -12,9 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "gpu/mv/csr/gemv_operands.hpp"
+#include "gpu/mv/csr/csr_operands.hpp"
 #include "gpu/mv/csr/sub_group_support.hpp"
-#include "gpu/mv/csr/subgroup_launch_shape.hpp"
+#include "gpu/mv/csr/csr_gemv_plan.hpp"
 #include "handle/device_internal_data.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
@@ -62,13 +62,13 @@ void check(const char* profile, const csr_matrix<T, I>& A, const forced_plan* pl
       vs::sparseStructure* s = h->primary;
       if (s->gemv_data == nullptr) vs::initGemvInternalData(&s->gemv_data);
       vs::cache_gemv_internals(q, s->gemv_data);
-      s->gemv_data->kernel_kind = plan->kind;
+      s->gemv_data->kernel_kind = vs::gemv_kind{plan->kind};
       s->gemv_data->group_param = plan->group;
       s->gemv_data->vector_param = plan->vector;
     };
   if (expected_kind != 0)
     o.done = [&](vs::matrix_handle* h) {
-      EXPECT_EQ(h->primary->gemv_data->kernel_kind, expected_kind) << what << " on " << profile;
+      EXPECT_EQ(vs::kind_code(h->primary->gemv_data->kernel_kind), expected_kind) << what << " on " << profile;
     };
   const auto got = vrt_test::run_gemv_with(q, A, alpha, x, beta, y0, o);
   vrt_test::expect_near_vectors(got, want, scale,
@@ -173,13 +173,13 @@ TYPED_TEST(GemvFamilies, ExplicitSimdGrid) {
       vs::sparseStructure* s = h->primary;
       vs::initGemvInternalData(&s->gemv_data);
       vs::cache_gemv_internals(q, s->gemv_data);
-      s->gemv_data->kernel_kind = esimd.kind;
+      s->gemv_data->kernel_kind = vs::gemv_kind{esimd.kind};
       s->gemv_data->group_param = esimd.group;
       s->gemv_data->vector_param = esimd.vector;
     };
     o.done = [&](vs::matrix_handle* h) {
       const vs::gemvInternalData* p = h->primary->gemv_data;
-      EXPECT_EQ(p->kernel_kind, 3);
+      EXPECT_EQ(vs::kind_code(p->kernel_kind), 3);
       EXPECT_EQ(p->group_param, 8);
       EXPECT_EQ(p->vector_param, 16);
     };
@@ -274,7 +274,7 @@ std::vector<T> tiny_product(const char* profile, forced_plan plan, T alpha, T be
     vs::sparseStructure* s = h->primary;
     vs::initGemvInternalData(&s->gemv_data);
     vs::cache_gemv_internals(q, s->gemv_data);
-    s->gemv_data->kernel_kind = plan.kind;
+    s->gemv_data->kernel_kind = vs::gemv_kind{plan.kind};
     s->gemv_data->group_param = plan.group;
     s->gemv_data->vector_param = plan.vector;
   };
@@ -312,14 +312,14 @@ void expect_launch_refused(const char* profile, forced_plan plan, const std::str
     vs::sparseStructure* s = h->primary;
     vs::initGemvInternalData(&s->gemv_data);
     vs::cache_gemv_internals(q, s->gemv_data);
-    s->gemv_data->kernel_kind = plan.kind;
+    s->gemv_data->kernel_kind = vs::gemv_kind{plan.kind};
     s->gemv_data->group_param = plan.group;
     s->gemv_data->vector_param = plan.vector;
     T* y = sycl::malloc_shared<T>(static_cast<std::size_t>(nrows), q);
     vrt_test::expect_message<vrt::computation_error>(
         [&] { vs::gemv(q, vrt::transpose::nontrans, T(1), h, y, T(0), y).wait(); }, message);
     sycl::free(y, q);
-    s->gemv_data->kernel_kind = 1;  // let the runner's own product run
+    s->gemv_data->kernel_kind = vs::gemv_kind::syclvec;  // let the runner's own product run
     s->gemv_data->group_param = 64;
     s->gemv_data->vector_param = 4;
   };
@@ -458,7 +458,7 @@ void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A
     if (plan != nullptr) {
       if (s->gemv_data == nullptr) vs::initGemvInternalData(&s->gemv_data);
       vs::cache_gemv_internals(q, s->gemv_data);
-      s->gemv_data->kernel_kind = plan->kind;
+      s->gemv_data->kernel_kind = vs::gemv_kind{plan->kind};
       s->gemv_data->group_param = plan->group;
       s->gemv_data->vector_param = plan->vector;
     }
@@ -473,16 +473,16 @@ void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A
         dx, dy, s->nrows, static_cast<I>(A.base), alpha, beta, true};
     const vs::gemvInternalData& p = *s->gemv_data;
     if (plan == nullptr) {
-      EXPECT_EQ(p.kernel_kind, vs::gemv_kind_merge) << what;
+      EXPECT_EQ(p.kernel_kind, vs::gemv_kind::merge) << what;
     }
     // Launchers exist only for the value types built.
     if constexpr (vs::value_type_built<T>) {
-      if (p.kernel_kind == vs::gemv_kind_merge)
+      if (p.kernel_kind == vs::gemv_kind::merge)
         csr::gemv_merge_based_subgroup<T, I, vs::container_usm>(q, p, op, {}).wait();
-      else if (p.kernel_kind == vs::gemv_kind_subgroup)
+      else if (p.kernel_kind == vs::gemv_kind::subgroup)
         csr::gemv_with_subgroup<T, I, vs::container_usm>(q, p, op, {}).wait();
       else
-        ADD_FAILURE() << what << ": plan of kind " << p.kernel_kind;
+        ADD_FAILURE() << what << ": plan of kind " << vs::kind_code(p.kernel_kind);
     }
     q.memcpy(got.data(), dy, n * sizeof(T)).wait();
     sycl::free(dx, q);

@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "gpu/mv/csr/optimized_plan.hpp"
-#include "gpu/mv/optimize_gemv.hpp"
+#include "gpu/mv/csr/optimize_gemv_plan.hpp"
+#include "gpu/mv/optimize_gemv_entry.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
 #include "platform/testing_hooks.hpp"
@@ -42,7 +42,7 @@ std::ostream& operator<<(std::ostream& os, const plan_triple& p) {
   return os << "(" << p.kind << ", " << p.group << ", " << p.vector << ")";
 }
 plan_triple triple_of(const vs::gemvInternalData* p) {
-  return {p->kernel_kind, p->group_param, p->vector_param};
+  return {vs::kind_code(p->kernel_kind), p->group_param, p->vector_param};
 }
 
 template <typename T>
@@ -296,15 +296,15 @@ TEST(OptimizeGemvArithmetic, Code6LongRowsGoToExplicitSimdOnlyWhenTheCacheOverfl
   const gemv_matrix_facts big{10'000'000, 10'000'000, 170'000'000, 17.0, 0.0, 0.0};
   const auto esimd = choose_optimized_plan<D, std::int32_t>(big, two_tiles);
   EXPECT_FALSE(esimd.merge);
-  EXPECT_EQ(esimd.preset.kernel_kind, 4);
+  EXPECT_EQ(vs::kind_code(esimd.preset.kernel_kind), 4);
   EXPECT_EQ(esimd.preset.group_param, 8);
   EXPECT_EQ(esimd.preset.vector_param, 32);
   // Too many rows for 32-bit offsets of z: the sub-group kernels.
   const gemv_matrix_facts huge{300'000'000, 10, 300'000'000 * 17LL, 17.0, 0.0, 0.0};
-  EXPECT_EQ((choose_optimized_plan<Z, std::int64_t>(huge, two_tiles).preset.kernel_kind), 3);
+  EXPECT_EQ(vs::kind_code(choose_optimized_plan<Z, std::int64_t>(huge, two_tiles).preset.kernel_kind), 3);
   // The same matrix on one tile of a smaller device with 16 long rows stays on sycl::vec.
   const gemv_matrix_facts sixteen{10'000'000, 10'000'000, 160'000'000, 16.0, 0.0, 0.0};
-  EXPECT_EQ((choose_optimized_plan<D, std::int32_t>(sixteen, two_tiles).preset.kernel_kind), 1);
+  EXPECT_EQ(vs::kind_code(choose_optimized_plan<D, std::int32_t>(sixteen, two_tiles).preset.kernel_kind), 1);
 }
 
 // Code 6 with rows of 17: the explicit-SIMD plan once the matrix overflows the cache. Eleven
@@ -545,10 +545,10 @@ TEST(OptimizeGemvRelease, PartitionArraysAreFreedOnlyWhileTheKindIsTheMergePath)
     vs::set_csr_data(q, h, 100, 1009, vrt::index_base::zero, rows, cols, vals).wait();
     vs::optimize_gemv(q, vrt::transpose::nontrans, h).wait();
     vs::gemvInternalData* p = h->primary->gemv_data;
-    ASSERT_EQ(p->kernel_kind, vs::gemv_kind_merge);
+    ASSERT_EQ(p->kernel_kind, vs::gemv_kind::merge);
     EXPECT_GT(hostsycl::live_allocation_bytes(device), before);
     void* arrays[] = {p->partition_rows, p->partition_nnz, p->carry_rows, p->carry_values};
-    if (rewritten) p->kernel_kind = vs::gemv_kind_subgroup;
+    if (rewritten) p->kernel_kind = vs::gemv_kind::subgroup;
     vs::release_matrix_handle(q, &h).wait();
     if (rewritten) {
       EXPECT_GT(hostsycl::live_allocation_bytes(device), before) << "the arrays stay";
@@ -668,7 +668,7 @@ TEST(MergePathPartition, MatchesAWalkOfThePath) {
     o.optimize = true;
     o.planned = [&](vs::matrix_handle* h) {
       const vs::gemvInternalData* p = h->primary->gemv_data;
-      ASSERT_EQ(p->kernel_kind, 5);
+      ASSERT_EQ(vs::kind_code(p->kernel_kind), 5);
       // ceil(153969 / 32) = 4812 parts wanted; 4000 rows limit them to T = 3584.
       EXPECT_EQ(p->num_partitions, 3584);
       const auto [rows, nnz] = partition_of<std::int32_t>(q, p);
@@ -687,7 +687,7 @@ TEST(MergePathPartition, TotalSmallerThanPartCount) {
   o.optimize = true;
   o.planned = [&](vs::matrix_handle* h) {
     const vs::gemvInternalData* p = h->primary->gemv_data;
-    ASSERT_EQ(p->kernel_kind, 5);
+    ASSERT_EQ(vs::kind_code(p->kernel_kind), 5);
     ASSERT_EQ(p->num_partitions, 3584);  // raised to the hardware threads: 100 steps, 3584 parts
     const auto [rows, nnz] = partition_of<std::int64_t>(q, p);
     expect_partition_matches_walk(A, rows, nnz);

@@ -8,10 +8,9 @@
 #include <limits>
 #include <type_traits>
 
-#include "gpu/mv/coo/gemv_impl.hpp"
-#include "gpu/mv/csc/gemv_impl.hpp"
-#include "gpu/mv/gemvdot/gemvdot_impl.hpp"
-#include "gpu/mv/y_memory.hpp"
+#include "gpu/mv/coo/coo_gemv_entry.hpp"
+#include "gpu/mv/csc/csc_gemv_entry.hpp"
+#include "gpu/mv/gemvdot/gemvdot_entry.hpp"
 #include "gpu/mv_runner.hpp"
 #include "handle/gemv_data.hpp"
 #include "support/test_helpers.hpp"
@@ -118,7 +117,7 @@ void expect_csc_plan(const char* profile, int kind, int group, int vector) {
                      }
                    });
   EXPECT_TRUE(plan.cached);
-  EXPECT_EQ(plan.kernel_kind, kind) << profile;
+  EXPECT_EQ(vs::kind_code(plan.kernel_kind), kind) << profile;
   EXPECT_EQ(plan.group_param, group) << profile;
   EXPECT_EQ(plan.vector_param, vector) << profile;
 }
@@ -150,17 +149,17 @@ TEST(MvFamiliesCsc, OtherKindsBecomeTheDefaultForGood) {
       [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
         if constexpr (sizeof...(deps) > 0) {
           vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...).wait();
-          h->primary->gemv_data->kernel_kind = vs::gemv_kind_merge;
+          h->primary->gemv_data->kernel_kind = vs::gemv_kind::merge;
           auto done = vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...);
           done.wait();
-          kind_after = h->primary->gemv_data->kernel_kind;
+          kind_after = vs::kind_code(h->primary->gemv_data->kernel_kind);
           vrt_test::expect_message<vrt::computation_error>(
               [&] { vs::gemv(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv, deps...); },
               "orvane::vrt::sparse::gemv: computation error: internal error");
           return done;
         }
       });
-  EXPECT_EQ(kind_after, vs::gemv_kind_default);
+  EXPECT_EQ(kind_after, vs::kind_code(vs::gemv_kind::default_kernel));
   for (std::size_t i = 0; i < want.size(); ++i) EXPECT_NEAR(got.y[i], want[i], 1e-12);
 }
 
@@ -644,11 +643,11 @@ TEST(MvFamiliesEdges, UnboundHandleOnTheDevice) {
 TEST(MvFamiliesEdges, YInUnknownMemoryTakesNoAtomics) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
   std::vector<double> plain(4, 0.0);
-  EXPECT_EQ((vs::gpu::y_memory<vs::container_usm, double>(q, plain.data())),
+  EXPECT_EQ((vs::memory_kind<vs::container_usm>(q, plain.data())),
             sycl::usm::alloc::unknown);
-  EXPECT_TRUE((vs::gpu::y_refuses_atomics<vs::container_usm, double>(q, plain.data())));
+  EXPECT_TRUE((vs::is_host_memory<vs::container_usm>(q, plain.data())));
   double* shared = sycl::malloc_shared<double>(1, q);
-  EXPECT_FALSE((vs::gpu::y_refuses_atomics<vs::container_usm, double>(q, shared)));
+  EXPECT_FALSE((vs::is_host_memory<vs::container_usm>(q, shared)));
   sycl::free(shared, q);
 
   const auto A = vrt_test::random_csr<double, std::int32_t>(40, 40, 6, 61, 0, 2, 30);

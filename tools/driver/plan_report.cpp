@@ -16,9 +16,14 @@ void report_gemv_plan(orvane::vrt::sparse::matrix_handle* handle, orvane::vrt::t
     s = handle->conj_transposed;
   if (s == nullptr || s->gemv_data == nullptr) return;
   const vs::gemvInternalData* plan = s->gemv_data;
-  std::cerr << "vrt_sparse_driver: gemv plan: kind " << plan->kernel_kind << ", group "
-            << plan->group_param << ", vector " << plan->vector_param
-            << (plan->optimized ? " (optimized)" : " (first use)") << '\n';
+  // The kind by number and name, each parameter with the unit the kind gives it.
+  const vs::gemv_kind_meaning* meaning = vs::meaning_of(plan->kernel_kind);
+  std::cerr << "vrt_sparse_driver: gemv plan: kind " << vs::kind_code(plan->kernel_kind) << " ("
+            << vs::kind_name(plan->kernel_kind) << "), group " << plan->group_param;
+  if (meaning != nullptr) std::cerr << ' ' << meaning->group_unit;
+  std::cerr << ", vector " << plan->vector_param;
+  if (meaning != nullptr) std::cerr << ' ' << meaning->vector_unit;
+  std::cerr << (plan->optimized ? " (optimized)" : " (first use)") << '\n';
 }
 
 }  // namespace vrt_driver

@@ -30,12 +30,10 @@ bool needs_single_work_item(sycl::queue& queue, const sparseStructure* in,
   if constexpr (C == container_buffer) {
     return false;
   } else {
-    const sycl::context context = queue.get_context();
     for (const void* p : {in->row_ptr, in->col_ind, in->values, out->row_ptr, out->col_ind,
                           out->values}) {
       if (p == nullptr) continue;
-      const auto kind = sycl::get_pointer_type(p, context);
-      if (kind == sycl::usm::alloc::host || kind == sycl::usm::alloc::unknown) return true;
+      if (is_host_memory<C>(queue, p)) return true;
     }
     return false;
   }

@@ -38,7 +38,7 @@ sycl::event gemm_opt_subgroup(sycl::queue& queue, const gemm_operands<T, I, C>& 
   if (max_group < 1)
     throw computation_error("sparse", gemm_word, "device max_work_group_size <= 0");
   if constexpr (C == container_usm) {
-    if (sycl::get_pointer_type(op.c, queue.get_context()) == sycl::usm::alloc::unknown)
+    if (memory_kind<C>(queue, op.c) == sycl::usm::alloc::unknown)
       throw invalid_argument("sparse", "gemm", "given usm alloc type is unknown");
   }
   constexpr bool double_width =

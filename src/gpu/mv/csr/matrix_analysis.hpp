@@ -12,27 +12,10 @@
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
+#include "gpu/mv/design_names.hpp"
 #include "handle/gemv_data.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
-
-namespace kernels {
-template <typename I, containerType C>
-class optimize_gemv_mat_analysis_kernel;
-}  // namespace kernels
-
-namespace detail {
-// Reads element 0 of a shared container once the work that wrote it is done.
-template <typename T, containerType C>
-T read_shared(void* container) {
-  if constexpr (C == container_usm) {
-    return *static_cast<T*>(container);
-  } else {
-    sycl::host_accessor access(*static_cast<sycl::buffer<T, 1>*>(container), sycl::read_only);
-    return access[0];
-  }
-}
-}  // namespace detail
 
 // Fills max_row_nnz, min_row_nnz, avg_row_nnz, row_nnz_stddev, row_spread_ratio and density of
 // the plan. Returns false when a shared container cannot be allocated (nothing is left behind).
@@ -78,9 +61,9 @@ bool compute_matrix_property_data(sycl::queue& queue, std::int64_t nrows, std::i
         });
       })
       .wait();
-  plan->max_row_nnz = detail::read_shared<std::int64_t, C>(longest);
-  plan->min_row_nnz = detail::read_shared<std::int64_t, C>(shortest);
-  const float sumsq = detail::read_shared<float, C>(squares);
+  plan->max_row_nnz = read_on_host<std::int64_t, C>(queue, as_container<C, std::int64_t>(longest), {});
+  plan->min_row_nnz = read_on_host<std::int64_t, C>(queue, as_container<C, std::int64_t>(shortest), {});
+  const float sumsq = read_on_host<float, C>(queue, as_container<C, float>(squares), {});
   plan->avg_row_nnz = static_cast<double>(mean);
   plan->row_nnz_stddev = std::sqrt(static_cast<double>(sumsq) / static_cast<double>(nrows));
   plan->row_spread_ratio =

@@ -8,13 +8,12 @@
 #include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
+#include "gpu/mv/design_names.hpp"
 #include "handle/gemv_data.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
 
 namespace kernels {
-template <typename I, containerType C>
-class optimize_gemv_find_merge_path_kernel;
 
 // Border b = p + 1 of part p. A tie sends the step to the row end: a row end counts before the
 // non-zero that follows it on the diagonal.

@@ -8,22 +8,16 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "common/portability.hpp"
-#include "gpu/mv/csc/scatter_kernels.hpp"
-#include "gpu/mv/csc/scatter_operands.hpp"
-#include "gpu/mv/scale_y.hpp"
-#include "gpu/mv/y_memory.hpp"
+#include "containers/views.hpp"
+#include "gpu/mv/csc/csc_operands.hpp"
+#include "gpu/mv/csc/csc_scatter_kernel.hpp"
+#include "gpu/mv/design_names.hpp"
+#include "gpu/mv/scale_y_launch.hpp"
+#include "gpu/operand_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::csc {
-
-namespace kernels {
-template <typename T, typename I, containerType C>
-class gemv_default_csc_kernel;
-template <typename T, typename I, containerType C, int L>
-class gemv_syclvec_csc_kernel;
-template <typename T, typename I, containerType C>
-class gemv_subgroup_singleRow_csc_kernel;
-}  // namespace kernels
 
 namespace detail {
 
@@ -32,14 +26,14 @@ inline constexpr std::int32_t wide_subgroup_group = 8;
 inline constexpr std::int32_t short_sub_group = 16;
 inline constexpr std::int32_t long_sub_group = 32;
 
-[[noreturn]] inline void off_grid() { throw computation_error("sparse", "gemv csc", "internal error"); }
+[[noreturn]] inline void off_grid() { internal_error(mv_words::gemv_csc); }
 
-// Every launcher refuses host USM y: the scatter adds into it with device atomics.
+// Every launcher refuses host USM y: the scatter adds into it with device atomics. Host USM
+// alone: y the context does not know is let through, as it always has been.
 template <typename T, typename I, containerType C>
 void refuse_host_y(sycl::queue& queue, const scatter_operands<T, I, C>& op) {
-  if (y_memory<C, T>(queue, op.y) == sycl::usm::alloc::host)
-    throw computation_error("sparse", "gemv default kernel",
-                            "USM + host configuration unsupported due to atomics");
+  if (is_host_usm<C>(queue, op.y))
+    throw computation_error("sparse", mv_words::gemv_default_kernel, mv_words::host_y_refused);
 }
 
 // y *= beta over the output length; the scatter then only adds.

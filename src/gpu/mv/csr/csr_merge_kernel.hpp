@@ -7,7 +7,7 @@
 
 #include <sycl/sycl.hpp>
 
-#include "gpu/mv/csr/subgroup_kernels.hpp"
+#include "gpu/mv/csr/csr_subgroup_kernel.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr::kernels {
 

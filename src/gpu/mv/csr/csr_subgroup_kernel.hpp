@@ -9,7 +9,7 @@
 #include <sycl/sycl.hpp>
 
 #include "common/portability.hpp"
-#include "gpu/mv/csr/row_kernels.hpp"
+#include "gpu/mv/csr/csr_row_kernel.hpp"
 #include "handle/value_types.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr::kernels {

@@ -8,21 +8,16 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
+#include "common/portability.hpp"
 #include "gpu/mv/atomic_add.hpp"
-#include "gpu/mv/csr/gemv_operands.hpp"
-#include "gpu/mv/csr/merge_kernels.hpp"
+#include "gpu/mv/csr/csr_merge_kernel.hpp"
+#include "gpu/mv/csr/csr_operands.hpp"
 #include "gpu/mv/csr/sub_group_support.hpp"
+#include "gpu/mv/design_names.hpp"
+#include "gpu/operand_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
-
-namespace kernels {
-template <typename T, typename I, containerType C>
-class gemv_merge_subgroup_csr_kernel;
-template <typename T, typename I, containerType C>
-class mv_single_task_sum_carry_out_csr_kernel;
-template <typename T, typename I, containerType C>
-class mv_parallel_for_sum_carry_out_csr_kernel;
-}  // namespace kernels
 
 namespace detail {
 inline constexpr int merge_sub_group = 32;
@@ -31,7 +26,8 @@ inline constexpr std::int32_t merge_groups_large = 8;
 }  // namespace detail
 
 // Adds the carries into y after deps. Host USM y takes no device atomics: one work-item adds
-// them in order. The last part ends at the path's end, so its carry is never addressed to a row.
+// them in order (host USM alone: y the context does not know takes the atomics, as it always
+// has). The last part ends at the path's end, so its carry is never addressed to a row.
 template <typename T, typename I, containerType C>
 sycl::event compute_sum_carry_out_for_merge_path_mv(sycl::queue& queue, std::int64_t nrows,
                                                      std::int64_t parts,
@@ -39,9 +35,7 @@ sycl::event compute_sum_carry_out_for_merge_path_mv(sycl::queue& queue, std::int
                                                      container_t<C, T> carry_values,
                                                      container_t<C, T> y,
                                                      const std::vector<sycl::event>& deps) {
-  bool host_y = false;
-  if constexpr (C == container_usm)
-    host_y = sycl::get_pointer_type(y, queue.get_context()) == sycl::usm::alloc::host;
+  const bool host_y = is_host_usm<C>(queue, y);
   return queue.submit([&](sycl::handler& h) {
     depend_on<C>(h, deps);
     auto cr = bind(h, carry_rows, sycl::read_only);
@@ -72,8 +66,8 @@ sycl::event gemv_merge_based_subgroup(sycl::queue& queue, const gemvInternalData
   constexpr int SG = detail::merge_sub_group;
   if (plan.vector_param != SG || (plan.group_param != detail::merge_groups_small &&
                                   plan.group_param != detail::merge_groups_large))
-    throw computation_error("sparse", "gemv csr", "internal error");
-  require_sub_group_size(queue, SG, "gemv");
+    internal_error(mv_words::gemv_csr);
+  require_sub_group_size(queue, SG, mv_words::gemv);
   const auto parts = static_cast<std::size_t>(plan.num_partitions);
   const auto groups = static_cast<std::size_t>(plan.group_param);
   auto partition_rows = as_container<C, I>(plan.partition_rows);
@@ -82,14 +76,9 @@ sycl::event gemv_merge_based_subgroup(sycl::queue& queue, const gemvInternalData
   auto carry_values = as_container<C, T>(plan.carry_values);
   using name = portable::sub_group_kernel<kernels::gemv_merge_subgroup_csr_kernel<T, I, C>, SG>;
   sycl::event product = queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
     auto pr = bind(h, partition_rows, sycl::read_only);
     auto pn = bind(h, partition_nnz, sycl::read_only);
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
     auto cr = bind(h, carry_rows, sycl::write_only);
     auto cv = bind(h, carry_values, sycl::write_only);
     const I index = op.index;

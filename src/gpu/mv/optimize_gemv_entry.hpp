@@ -10,10 +10,11 @@
 
 #include "containers/containers.hpp"
 #include "gpu/entry_points.hpp"
+#include "gpu/mv/design_names.hpp"
 #include "gpu/format/select_transposed.hpp"
 #include "gpu/mv/csr/matrix_analysis.hpp"
 #include "gpu/mv/csr/merge_partition.hpp"
-#include "gpu/mv/csr/optimized_plan.hpp"
+#include "gpu/mv/csr/optimize_gemv_plan.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
@@ -72,7 +73,7 @@ void plan_csr_gemv(sycl::queue& queue, sparseStructure* A, event_list& deps) {
   if (A->nrows == 0) return;
   if (!csr::compute_matrix_property_data<I, C>(queue, A->nrows, A->ncols, A->nnz,
                                                as_container<C, I>(A->row_ptr), plan, deps))
-    throw device_bad_alloc("sparse", "optimize_gemv", queue.get_device());
+    throw device_bad_alloc("sparse", mv_words::optimize_gemv, queue.get_device());
   const csr::gemv_matrix_facts matrix{A->nrows,          A->ncols,
                                       A->nnz,            plan->avg_row_nnz,
                                       plan->row_nnz_stddev, plan->row_spread_ratio};
@@ -91,10 +92,9 @@ sycl::event optimize_gemv_impl(sycl::queue& queue, transpose op, matrix_handle* 
   event_list new_deps;
   do_transpose_and_select_sparse_struct<T, I, C>(queue, op, A, &structure, deps, new_deps);
   if (structure == nullptr)
-    throw uninitialized("sparse", "optimize_gemv", "Matrix is not initialized");
+    throw uninitialized("sparse", mv_words::optimize_gemv, mv_words::not_initialized);
   if (structure->format != format_csr && structure->format != format_coo)
-    throw unimplemented("sparse", "optimize_gemv",
-                        "currently only supports the CSR and COO matrix formats on GPU devices");
+    throw unimplemented("sparse", mv_words::optimize_gemv, mv_words::gemv_formats);
   if (structure->gemv_data == nullptr) initGemvInternalData(&structure->gemv_data);
   gemvInternalData* plan = structure->gemv_data;
   if (!plan->cached) cache_gemv_internals(queue, plan);

@@ -8,26 +8,18 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "gpu/mv/csr/gemv_operands.hpp"
-#include "gpu/mv/csr/row_kernels.hpp"
+#include "common/internal_error.hpp"
+#include "gpu/mv/csr/csr_operands.hpp"
+#include "gpu/mv/csr/csr_row_kernel.hpp"
+#include "gpu/mv/design_names.hpp"
 #include "gpu/operand_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
 
-namespace kernels {
-template <typename T, typename I, containerType C>
-class gemv_default_csr_kernel;
-template <typename T, typename I, containerType C, int L>
-class gemv_syclvec_csr_kernel;
-template <typename T, typename I, containerType C, int L>
-class gemv_marray_csr_kernel;
-}  // namespace kernels
-
 namespace detail {
 
 inline std::size_t row_group_size(const gemvInternalData& plan) {
-  if (!is_row_group(plan.group_param))
-    throw computation_error("sparse", "gemv csr", "internal error");
+  if (!is_row_group(plan.group_param)) internal_error(mv_words::gemv_csr);
   return static_cast<std::size_t>(plan.group_param);
 }
 
@@ -42,12 +34,7 @@ sycl::event submit_row_kernel(sycl::queue& queue, std::size_t group,
   const auto nrows = static_cast<std::size_t>(op.nrows);
   const sycl::nd_range<1> grid((nrows + group - 1) / group * group, group);
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     h.parallel_for<name>(grid, [=](sycl::nd_item<1> item) {
@@ -104,7 +91,7 @@ sycl::event gemv_with_syclvec(sycl::queue& queue, const gemvInternalData& plan,
                               const gemv_operands<T, I, C>& op,
                               const std::vector<sycl::event>& deps) {
   if constexpr (is_complex_v<T>)
-    throw computation_error("sparse", "gemv", "internal error");
+    internal_error(mv_words::gemv);
   else
     return detail::launch_by_length<detail::row_family::syclvec, T, I, C, 4, 8, 16>(queue, plan,
                                                                                  op, deps);

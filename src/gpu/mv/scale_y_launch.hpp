@@ -7,15 +7,9 @@
 #include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
+#include "gpu/mv/design_names.hpp"
 
 namespace orvane::vrt::sparse::gpu {
-
-namespace kernels {
-template <typename T, containerType C>
-class gemv_betay_kernel;
-template <typename T, containerType C>
-class gemv_setzero_y_kernel;
-}  // namespace kernels
 
 // y[i] = y[i] * beta over n elements, with no test of beta: a zero beta keeps a NaN in y.
 template <typename T, containerType C>

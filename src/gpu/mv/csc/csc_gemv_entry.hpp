@@ -2,35 +2,40 @@
 // architecture code) and the launcher of its kind.
 #pragma once
 
+#include <vector>
+
 #include <orvane/vrt/sparse.hpp>
 
-#include "gpu/mv/csc/gemv_entry.hpp"
-#include "gpu/mv/csc/scatter_launchers.hpp"
-#include "gpu/mv/csr/first_use_plan.hpp"
+#include "common/internal_error.hpp"
+#include "gpu/mv/csc/csc_gemv_plan.hpp"
+#include "gpu/mv/csc/csc_operands.hpp"
+#include "gpu/mv/csc/csc_scatter_launch.hpp"
+#include "gpu/mv/csr/csr_gemv_plan.hpp"
+#include "gpu/mv/design_names.hpp"
 #include "handle/handle.hpp"
 #include "handle/value_types.hpp"
 
 namespace orvane::vrt::sparse::gpu::csc {
 
-// Real values run the vector or sub-group family; complex values have no vector family. A real
-// plan of any other kind becomes the default kernel's, and stays so.
 template <typename T, typename I, containerType C>
 scatter_launcher<T, I, C> launcher_for(gemvInternalData* plan) {
-  if (plan->kernel_kind == gemv_kind_subgroup) return gemv_with_subgroup<T, I, C>;
-  if constexpr (!is_complex_v<T>) {
-    if (plan->kernel_kind == gemv_kind_syclvec) return gemv_with_syclvec<T, I, C>;
-    plan->kernel_kind = gemv_kind_default;
+  switch (settle_kind<T>(plan)) {
+    case gemv_kind::subgroup:
+      return gemv_with_subgroup<T, I, C>;
+    case gemv_kind::syclvec:
+      return gemv_with_syclvec<T, I, C>;
+    default:
+      return gemv_default<T, I, C>;
   }
-  return gemv_default<T, I, C>;
 }
 
+// op(A) * x for op trans or conjtrans, reading the CSR arrays of A as the CSC arrays of op(A).
 template <typename T, typename I, containerType C>
 sycl::event gemv_impl(sycl::queue& queue, transpose op, bool conj, T alpha, sparseStructure* A,
                       container_t<C, T> x, T beta, container_t<C, T> y,
                       const std::vector<sycl::event>& deps) {
-  if (A == nullptr) throw uninitialized("sparse", "gemv", "Matrix is not initialized");
-  if (A->format != format_csr || op == transpose::nontrans)
-    throw computation_error("sparse", "gemv", "internal error");
+  if (A == nullptr) throw uninitialized("sparse", mv_words::gemv, mv_words::not_initialized);
+  if (A->format != format_csr || op == transpose::nontrans) internal_error(mv_words::gemv);
   if (A->gemv_data == nullptr) initGemvInternalData(&A->gemv_data);
   gemvInternalData* plan = A->gemv_data;
   if (!plan->cached) {
@@ -39,11 +44,9 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, bool conj, T alpha, spar
     csr::set_first_use_plan<T>(plan);
   }
   const scatter_launcher<T, I, C> launch = launcher_for<T, I, C>(plan);
-  const scatter_operands<T, I, C> operands{as_container<C, I>(A->row_ptr),
-                                           as_container<C, I>(A->col_ind),
-                                           as_container<C, T>(A->values),
-                                           x,
-                                           y,
+  const scatter_operands<T, I, C> operands{{as_container<C, I>(A->row_ptr),
+                                            as_container<C, I>(A->col_ind),
+                                            as_container<C, T>(A->values), x, y},
                                            A->nrows,
                                            A->ncols,
                                            static_cast<I>(A->index != 0 ? 1 : 0),

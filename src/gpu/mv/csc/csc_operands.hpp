@@ -7,7 +7,6 @@
 
 #include <sycl/sycl.hpp>
 
-#include "common/variants.hpp"
 #include "containers/views.hpp"
 #include "gpu/operand_binding.hpp"
 #include "handle/gemv_data.hpp"

@@ -4,9 +4,10 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "containers/views.hpp"
 #include "gpu/entry_points.hpp"
-#include "gpu/mv/symv/symv_kernels.hpp"
-#include "gpu/mv/y_memory.hpp"
+#include "gpu/mv/design_names.hpp"
+#include "gpu/mv/symv/symv_launch.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
@@ -17,19 +18,18 @@ sycl::event symv_triangle(sycl::queue& queue, bool upper, T alpha, matrix_handle
                           container_t<C, T> x, T beta, container_t<C, T> y,
                           const event_list& deps) {
   const sparseStructure& s = *A->primary;
-  const symv::symv_operands<T, I, C> op{as_container<C, I>(s.row_ptr),
-                                        as_container<C, I>(s.col_ind),
-                                        as_container<C, T>(s.values),
-                                        x,
-                                        y,
+  const symv::symv_operands<T, I, C> op{{as_container<C, I>(s.row_ptr),
+                                         as_container<C, I>(s.col_ind),
+                                         as_container<C, T>(s.values), x, y},
                                         s.nrows,
                                         static_cast<I>(s.index != 0 ? 1 : 0),
                                         alpha,
                                         beta,
                                         upper};
   const sycl::event gathered = symv::gather_stored<T, I, C>(queue, op, deps);
+  // The single-item scatter exists for USM alone; buffers are device memory by the rule.
   if constexpr (C == container_usm)
-    if (y_refuses_atomics<C, T>(queue, y)) return symv::scatter_single<T, I>(queue, op, gathered);
+    if (is_host_memory<C>(queue, y)) return symv::scatter_single<T, I>(queue, op, gathered);
   return symv::scatter_atomic<T, I, C>(queue, op, gathered);
 }
 
@@ -53,11 +53,11 @@ template <typename T, typename I, containerType C>
 sycl::event symv_impl(sycl::queue& queue, uplo triangle, T alpha, matrix_handle* A,
                       container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
   const sparseStructure* s = A->primary;
-  if (s == nullptr) throw uninitialized("sparse", "symv", "Matrix is not initialized");
+  if (s == nullptr) throw uninitialized("sparse", mv_words::symv, mv_words::not_initialized);
   if (s->format != format_csr)
-    throw unimplemented("sparse", "symv", "currently only supports the CSR matrix format");
+    throw unimplemented("sparse", mv_words::symv, "currently only supports the CSR matrix format");
   if (s->nrows != s->ncols)
-    throw unimplemented("sparse", "symv",
+    throw unimplemented("sparse", mv_words::symv,
                         "matrix nRows != nCols, symv currently only supports a square matrix");
   switch (triangle) {
     case uplo::upper:
@@ -65,7 +65,7 @@ sycl::event symv_impl(sycl::queue& queue, uplo triangle, T alpha, matrix_handle*
     case uplo::lower:
       return symvLower_impl<T, I, C>(queue, triangle, alpha, A, x, beta, y, deps);
     default:
-      throw invalid_argument("sparse", "symv", "uplo_val");
+      throw invalid_argument("sparse", mv_words::symv, "uplo_val");
   }
 }
 

@@ -7,8 +7,9 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "gpu/mv/csr/first_use_plan.hpp"
+#include "gpu/mv/csr/csr_gemv_plan.hpp"
 #include "handle/gemv_data.hpp"
+#include "platform/architecture.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
 
@@ -44,23 +45,23 @@ inline std::int64_t avg_ceil_of(std::int64_t nnz, std::int64_t nrows) {
 
 // Codes 3 and 4: rows shorter than this go one per work-item.
 inline constexpr std::int64_t codes_3_4_long_rows = 13;
-inline constexpr gemv_preset opt_codes_3_4_short{gemv_kind_syclvec, 64, 4};
-inline constexpr gemv_preset opt_codes_3_4_long{gemv_kind_subgroup, 8, 16};
-inline constexpr gemv_preset opt_code_1_single{gemv_kind_syclvec, 256, 8};
-inline constexpr gemv_preset opt_code_1_double{gemv_kind_syclvec, 256, 4};
-inline constexpr gemv_preset opt_code_5_single{gemv_kind_syclvec, 4, 16};
-inline constexpr gemv_preset opt_code_5_double{gemv_kind_syclvec, 4, 4};
-inline constexpr gemv_preset opt_generic{gemv_kind_syclvec, 256, 16};
+inline constexpr gemv_preset opt_codes_3_4_short{gemv_kind::syclvec, 64, 4};
+inline constexpr gemv_preset opt_codes_3_4_long{gemv_kind::subgroup, 8, 16};
+inline constexpr gemv_preset opt_code_1_single{gemv_kind::syclvec, 256, 8};
+inline constexpr gemv_preset opt_code_1_double{gemv_kind::syclvec, 256, 4};
+inline constexpr gemv_preset opt_code_5_single{gemv_kind::syclvec, 4, 16};
+inline constexpr gemv_preset opt_code_5_double{gemv_kind::syclvec, 4, 4};
+inline constexpr gemv_preset opt_generic{gemv_kind::syclvec, 256, 16};
 // Code 6 without the merge path, by the rounded-up mean row length.
 inline constexpr std::int64_t code_6_short_rows = 4;
 inline constexpr std::int64_t code_6_medium_rows = 8;
 inline constexpr std::int64_t code_6_long_rows = 16;
-inline constexpr gemv_preset opt_code_6_short{gemv_kind_syclvec, 256, 4};
-inline constexpr gemv_preset opt_code_6_medium{gemv_kind_syclvec, 256, 8};
-inline constexpr gemv_preset opt_code_6_long{gemv_kind_syclvec, 256, 16};
-inline constexpr gemv_preset opt_code_6_esimd{gemv_kind_esimd, 8, 32};
-inline constexpr gemv_preset opt_code_6_subgroup{gemv_kind_subgroup, 8, 32};
-inline constexpr gemv_preset opt_code_6_merge{gemv_kind_merge, 4, 32};
+inline constexpr gemv_preset opt_code_6_short{gemv_kind::syclvec, 256, 4};
+inline constexpr gemv_preset opt_code_6_medium{gemv_kind::syclvec, 256, 8};
+inline constexpr gemv_preset opt_code_6_long{gemv_kind::syclvec, 256, 16};
+inline constexpr gemv_preset opt_code_6_esimd{gemv_kind::esimd, 8, 32};
+inline constexpr gemv_preset opt_code_6_subgroup{gemv_kind::subgroup, 8, 32};
+inline constexpr gemv_preset opt_code_6_merge{gemv_kind::merge, 4, 32};
 
 // Merge path thresholds: absolute spread, relative spread, spread across the columns.
 inline constexpr double merge_min_stddev = 5.0;
@@ -145,17 +146,17 @@ gemv_preset code_6_row_plan(const gemv_matrix_facts& m, const gemv_device_facts&
 template <typename T, typename I>
 gemv_choice choose_optimized_plan(const gemv_matrix_facts& m, const gemv_device_facts& d) {
   constexpr bool single = std::is_same_v<T, float> || std::is_same_v<T, std::complex<float>>;
-  switch (d.architecture) {
-    case 1:
+  switch (architecture_from_code(d.architecture)) {
+    case architecture::code1:
       return {single ? opt_code_1_single : opt_code_1_double, false, 0};
-    case 3:
-    case 4:
+    case architecture::code3:
+    case architecture::code4:
       return {avg_ceil_of(m.nnz, m.nrows) < codes_3_4_long_rows ? opt_codes_3_4_short
                                                                  : opt_codes_3_4_long,
               false, 0};
-    case 5:
+    case architecture::code5:
       return {single ? opt_code_5_single : opt_code_5_double, false, 0};
-    case 6: {
+    case architecture::code6: {
       const gemv_preset rows = code_6_row_plan<T, I>(m, d);
       if (wants_merge_path(m))
         return {rows, true, merge_partitions(m.nrows, m.nnz, d.hw_thread_count)};
@@ -164,12 +165,6 @@ gemv_choice choose_optimized_plan(const gemv_matrix_facts& m, const gemv_device_
     default:
       return {opt_generic, false, 0};
   }
-}
-
-inline void apply_preset(gemvInternalData* plan, const gemv_preset& preset) {
-  plan->kernel_kind = preset.kernel_kind;
-  plan->group_param = preset.group_param;
-  plan->vector_param = preset.vector_param;
 }
 
 }  // namespace orvane::vrt::sparse::gpu::csr

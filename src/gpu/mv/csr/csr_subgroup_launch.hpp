@@ -8,19 +8,15 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "gpu/mv/csr/gemv_operands.hpp"
+#include "common/portability.hpp"
+#include "gpu/mv/csr/csr_gemv_plan.hpp"
+#include "gpu/mv/csr/csr_operands.hpp"
+#include "gpu/mv/csr/csr_subgroup_kernel.hpp"
 #include "gpu/mv/csr/sub_group_support.hpp"
-#include "gpu/mv/csr/subgroup_kernels.hpp"
-#include "gpu/mv/csr/subgroup_launch_shape.hpp"
+#include "gpu/mv/design_names.hpp"
+#include "gpu/operand_binding.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
-
-namespace kernels {
-template <typename T, typename I, containerType C>
-class gemv_subgroup_single_row_csr_kernel;
-template <typename T, typename I, containerType C>
-class gemv_subgroup_row_bundle_csr_kernel;
-}  // namespace kernels
 
 namespace detail {
 
@@ -41,12 +37,7 @@ sycl::event submit_sub_group_kernel(sycl::queue& queue, std::size_t items, std::
   const auto nrows = static_cast<std::size_t>(op.nrows);
   const sycl::nd_range<2> grid({items, SG}, {groups, SG});
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     const bool conj = op.conj;
@@ -69,7 +60,7 @@ template <int SG, typename T, typename I, containerType C>
 sycl::event launch_sub_group(sycl::queue& queue, const gemvInternalData& plan,
                              const gemv_operands<T, I, C>& op,
                              const std::vector<sycl::event>& deps) {
-  require_sub_group_size(queue, SG, "gemv");
+  require_sub_group_size(queue, SG, mv_words::gemv);
   const sub_group_launch_shape shape =
       sub_group_launch(op.nrows, plan.device_data->hw_thread_count, SG, plan.group_param);
   const auto groups = static_cast<std::size_t>(shape.groups);

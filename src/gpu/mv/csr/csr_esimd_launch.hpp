@@ -8,16 +8,15 @@
 
 #include <orvane/vrt/sparse.hpp>
 
-#include "gpu/mv/csr/esimd_kernels.hpp"
-#include "gpu/mv/csr/gemv_operands.hpp"
+#include "common/internal_error.hpp"
+#include "gpu/mv/csr/csr_esimd_kernel.hpp"
+#include "gpu/mv/csr/csr_operands.hpp"
+#include "gpu/mv/design_names.hpp"
+#include "gpu/operand_binding.hpp"
 #include "handle/value_types.hpp"
+#include "platform/architecture.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
-
-namespace kernels {
-template <typename T, typename I, containerType C, int Rows>
-class gemv_esimd_csr_kernel;
-}  // namespace kernels
 
 namespace detail {
 
@@ -25,20 +24,13 @@ inline constexpr std::int32_t esimd_width = 32;
 // Rows per work-item: the plan tables name the larger; a plan set by hand may name the smaller.
 inline constexpr std::int32_t esimd_rows_small = 4;
 inline constexpr std::int32_t esimd_rows_large = 8;
-// The first architecture code whose devices run explicit-SIMD kernels.
-inline constexpr std::int32_t first_esimd_architecture = 5;
 
 template <typename T, typename I, containerType C, int Rows>
 sycl::event submit_esimd(sycl::queue& queue, const gemv_operands<T, I, C>& op,
                          const std::vector<sycl::event>& deps) {
   const auto nrows = static_cast<std::size_t>(op.nrows);
   return queue.submit([&](sycl::handler& h) {
-    depend_on<C>(h, deps);
-    auto rp = bind(h, op.row_ptr, sycl::read_only);
-    auto ci = bind(h, op.col_ind, sycl::read_only);
-    auto va = bind(h, op.values, sycl::read_only);
-    auto xv = bind(h, op.x, sycl::read_only);
-    auto yv = bind(h, op.y, sycl::read_write);
+    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     h.parallel_for<kernels::gemv_esimd_csr_kernel<T, I, C, Rows>>(
@@ -58,17 +50,17 @@ sycl::event gemv_with_esimd(sycl::queue& queue, const gemvInternalData& plan,
                             const gemv_operands<T, I, C>& op,
                             const std::vector<sycl::event>& deps) {
   using namespace detail;
-  if (plan.device_data->architecture < first_esimd_architecture ||
+  if (!has_explicit_simd_gemv(architecture_from_code(plan.device_data->architecture)) ||
       plan.vector_param != esimd_width)
-    throw computation_error("sparse", "gemv csr", "internal error");
+    internal_error(mv_words::gemv_csr);
   if constexpr (is_complex_v<T>) {
-    throw computation_error("sparse", "gemv csr", "internal error");
+    internal_error(mv_words::gemv_csr);
   } else {
     if (plan.group_param == esimd_rows_small)
       return submit_esimd<T, I, C, esimd_rows_small>(queue, op, deps);
     if (plan.group_param == esimd_rows_large)
       return submit_esimd<T, I, C, esimd_rows_large>(queue, op, deps);
-    throw computation_error("sparse", "gemv csr", "internal error");
+    internal_error(mv_words::gemv_csr);
   }
 }
 
