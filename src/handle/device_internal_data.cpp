@@ -59,7 +59,7 @@ void cache_device_internals(sycl::queue& queue, deviceInternalData* data) {
       data->cache_line_size);
   data->max_alloc_size =
       static_cast<std::int64_t>(device.get_info<sycl::info::device::max_mem_alloc_size>());
-  const bool paired = has_paired_sub_slices(arch);
+  const bool paired = is_gpu && has_paired_sub_slices(arch);
   data->arch_pair_low = paired ? 0 : -1;
   data->arch_pair_high = paired ? 2 : -1;
   data->cached = true;
