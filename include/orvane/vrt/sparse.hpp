@@ -103,7 +103,7 @@ using matmat_descr_t = matmat_descr*;
 using event_list = std::vector<sycl::event>;
 
 // The public routines, one declaration per value type, index type and memory model (buffer forms
-// first, then USM), grouped by family. Their definitions forward to the frames in src/interface/.
+// first, then USM), grouped by family.
 
 // ---- handle and binding -------------------------------------------------------------------------
 
