@@ -4,6 +4,7 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "common/variants.hpp"
 
 namespace orvane::vrt::sparse {
@@ -95,7 +96,7 @@ template <typename T, typename U>
 U* convert_sub_type(void* workspace, std::size_t total_bytes, std::size_t offset_bytes,
                     std::size_t count) {
   if (offset_bytes > total_bytes || total_bytes - offset_bytes < count * sizeof(U))
-    throw computation_error("sparse", "", "internal error");
+    internal_error("");
   return reinterpret_cast<U*>(static_cast<unsigned char*>(workspace) + offset_bytes);
 }
 
@@ -104,7 +105,7 @@ sycl::buffer<U, 1>* convert_sub_type(sycl::buffer<unsigned char, 1>* workspace,
                                      std::size_t total_bytes, std::size_t offset_bytes,
                                      std::size_t count) {
   if (offset_bytes > total_bytes || total_bytes - offset_bytes < count * sizeof(U))
-    throw computation_error("sparse", "", "internal error");
+    internal_error("");
   const std::size_t bytes = count * sizeof(U);
   if (offset_bytes == 0 && bytes == workspace->size())
     return new sycl::buffer<U, 1>(workspace->template reinterpret<U, 1>(sycl::range<1>(count)));

@@ -140,8 +140,7 @@ sycl::event scan(sycl::queue& queue, container_t<C, I> data, std::size_t count,
   const scan_shape s = shape_of(queue, count);
   if (s.groups == 1) return submit_final_scan<I, C>(queue, data, total, s, deps);
 
-  void* partial = allocate_device_container<I>(s.groups + 1, queue, C);
-  if (partial == nullptr) throw device_bad_alloc("sparse", "", queue.get_device());
+  void* partial = allocate_or_throw<I>(s.groups + 1, queue, C, "");
   const auto sums = as_container<C, I>(partial);
   sycl::event joined;
   try {

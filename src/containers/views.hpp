@@ -163,4 +163,33 @@ void release_after(sycl::queue& queue, const std::vector<sycl::event>& deps, Rel
   }
 }
 
+// ---- the frames' view of the two memory models ------------------------------------------------
+
+// A caller's container is missing when a USM pointer is null or a buffer holds no bytes.
+template <typename T>
+bool present(const T* pointer) {
+  return pointer != nullptr;
+}
+template <typename T>
+bool present(const sycl::buffer<T, 1>& buffer) {
+  return buffer.byte_size() != 0;
+}
+template <typename T>
+bool present(const sycl::buffer<T, 1>* buffer) {
+  return buffer->byte_size() != 0;
+}
+
+// Buffer work has no event chain: dependencies given to a routine on buffers are honoured by
+// waiting for them before it starts. USM work takes them as events.
+inline void wait_for_deps_of_buffers(sycl::queue& queue, containerType container,
+                                     const std::vector<sycl::event>& deps) {
+  if (container != container_buffer || deps.empty()) return;
+  queue
+      .submit([&](sycl::handler& h) {
+        h.depends_on(deps);
+        h.host_task([] {});
+      })
+      .wait();
+}
+
 }  // namespace orvane::vrt::sparse

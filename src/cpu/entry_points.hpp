@@ -18,9 +18,7 @@ namespace orvane::vrt::sparse::cpu {
 
 #include "handle/backend_entry_points.inc"
 
-// The names the design gives these entry points (dgemv_impl_i4_usm, ...).
-VRT_NAME_VARIANTS(gemv_impl)
-VRT_NAME_VARIANTS(sort_matrix_impl)
-VRT_NAME_VARIANTS(omatcopy_impl)
+// Each entry is one template over <T, I, C>: dgemv_impl_i4_usm is gemv_impl<double, std::int32_t,
+// container_usm>, and so on for the letters s, d, c, z, the widths i4, i8 and usm, buf.
 
 }  // namespace orvane::vrt::sparse::cpu

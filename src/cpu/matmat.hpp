@@ -7,7 +7,7 @@
 #include "cpu/host_calls.hpp"
 #include "cpu/entry_points.hpp"
 #include "handle/matmat_descr.hpp"
-#include "handle/value_types.hpp"
+#include "handle/visit_variant.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 

@@ -3,6 +3,7 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "handle/record.hpp"
 
 namespace orvane::vrt::sparse {
@@ -13,7 +14,7 @@ void initMatmatInternalData(matmatInternalData** slot) {
 }
 
 void cache_matmat_internals_device_data(sycl::queue& queue, matmatInternalData* data) {
-  if (data == nullptr) throw computation_error("sparse", "matmat", "internal error");
+  if (data == nullptr) internal_error("matmat");
   if (data->device_data == nullptr) initDeviceInternalData(&data->device_data);
   cache_device_internals(queue, data->device_data);
 }

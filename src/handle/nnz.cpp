@@ -6,6 +6,7 @@
 
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "containers/views.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
@@ -17,7 +18,7 @@ template <typename I>
 sycl::event count_nonzeros(sycl::queue& queue, void* structure,
                            const std::vector<sycl::event>& deps) {
   auto* s = static_cast<sparseStructure*>(structure);
-  if (s == nullptr) throw computation_error("sparse", "", "internal error");
+  if (s == nullptr) internal_error("");
   if (s->nnz >= 0) {
     if (!deps.empty() && s->container == container_usm)
       return coalesce_events(queue, container_usm, deps, false);

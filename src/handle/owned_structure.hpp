@@ -34,22 +34,20 @@ sparseStructure* make_owned_structure(sycl::queue& queue, void** slot, const own
   const auto nnz = static_cast<std::size_t>(shape.nnz);
   const std::size_t rows =
       shape.format == format_csr ? static_cast<std::size_t>(shape.nrows) + 1 : nnz;
-  void* row_ptr = allocate_device_container<I>(std::max<std::size_t>(rows, 1), queue, C);
-  void* col_ind = allocate_device_container<I>(std::max<std::size_t>(nnz, 1), queue, C);
-  void* values = shape.with_values
-                     ? allocate_device_container<T>(std::max<std::size_t>(nnz, 1), queue, C)
-                     : nullptr;
+  void* row_ptr = nullptr;
+  void* col_ind = nullptr;
+  void* values = nullptr;
   const sycl::context context = queue.get_context();
   const auto release_arrays = [&] {
     deallocate_container<I>(row_ptr, context, C);
     deallocate_container<I>(col_ind, context, C);
     deallocate_container<T>(values, context, C);
   };
-  if (row_ptr == nullptr || col_ind == nullptr || (shape.with_values && values == nullptr)) {
-    release_arrays();
-    throw device_bad_alloc("sparse", function, queue.get_device());
-  }
   try {
+    row_ptr = allocate_or_throw<I>(std::max<std::size_t>(rows, 1), queue, C, function);
+    col_ind = allocate_or_throw<I>(std::max<std::size_t>(nnz, 1), queue, C, function);
+    if (shape.with_values)
+      values = allocate_or_throw<T>(std::max<std::size_t>(nnz, 1), queue, C, function);
     initSparseStructure(slot);
   } catch (...) {
     release_arrays();

@@ -1,12 +1,13 @@
 // Releasing structures and handles with all they own.
 #include "handle/release.hpp"
 
+#include "common/internal_error.hpp"
 #include "containers/containers.hpp"
 #include "handle/gemm_data.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/matmat_data.hpp"
 #include "handle/triangular_data.hpp"
-#include "handle/value_types.hpp"
+#include "handle/visit_variant.hpp"
 #include "platform/services.hpp"
 #include "vrt/host_sparse.h"
 
@@ -19,7 +20,7 @@ void sparseStructureRelease(void** slot, const sycl::context* context) {
   auto* s = static_cast<sparseStructure*>(*slot);
   if (s == nullptr) return;
   if (s->owns_arrays) {
-    if (context == nullptr) throw computation_error("sparse", "release_matrix_handle", "internal error");
+    if (context == nullptr) internal_error("release_matrix_handle");
     deallocate_container<I>(s->row_ptr, *context, C);
     deallocate_container<I>(s->row_ptr_end, *context, C);
     deallocate_container<I>(s->col_ind, *context, C);
@@ -138,45 +139,21 @@ void drop_derived_impl(matrix_handle* h, bool with_plans) {
 VRT_FOR_EACH_INSTANCE_OF_ALL(VRT_INSTANTIATE_RELEASE)
 #undef VRT_INSTANTIATE_RELEASE
 
-namespace {
-// Runs body<T, I, C>() for the handle's types. int_type 0 and the unset -1 take the 32-bit form,
-// every other value the 64-bit one. A handle never bound has no arrays, so the double USM form
-// serves it.
-template <typename T, typename Body>
-void with_width_and_model(const matrix_handle* handle, Body&& body) {
-  const bool wide = handle->int_type != int_32 && handle->int_type != int_unset;
-  if (handle->container == container_buffer) {
-    wide ? body.template operator()<T, std::int64_t, container_buffer>()
-         : body.template operator()<T, std::int32_t, container_buffer>();
-  } else if (handle->container == container_usm) {
-    wide ? body.template operator()<T, std::int64_t, container_usm>()
-         : body.template operator()<T, std::int32_t, container_usm>();
-  } else {
-    wide ? body.template operator()<double, std::int64_t, container_usm>()
-         : body.template operator()<double, std::int32_t, container_usm>();
-  }
-}
-
-template <typename Body>
-void with_handle_types(const matrix_handle* handle, Body&& body) {
-  // An unset value type (never bound) takes the double form.
-  if (handle->fp_type == fp_unset) return with_width_and_model<double>(handle, body);
-  visit_value_type(
-      handle->fp_type, [&]<typename T>() { with_width_and_model<T>(handle, body); },
-      []() { throw computation_error("sparse", "matrix", "internal error"); });
-}
-}  // namespace
-
+// Release visits with release_forms: it refuses no handle, bound or not (handle/visit_variant.hpp).
 void dispatch_release_matrix_handle(matrix_handle* handle) {
-  with_handle_types(handle, [&]<typename T, typename I, containerType C>() {
-    release_matrix_handle_impl<T, I, C>(handle);
-  });
+  visit_variant<release_forms>(handle, {.function = "matrix"},
+                               [&]<typename T, typename I, containerType C>() {
+                                 release_matrix_handle_impl<T, I, C>(handle);
+                                 return sycl::event();
+                               });
 }
 
 void dispatch_drop_derived(matrix_handle* handle, bool with_plans) {
-  with_handle_types(handle, [&]<typename T, typename I, containerType C>() {
-    drop_derived_impl<T, I, C>(handle, with_plans);
-  });
+  visit_variant<release_forms>(handle, {.function = "matrix"},
+                               [&]<typename T, typename I, containerType C>() {
+                                 drop_derived_impl<T, I, C>(handle, with_plans);
+                                 return sycl::event();
+                               });
 }
 
 }  // namespace orvane::vrt::sparse

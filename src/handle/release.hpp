@@ -3,7 +3,7 @@
 
 #include <sycl/sycl.hpp>
 
-#include "common/variants.hpp"
+#include "common/internal_types.hpp"
 #include "handle/handle.hpp"
 
 namespace orvane::vrt::sparse {
@@ -28,8 +28,7 @@ void dispatch_drop_derived(matrix_handle* handle, bool with_plans);
 // double precision, since its slots are empty.
 void dispatch_release_matrix_handle(matrix_handle* handle);
 
-VRT_NAME_VARIANTS(sparseStructureRelease)
-VRT_NAME_VARIANTS(release_matrix_handle_impl)
-VRT_NAME_VARIANTS(drop_derived_impl)
+// dsparseStructureRelease_i4_usm and the like name the instances of the templates above, e.g.
+// sparseStructureRelease<double, std::int32_t, container_usm>.
 
 }  // namespace orvane::vrt::sparse

@@ -1,6 +1,8 @@
 // Choosing the form of a matrix that an operation runs on.
 #include "handle/select_structure.hpp"
 
+#include "common/internal_error.hpp"
+
 namespace orvane::vrt::sparse {
 
 sparseStructSelection select_best_sparse_struct(sycl::queue&, transpose op,
@@ -24,7 +26,7 @@ sparseStructSelection select_best_sparse_struct(sycl::queue&, transpose op,
       *out = handle->primary;
       return select_primary;
   }
-  throw computation_error("sparse", "", "internal error");
+  internal_error("");
 }
 
 bool check_for_conj(transpose op) { return op == transpose::conjtrans; }

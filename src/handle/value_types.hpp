@@ -17,28 +17,6 @@ constexpr fpType fp_type_of() {
   if constexpr (std::is_same_v<T, std::complex<float>>) return fp_complex_float;
 }
 
-// The refusal of a value type code outside the four the library knows.
-inline constexpr const char* unsupported_value_type_message =
-    "currently only supports double, float std::complex<double>, and std::complex<float>";
-
-// Calls f.template operator()<T>() for the value type T whose run-time code is type; any other
-// code (unset included) goes to otherwise(), which returns what f returns or throws.
-template <typename F, typename Otherwise>
-decltype(auto) visit_value_type(fpType type, F&& f, Otherwise&& otherwise) {
-  switch (type) {
-    case fp_double:
-      return f.template operator()<double>();
-    case fp_float:
-      return f.template operator()<float>();
-    case fp_complex_double:
-      return f.template operator()<std::complex<double>>();
-    case fp_complex_float:
-      return f.template operator()<std::complex<float>>();
-    default:
-      return otherwise();
-  }
-}
-
 template <typename I>
 constexpr intType int_type_of() {
   return sizeof(I) == 4 ? int_32 : int_64;

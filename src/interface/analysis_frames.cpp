@@ -1,6 +1,7 @@
 // Public routines that exist once for all variants: analysis, sorting and copies.
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/internal_error.hpp"
 #include "cpu/entry_points.hpp"
 #include "gpu/entry_points.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
@@ -26,7 +27,7 @@ bool single_precision(const matrix_handle* h) { return !is_double_precision(h->f
 sycl::event dispatch_make_transpose(sycl::queue& queue, transpose op, matrix_handle* src,
                                     matrix_handle* dst, const event_list& deps) {
   const bool on_cpu = queue.get_device().is_cpu();
-  return visit_variant(src, "omatcopy", [&]<typename T, typename I, containerType C>() {
+  return visit_variant(src, {.function = "omatcopy"}, [&]<typename T, typename I, containerType C>() {
     return on_cpu ? cpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps)
                   : gpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps);
   });
@@ -36,7 +37,7 @@ sycl::event dispatch_make_transpose(sycl::queue& queue, transpose op, matrix_han
 sycl::event dispatch_optimize_gemv(sycl::queue& q, transpose op, matrix_handle* A,
                                    const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(A, "optimize_gemv", [&]<typename T, typename I, containerType C>() {
+  return visit_variant(A, {.function = "optimize_gemv"}, [&]<typename T, typename I, containerType C>() {
     return on_cpu ? cpu::optimize_gemv_impl<T, I, C>(q, op, A, deps)
                   : gpu::optimize_gemv_impl<T, I, C>(q, op, A, deps);
   });
@@ -45,7 +46,7 @@ sycl::event dispatch_optimize_gemv(sycl::queue& q, transpose op, matrix_handle* 
 sycl::event dispatch_optimize_trmv(sycl::queue& q, uplo ul, transpose op, diag dg,
                                    matrix_handle* A, const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(A, "optimize_trmv", [&]<typename T, typename I, containerType C>() {
+  return visit_variant(A, {.function = "optimize_trmv"}, [&]<typename T, typename I, containerType C>() {
     return on_cpu ? cpu::optimize_trmv_impl<T, I, C>(q, ul, op, dg, A, deps)
                   : gpu::optimize_trmv_impl<T, I, C>(q, ul, op, dg, A, deps);
   });
@@ -54,41 +55,39 @@ sycl::event dispatch_optimize_trmv(sycl::queue& q, uplo ul, transpose op, diag d
 sycl::event dispatch_optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag dg,
                                    matrix_handle* A, const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(
-      A, "optimize_trsv",
-      [&]<typename T, typename I, containerType C>() {
-        return on_cpu ? cpu::optimize_trsv_impl<T, I, C>(q, ul, op, dg, A, deps)
-                      : gpu::optimize_trsv_impl<T, I, C>(q, ul, op, dg, A, deps);
-      },
-      "optimized_trsv", unset_index_refusal::unimplemented);
+  // The triangular analysis refuses an unset index type as unimplemented, under the word users
+  // know from that message.
+  const visit_policy policy{.function = "optimize_trsv",
+                            .unset_index = on_unset::unimplemented,
+                            .index_function = "optimized_trsv"};
+  return visit_variant(A, policy, [&]<typename T, typename I, containerType C>() {
+    return on_cpu ? cpu::optimize_trsv_impl<T, I, C>(q, ul, op, dg, A, deps)
+                  : gpu::optimize_trsv_impl<T, I, C>(q, ul, op, dg, A, deps);
+  });
 }
 
 sycl::event dispatch_make_symmetric(sycl::queue& q, uplo ul, matrix_handle* src,
                                     matrix_handle* dst, const event_list& deps) {
-  return visit_variant(
-      src, "",
-      [&]<typename T, typename I, containerType C>() {
-        return gpu::symmetric_impl<T, I, C>(q, ul, src, dst, deps);
-      },
-      nullptr, unset_index_refusal::unimplemented);
+  const visit_policy policy{.function = "", .unset_index = on_unset::unimplemented};
+  return visit_variant(src, policy, [&]<typename T, typename I, containerType C>() {
+    return gpu::symmetric_impl<T, I, C>(q, ul, src, dst, deps);
+  });
 }
 
 sycl::event dispatch_optimize_trsm(sycl::queue& q, layout lay, uplo ul, transpose op, diag dg,
                                    matrix_handle* A, std::int64_t columns,
                                    const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(
-      A, "optimize_trsm",
-      [&]<typename T, typename I, containerType C>() {
-        return on_cpu ? cpu::optimize_trsm_impl<T, I, C>(q, lay, ul, op, dg, A, columns, deps)
-                      : gpu::optimize_trsm_impl<T, I, C>(q, lay, ul, op, dg, A, columns, deps);
-      },
-      "optimized_trsm");
+  const visit_policy policy{.function = "optimize_trsm", .index_function = "optimized_trsm"};
+  return visit_variant(A, policy, [&]<typename T, typename I, containerType C>() {
+    return on_cpu ? cpu::optimize_trsm_impl<T, I, C>(q, lay, ul, op, dg, A, columns, deps)
+                  : gpu::optimize_trsm_impl<T, I, C>(q, lay, ul, op, dg, A, columns, deps);
+  });
 }
 
 sycl::event dispatch_sort_matrix(sycl::queue& q, matrix_handle* A, const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(A, "sort_matrix", [&]<typename T, typename I, containerType C>() {
+  return visit_variant(A, {.function = "sort_matrix"}, [&]<typename T, typename I, containerType C>() {
     return on_cpu ? cpu::sort_matrix_impl<T, I, C>(q, A, deps)
                   : gpu::sort_matrix_impl<T, I, C>(q, A, deps);
   });
@@ -96,18 +95,16 @@ sycl::event dispatch_sort_matrix(sycl::queue& q, matrix_handle* A, const event_l
 
 sycl::event dispatch_omatcopy(sycl::queue& q, transpose op, matrix_handle* A, matrix_handle* B,
                               const event_list& deps) {
-  constexpr const char* unset =
-      "integer type is unset in matrix handle, meaning set_xxx_data was not called after "
-      "initialization";
+  // Both handles' index types are tested before they are compared.
   if (A->int_type == int_unset || B->int_type == int_unset)
-    throw invalid_argument("sparse", "omatcopy", unset);
+    throw invalid_argument("sparse", "omatcopy", unset_index_message);
   if (A->int_type != B->int_type || A->fp_type != B->fp_type || A->container != B->container)
     throw invalid_argument("sparse", "omatcopy",
                            "integer, floating point, and USM/sycl::buffer types must match "
                            "between matrix handles");
   if (op != transpose::nontrans) return dispatch_make_transpose(q, op, A, B, deps);
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(A, "omatcopy", [&]<typename T, typename I, containerType C>() {
+  return visit_variant(A, {.function = "omatcopy"}, [&]<typename T, typename I, containerType C>() {
     return on_cpu ? cpu::omatcopy_impl<T, I, C>(q, op, A, B, deps)
                   : gpu::omatcopy_impl<T, I, C>(q, op, A, B, deps);
   });
@@ -128,7 +125,7 @@ sycl::event run_analysis(sycl::queue& q, matrix_handle* A, const analysis_record
       return dispatch_optimize_trsm(q, r.dense_layout, r.triangle, r.op, r.diagonal, A, r.columns,
                                     deps);
   }
-  throw computation_error("sparse", "", "internal error");
+  internal_error("");
 }
 
 sycl::event analyse(sycl::queue& q, matrix_handle* A, const analysis_record& r,

@@ -1,12 +1,14 @@
 // Binding the caller's CSR and COO arrays to a handle.
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/variants.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
 #include "handle/release.hpp"
 #include "handle/value_types.hpp"
 #include "interface/frame.hpp"
+#include "interface/operation_frames.hpp"
 
 namespace orvane::vrt::sparse {
 
@@ -161,302 +163,25 @@ sycl::event set_coo_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows
   return coalesce_events(queue, container_usm, deps, false);
 }
 
-// The public overloads: each forwards to the binding of its memory model above.
-
-// ---- float, std::int32_t
-void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
-                  sycl::buffer<std::int32_t, 1>& row_ptr, sycl::buffer<std::int32_t, 1>& col_ind,
-                  sycl::buffer<float, 1>& values) {
-  set_csr_data_no_queue<float, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
-                  sycl::buffer<std::int32_t, 1>& col_ind, sycl::buffer<float, 1>& values) {
-  set_csr_data_buffer<float, std::int32_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
-                  std::int32_t* row_ptr, std::int32_t* col_ind, float* values) {
-  set_csr_data_no_queue<float, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                         index_base index, std::int32_t* row_ptr, std::int32_t* col_ind,
-                         float* values, const event_list& deps) {
-  return set_csr_data_usm<float, std::int32_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values,
-                                               deps);
-}
-void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                  std::int32_t nnz, index_base index, sycl::buffer<std::int32_t, 1>& row_ind,
-                  sycl::buffer<std::int32_t, 1>& col_ind, sycl::buffer<float, 1>& values) {
-  set_coo_data_buffer<float, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
-                                           values);
-}
-sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                         std::int32_t nnz, index_base index, std::int32_t* row_ind,
-                         std::int32_t* col_ind, float* values, const event_list& deps) {
-  return set_coo_data_usm<float, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
-                                               values, deps);
-}
-
-// ---- float, std::int64_t
-void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
-                  sycl::buffer<std::int64_t, 1>& row_ptr, sycl::buffer<std::int64_t, 1>& col_ind,
-                  sycl::buffer<float, 1>& values) {
-  set_csr_data_no_queue<float, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                  index_base index, sycl::buffer<std::int64_t, 1>& row_ptr,
-                  sycl::buffer<std::int64_t, 1>& col_ind, sycl::buffer<float, 1>& values) {
-  set_csr_data_buffer<float, std::int64_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
-                  std::int64_t* row_ptr, std::int64_t* col_ind, float* values) {
-  set_csr_data_no_queue<float, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                         index_base index, std::int64_t* row_ptr, std::int64_t* col_ind,
-                         float* values, const event_list& deps) {
-  return set_csr_data_usm<float, std::int64_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values,
-                                               deps);
-}
-void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                  std::int64_t nnz, index_base index, sycl::buffer<std::int64_t, 1>& row_ind,
-                  sycl::buffer<std::int64_t, 1>& col_ind, sycl::buffer<float, 1>& values) {
-  set_coo_data_buffer<float, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
-                                           values);
-}
-sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                         std::int64_t nnz, index_base index, std::int64_t* row_ind,
-                         std::int64_t* col_ind, float* values, const event_list& deps) {
-  return set_coo_data_usm<float, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
-                                               values, deps);
-}
-
-// ---- double, std::int32_t
-void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
-                  sycl::buffer<std::int32_t, 1>& row_ptr, sycl::buffer<std::int32_t, 1>& col_ind,
-                  sycl::buffer<double, 1>& values) {
-  set_csr_data_no_queue<double, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
-                  sycl::buffer<std::int32_t, 1>& col_ind, sycl::buffer<double, 1>& values) {
-  set_csr_data_buffer<double, std::int32_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
-                  std::int32_t* row_ptr, std::int32_t* col_ind, double* values) {
-  set_csr_data_no_queue<double, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                         index_base index, std::int32_t* row_ptr, std::int32_t* col_ind,
-                         double* values, const event_list& deps) {
-  return set_csr_data_usm<double, std::int32_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values,
-                                                deps);
-}
-void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                  std::int32_t nnz, index_base index, sycl::buffer<std::int32_t, 1>& row_ind,
-                  sycl::buffer<std::int32_t, 1>& col_ind, sycl::buffer<double, 1>& values) {
-  set_coo_data_buffer<double, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
-                                            values);
-}
-sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                         std::int32_t nnz, index_base index, std::int32_t* row_ind,
-                         std::int32_t* col_ind, double* values, const event_list& deps) {
-  return set_coo_data_usm<double, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
-                                                values, deps);
-}
-
-// ---- double, std::int64_t
-void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
-                  sycl::buffer<std::int64_t, 1>& row_ptr, sycl::buffer<std::int64_t, 1>& col_ind,
-                  sycl::buffer<double, 1>& values) {
-  set_csr_data_no_queue<double, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                  index_base index, sycl::buffer<std::int64_t, 1>& row_ptr,
-                  sycl::buffer<std::int64_t, 1>& col_ind, sycl::buffer<double, 1>& values) {
-  set_csr_data_buffer<double, std::int64_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
-                  std::int64_t* row_ptr, std::int64_t* col_ind, double* values) {
-  set_csr_data_no_queue<double, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind, values);
-}
-sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                         index_base index, std::int64_t* row_ptr, std::int64_t* col_ind,
-                         double* values, const event_list& deps) {
-  return set_csr_data_usm<double, std::int64_t>(q, h, nrows, ncols, index, row_ptr, col_ind, values,
-                                                deps);
-}
-void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                  std::int64_t nnz, index_base index, sycl::buffer<std::int64_t, 1>& row_ind,
-                  sycl::buffer<std::int64_t, 1>& col_ind, sycl::buffer<double, 1>& values) {
-  set_coo_data_buffer<double, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
-                                            values);
-}
-sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                         std::int64_t nnz, index_base index, std::int64_t* row_ind,
-                         std::int64_t* col_ind, double* values, const event_list& deps) {
-  return set_coo_data_usm<double, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind, col_ind,
-                                                values, deps);
-}
-
-// ---- std::complex<float>, std::int32_t
-void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
-                  sycl::buffer<std::int32_t, 1>& row_ptr, sycl::buffer<std::int32_t, 1>& col_ind,
-                  sycl::buffer<std::complex<float>, 1>& values) {
-  set_csr_data_no_queue<std::complex<float>, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind,
-                                                           values);
-}
-void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
-                  sycl::buffer<std::int32_t, 1>& col_ind,
-                  sycl::buffer<std::complex<float>, 1>& values) {
-  set_csr_data_buffer<std::complex<float>, std::int32_t>(q, h, nrows, ncols, index, row_ptr,
-                                                         col_ind, values);
-}
-void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
-                  std::int32_t* row_ptr, std::int32_t* col_ind, std::complex<float>* values) {
-  set_csr_data_no_queue<std::complex<float>, std::int32_t>(h, nrows, ncols, index, row_ptr, col_ind,
-                                                           values);
-}
-sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                         index_base index, std::int32_t* row_ptr, std::int32_t* col_ind,
-                         std::complex<float>* values, const event_list& deps) {
-  return set_csr_data_usm<std::complex<float>, std::int32_t>(q, h, nrows, ncols, index, row_ptr,
-                                                             col_ind, values, deps);
-}
-void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                  std::int32_t nnz, index_base index, sycl::buffer<std::int32_t, 1>& row_ind,
-                  sycl::buffer<std::int32_t, 1>& col_ind,
-                  sycl::buffer<std::complex<float>, 1>& values) {
-  set_coo_data_buffer<std::complex<float>, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind,
-                                                         col_ind, values);
-}
-sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                         std::int32_t nnz, index_base index, std::int32_t* row_ind,
-                         std::int32_t* col_ind, std::complex<float>* values,
-                         const event_list& deps) {
-  return set_coo_data_usm<std::complex<float>, std::int32_t>(q, h, nrows, ncols, nnz, index,
-                                                             row_ind, col_ind, values, deps);
-}
-
-// ---- std::complex<float>, std::int64_t
-void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
-                  sycl::buffer<std::int64_t, 1>& row_ptr, sycl::buffer<std::int64_t, 1>& col_ind,
-                  sycl::buffer<std::complex<float>, 1>& values) {
-  set_csr_data_no_queue<std::complex<float>, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind,
-                                                           values);
-}
-void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                  index_base index, sycl::buffer<std::int64_t, 1>& row_ptr,
-                  sycl::buffer<std::int64_t, 1>& col_ind,
-                  sycl::buffer<std::complex<float>, 1>& values) {
-  set_csr_data_buffer<std::complex<float>, std::int64_t>(q, h, nrows, ncols, index, row_ptr,
-                                                         col_ind, values);
-}
-void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
-                  std::int64_t* row_ptr, std::int64_t* col_ind, std::complex<float>* values) {
-  set_csr_data_no_queue<std::complex<float>, std::int64_t>(h, nrows, ncols, index, row_ptr, col_ind,
-                                                           values);
-}
-sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                         index_base index, std::int64_t* row_ptr, std::int64_t* col_ind,
-                         std::complex<float>* values, const event_list& deps) {
-  return set_csr_data_usm<std::complex<float>, std::int64_t>(q, h, nrows, ncols, index, row_ptr,
-                                                             col_ind, values, deps);
-}
-void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                  std::int64_t nnz, index_base index, sycl::buffer<std::int64_t, 1>& row_ind,
-                  sycl::buffer<std::int64_t, 1>& col_ind,
-                  sycl::buffer<std::complex<float>, 1>& values) {
-  set_coo_data_buffer<std::complex<float>, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind,
-                                                         col_ind, values);
-}
-sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                         std::int64_t nnz, index_base index, std::int64_t* row_ind,
-                         std::int64_t* col_ind, std::complex<float>* values,
-                         const event_list& deps) {
-  return set_coo_data_usm<std::complex<float>, std::int64_t>(q, h, nrows, ncols, nnz, index,
-                                                             row_ind, col_ind, values, deps);
-}
-
-// ---- std::complex<double>, std::int32_t
-void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
-                  sycl::buffer<std::int32_t, 1>& row_ptr, sycl::buffer<std::int32_t, 1>& col_ind,
-                  sycl::buffer<std::complex<double>, 1>& values) {
-  set_csr_data_no_queue<std::complex<double>, std::int32_t>(h, nrows, ncols, index, row_ptr,
-                                                            col_ind, values);
-}
-void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
-                  sycl::buffer<std::int32_t, 1>& col_ind,
-                  sycl::buffer<std::complex<double>, 1>& values) {
-  set_csr_data_buffer<std::complex<double>, std::int32_t>(q, h, nrows, ncols, index, row_ptr,
-                                                          col_ind, values);
-}
-void set_csr_data(matrix_handle_t h, std::int32_t nrows, std::int32_t ncols, index_base index,
-                  std::int32_t* row_ptr, std::int32_t* col_ind, std::complex<double>* values) {
-  set_csr_data_no_queue<std::complex<double>, std::int32_t>(h, nrows, ncols, index, row_ptr,
-                                                            col_ind, values);
-}
-sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                         index_base index, std::int32_t* row_ptr, std::int32_t* col_ind,
-                         std::complex<double>* values, const event_list& deps) {
-  return set_csr_data_usm<std::complex<double>, std::int32_t>(q, h, nrows, ncols, index, row_ptr,
-                                                              col_ind, values, deps);
-}
-void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                  std::int32_t nnz, index_base index, sycl::buffer<std::int32_t, 1>& row_ind,
-                  sycl::buffer<std::int32_t, 1>& col_ind,
-                  sycl::buffer<std::complex<double>, 1>& values) {
-  set_coo_data_buffer<std::complex<double>, std::int32_t>(q, h, nrows, ncols, nnz, index, row_ind,
-                                                          col_ind, values);
-}
-sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int32_t nrows, std::int32_t ncols,
-                         std::int32_t nnz, index_base index, std::int32_t* row_ind,
-                         std::int32_t* col_ind, std::complex<double>* values,
-                         const event_list& deps) {
-  return set_coo_data_usm<std::complex<double>, std::int32_t>(q, h, nrows, ncols, nnz, index,
-                                                              row_ind, col_ind, values, deps);
-}
-
-// ---- std::complex<double>, std::int64_t
-void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
-                  sycl::buffer<std::int64_t, 1>& row_ptr, sycl::buffer<std::int64_t, 1>& col_ind,
-                  sycl::buffer<std::complex<double>, 1>& values) {
-  set_csr_data_no_queue<std::complex<double>, std::int64_t>(h, nrows, ncols, index, row_ptr,
-                                                            col_ind, values);
-}
-void set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                  index_base index, sycl::buffer<std::int64_t, 1>& row_ptr,
-                  sycl::buffer<std::int64_t, 1>& col_ind,
-                  sycl::buffer<std::complex<double>, 1>& values) {
-  set_csr_data_buffer<std::complex<double>, std::int64_t>(q, h, nrows, ncols, index, row_ptr,
-                                                          col_ind, values);
-}
-void set_csr_data(matrix_handle_t h, std::int64_t nrows, std::int64_t ncols, index_base index,
-                  std::int64_t* row_ptr, std::int64_t* col_ind, std::complex<double>* values) {
-  set_csr_data_no_queue<std::complex<double>, std::int64_t>(h, nrows, ncols, index, row_ptr,
-                                                            col_ind, values);
-}
-sycl::event set_csr_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                         index_base index, std::int64_t* row_ptr, std::int64_t* col_ind,
-                         std::complex<double>* values, const event_list& deps) {
-  return set_csr_data_usm<std::complex<double>, std::int64_t>(q, h, nrows, ncols, index, row_ptr,
-                                                              col_ind, values, deps);
-}
-void set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                  std::int64_t nnz, index_base index, sycl::buffer<std::int64_t, 1>& row_ind,
-                  sycl::buffer<std::int64_t, 1>& col_ind,
-                  sycl::buffer<std::complex<double>, 1>& values) {
-  set_coo_data_buffer<std::complex<double>, std::int64_t>(q, h, nrows, ncols, nnz, index, row_ind,
-                                                          col_ind, values);
-}
-sycl::event set_coo_data(sycl::queue& q, matrix_handle_t h, std::int64_t nrows, std::int64_t ncols,
-                         std::int64_t nnz, index_base index, std::int64_t* row_ind,
-                         std::int64_t* col_ind, std::complex<double>* values,
-                         const event_list& deps) {
-  return set_coo_data_usm<std::complex<double>, std::int64_t>(q, h, nrows, ncols, nnz, index,
-                                                              row_ind, col_ind, values, deps);
-}
+// The binding frames of every value and index type; the public overloads
+// (public_operations.cpp) forward here.
+#define VRT_INSTANTIATE_BINDING(p, T, i, I, unused)                                              \
+  template void set_csr_data_no_queue<T, I>(matrix_handle_t, I, I, index_base,                   \
+                                            sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,            \
+                                            sycl::buffer<T, 1>&);                                \
+  template void set_csr_data_buffer<T, I>(sycl::queue&, matrix_handle_t, I, I, index_base,       \
+                                          sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,              \
+                                          sycl::buffer<T, 1>&);                                  \
+  template void set_csr_data_no_queue<T, I>(matrix_handle_t, I, I, index_base, I*, I*, T*);      \
+  template sycl::event set_csr_data_usm<T, I>(sycl::queue&, matrix_handle_t, I, I, index_base,   \
+                                              I*, I*, T*, const std::vector<sycl::event>&);      \
+  template void set_coo_data_buffer<T, I>(sycl::queue&, matrix_handle_t, I, I, I, index_base,    \
+                                          sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,              \
+                                          sycl::buffer<T, 1>&);                                  \
+  template sycl::event set_coo_data_usm<T, I>(sycl::queue&, matrix_handle_t, I, I, I,            \
+                                              index_base, I*, I*, T*,                            \
+                                              const std::vector<sycl::event>&);
+VRT_FOR_EACH_VARIANT(VRT_INSTANTIATE_BINDING, 0)
+#undef VRT_INSTANTIATE_BINDING
 
 }  // namespace orvane::vrt::sparse

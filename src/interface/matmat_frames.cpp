@@ -5,7 +5,7 @@
 #include "gpu/entry_points.hpp"
 #include "handle/matmat_descr.hpp"
 #include "handle/record.hpp"
-#include "handle/value_types.hpp"
+#include "handle/visit_variant.hpp"
 #include "interface/frame.hpp"
 
 namespace orvane::vrt::sparse {
@@ -58,14 +58,11 @@ sycl::event dispatch_matmat(sycl::queue& q, matrix_handle* A, matrix_handle* B, 
                             matmat_request request, matmat_descr* descr,
                             container_t<C, std::int64_t> size,
                             container_t<C, std::uint8_t> temp, const event_list& deps) {
-  if (A->fp_type == fp_unset)
-    throw invalid_argument("sparse", "matmat",
-                           "float type is unset in matrix handle, meaning set_xxx_data was not "
-                           "called after initialization");
-  if (A->fp_type < fp_double || A->fp_type > fp_complex_float)
-    throw unimplemented("sparse", "matmat", unsupported_value_type_message);
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_int_type(A, "matmat", [&]<typename I>() {
+  // The backends visit the value type themselves: it is only tested here (an unset one is an
+  // invalid argument), and the memory model is the overload's.
+  const visit_policy policy{.function = "matmat", .unset_value = on_unset::invalid_argument};
+  return visit_variant<void, C>(A, policy, [&]<typename, typename I, containerType>() {
     return on_cpu ? cpu::matmat_impl<I, C>(q, A, B, Cm, request, descr, size, temp, deps)
                   : gpu::matmat_impl<I, C>(q, A, B, Cm, request, descr, size, temp, deps);
   });

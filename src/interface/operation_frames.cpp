@@ -5,6 +5,7 @@
 #include "cpu/entry_points.hpp"
 #include "gpu/entry_points.hpp"
 #include "handle/value_types.hpp"
+#include "handle/visit_variant.hpp"
 #include "interface/dispatch.hpp"
 #include "interface/frame.hpp"
 
@@ -35,8 +36,10 @@ sycl::event dispatch(sycl::queue& queue, matrix_handle* A, const char* function,
   cache_context(queue, A);
   replay_analyses(queue, A, deps);
   const bool on_cpu = queue.get_device().is_cpu();
-  return visit_int_type<T>(A, function,
-                           [&]<typename I>() { return run.template operator()<I>(on_cpu); });
+  // The overload fixes the value type and the memory model; the handle gives the index width.
+  return visit_variant<T, C>(A, {.function = function}, [&]<typename, typename I, containerType>() {
+    return run.template operator()<I>(on_cpu);
+  });
 }
 
 constexpr const char* dense_sizes_gemm = "one or more of columns, ldb and ldc are invalid";
@@ -185,9 +188,11 @@ sycl::event update_diagonal_values_frame(sycl::queue& q, matrix_handle* A, std::
   replay_analyses(q, A, deps);
   if (q.get_device().is_cpu())
     throw unimplemented("sparse", "update_diagonal_values", "currently does not support cpu device");
-  return visit_int_type<T>(A, "update_diagonal_values", [&]<typename I>() {
-    return gpu::update_diagonal_values_impl<T, I, C>(q, A, length, diagonal, deps);
-  });
+  return visit_variant<T, C>(A, {.function = "update_diagonal_values"},
+                             [&]<typename, typename I, containerType>() {
+                               return gpu::update_diagonal_values_impl<T, I, C>(q, A, length,
+                                                                               diagonal, deps);
+                             });
 }
 
 #define VRT_INSTANTIATE_FRAMES_OF_MODEL(T, C)                                                    \

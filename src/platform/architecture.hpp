@@ -36,8 +36,8 @@ constexpr bool has_wide_sub_groups(architecture a) { return code_of(a) >= 6; }
 // Eight hardware threads per execution unit (seven before).
 constexpr bool has_eight_threads_per_eu(architecture a) { return code_of(a) >= 4; }
 
-// Sub-slices come in pairs (on a GPU, every code before 6, the generic one included), which the
-// gemv records note.
+// Sub-slices come in pairs (every GPU before code 6, an unidentified one included), which the
+// gemv records note. Code 0 is also a device that is no GPU: the caller tests that first.
 constexpr bool has_paired_sub_slices(architecture a) { return code_of(a) < 6; }
 
 // The middle colors of a real-valued level-set solve synchronise by atomics rather than kernels.

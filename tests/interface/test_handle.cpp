@@ -300,15 +300,19 @@ TEST(MatrixHandleDeathTest, SymmetricAliasesAreFreedOnce) {
       ::testing::ExitedWithCode(0), "");
 }
 
+// The release of a double, 32-bit, USM structure.
+constexpr auto& release_double_i4_usm =
+    vs::sparseStructureRelease<double, std::int32_t, vs::container_usm>;
+
 TEST(MatrixHandle, StructuresThatOwnArraysNeedAContext) {
   void* slot = nullptr;
   vs::initSparseStructure(&slot);
   static_cast<vs::sparseStructure*>(slot)->owns_arrays = true;
   expect_message<vrt::computation_error>(
-      [&] { vs::dsparseStructureRelease_i4_usm(&slot, nullptr); },
+      [&] { release_double_i4_usm(&slot, nullptr); },
       "orvane::vrt::sparse::release_matrix_handle: computation error: internal error");
   static_cast<vs::sparseStructure*>(slot)->owns_arrays = false;
-  vs::dsparseStructureRelease_i4_usm(&slot, nullptr);
+  release_double_i4_usm(&slot, nullptr);
   EXPECT_EQ(slot, nullptr);
 }
 
