@@ -29,7 +29,7 @@
 //   prepare_merge_path_mv_opt               gpu::csr::prepare_merge_path_mv_opt     csr/merge_partition.hpp
 //   gpu::?symv_impl_i4                      gpu::symv_impl              symv/symv_entry.hpp
 //   gpu::?symvUpper_impl_i4, ?symvLower_impl_i4
-//                                           gpu::symvUpper_impl, symvLower_impl  symv/symv_entry.hpp
+//                                           detail::symv_triangle (upper true/false)  symv/symv_entry.hpp
 //   gpu::?gemvdot_impl_i4                   gpu::gemvdot_impl           gemvdot/gemvdot_entry.hpp
 //   ?gemvInternalDataRelease_i4_usm         gemvInternalDataRelease     handle/gemv_data.hpp
 //

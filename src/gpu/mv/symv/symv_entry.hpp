@@ -36,20 +36,6 @@ sycl::event symv_triangle(sycl::queue& queue, bool upper, T alpha, matrix_handle
 }  // namespace detail
 
 template <typename T, typename I, containerType C>
-sycl::event symvUpper_impl(sycl::queue& queue, uplo, T alpha, matrix_handle* A,
-                           container_t<C, T> x, T beta, container_t<C, T> y,
-                           const event_list& deps) {
-  return detail::symv_triangle<T, I, C>(queue, true, alpha, A, x, beta, y, deps);
-}
-
-template <typename T, typename I, containerType C>
-sycl::event symvLower_impl(sycl::queue& queue, uplo, T alpha, matrix_handle* A,
-                           container_t<C, T> x, T beta, container_t<C, T> y,
-                           const event_list& deps) {
-  return detail::symv_triangle<T, I, C>(queue, false, alpha, A, x, beta, y, deps);
-}
-
-template <typename T, typename I, containerType C>
 sycl::event symv_impl(sycl::queue& queue, uplo triangle, T alpha, matrix_handle* A,
                       container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
   const sparseStructure* s = A->primary;
@@ -61,9 +47,9 @@ sycl::event symv_impl(sycl::queue& queue, uplo triangle, T alpha, matrix_handle*
                         "matrix nRows != nCols, symv currently only supports a square matrix");
   switch (triangle) {
     case uplo::upper:
-      return symvUpper_impl<T, I, C>(queue, triangle, alpha, A, x, beta, y, deps);
+      return detail::symv_triangle<T, I, C>(queue, true, alpha, A, x, beta, y, deps);
     case uplo::lower:
-      return symvLower_impl<T, I, C>(queue, triangle, alpha, A, x, beta, y, deps);
+      return detail::symv_triangle<T, I, C>(queue, false, alpha, A, x, beta, y, deps);
     default:
       throw invalid_argument("sparse", mv_words::symv, "uplo_val");
   }
