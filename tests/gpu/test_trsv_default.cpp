@@ -125,7 +125,7 @@ TYPED_TEST(TrsvDefault, NonUnitWithAZeroOrMissingDiagonalIsRefusedBeforeTheSolve
                                 : dominant_matrix<T, I>(25, 3, 6, 0, 12);
       bound_matrix<T, I> b(q, A, m);
       const auto x = random_vector<T>(25, 2);
-      std::vector<T> y(25, quiet_nan<T>());
+      std::vector<T> y(25, vrt_test::nan_value<T>());
       for (int attempt = 0; attempt < 2; ++attempt) {
         std::vector<T> out;
         expect_message<vrt::invalid_argument>(
@@ -170,7 +170,7 @@ TYPED_TEST(TrsvDefault, NoRowsLeavesYUntouched) {
     bound_matrix<T, I> b(q, A, m);
     for (vrt::uplo ul : both_triangles)
       for (vrt::diag dg : both_diags) {
-        std::vector<T> start{quiet_nan<T>()};
+        std::vector<T> start{vrt_test::nan_value<T>()};
         // The padded element stands for y: nothing may write it.
         const auto y = b.trsv(ul, dg, T(1), {}, &start);
         ASSERT_EQ(y.size(), 1u);
@@ -233,7 +233,7 @@ TYPED_TEST(TrsvDefault, WaitsForItsDependencies) {
   const std::vector<T> x(48, T(0.75));
   T* dx = sycl::malloc_device<T>(48, q);
   T* dy = sycl::malloc_device<T>(48, q);
-  q.fill(dy, quiet_nan<T>(), 48).wait();
+  q.fill(dy, vrt_test::nan_value<T>(), 48).wait();
   for (vrt::diag dg : both_diags) {
     q.fill(dx, T(-1), 48).wait();
     const sycl::event written = q.fill(dx, T(0.75), 48);
