@@ -456,15 +456,13 @@ void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A
       s->gemv_data->group_param = plan->group;
       s->gemv_data->vector_param = plan->vector;
     }
-    T* dx = sycl::malloc_device<T>(x.size(), q);
-    T* dy = sycl::malloc_device<T>(n, q);
-    q.memcpy(dx, x.data(), x.size() * sizeof(T)).wait();
-    q.memcpy(dy, y0.data(), n * sizeof(T)).wait();
+    vrt_test::device_array<T> dx(q, x, memory::device);
+    vrt_test::device_array<T> dy(q, y0, memory::device);
     const csr::gemv_operands<T, I, vs::container_usm> op{
         vs::as_container<vs::container_usm, I>(s->row_ptr),
         vs::as_container<vs::container_usm, I>(s->col_ind),
         vs::as_container<vs::container_usm, T>(s->values),
-        dx, dy, s->nrows, static_cast<I>(A.base), alpha, beta, true};
+        dx.usm(), dy.usm(), s->nrows, static_cast<I>(A.base), alpha, beta, true};
     const vs::gemvInternalData& p = *s->gemv_data;
     if (plan == nullptr) {
       EXPECT_EQ(p.kernel_kind, vs::gemv_kind_merge) << what;
@@ -478,9 +476,7 @@ void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A
       else
         ADD_FAILURE() << what << ": plan of kind " << p.kernel_kind;
     }
-    q.memcpy(got.data(), dy, n * sizeof(T)).wait();
-    sycl::free(dx, q);
-    sycl::free(dy, q);
+    got = dy.read(n);
   };
   vrt_test::run_gemv_with(q, A, alpha, x, beta, y0, o);
   vrt_test::expect_close(

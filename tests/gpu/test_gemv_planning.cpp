@@ -410,15 +410,10 @@ TEST(OptimizeGemvSequence, TransposedOperationPlansTheExplicitTranspose) {
 
 TEST(OptimizeGemvSequence, CooIsMarkedOptimizedWithoutStatistics) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
-  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
-  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(3, q);
-  double* vals = sycl::malloc_shared<double>(3, q);
-  rows[0] = 0, rows[1] = 1, rows[2] = 1;
-  cols[0] = 0, cols[1] = 0, cols[2] = 1;
-  vals[0] = vals[1] = vals[2] = 1.0;
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  vs::set_coo_data(q, h, 2, 2, 3, vrt::index_base::zero, rows, cols, vals).wait();
+  vrt_test::bound_matrix<double, std::int32_t> A(q, 2, 2, 0, {0, 1, 1}, {0, 0, 1}, {1.0, 1.0, 1.0},
+                                                 memory::shared, vrt_test::storage::coo);
+  A.wait();
+  vs::matrix_handle* h = A.handle();
   vs::optimize_gemv(q, vrt::transpose::nontrans, h, {}).wait();
   const vs::gemvInternalData* p = h->primary->gemv_data;
   ASSERT_NE(p, nullptr);
@@ -427,9 +422,6 @@ TEST(OptimizeGemvSequence, CooIsMarkedOptimizedWithoutStatistics) {
   EXPECT_EQ(p->max_row_nnz, 0);
   EXPECT_EQ(p->row_nnz_stddev, 0.0);
   EXPECT_EQ(triple_of(p), (plan_triple{1, 256, 16}));
-  vs::release_matrix_handle(q, &h).wait();
-  for (void* ptr : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
-    sycl::free(ptr, q);
 }
 
 TEST(OptimizeGemvFailures, UnboundMatrixAndSharedAllocationFailure) {
@@ -532,17 +524,15 @@ TEST(OptimizeGemvRelease, PartitionArraysAreFreedOnlyWhileTheKindIsTheMergePath)
   std::vector<std::int64_t> lengths(100, 0);
   lengths[0] = 200;
   const auto A = vrt_test::shaped_csr<D, std::int32_t>(lengths, 1009, 2);
-  auto* rows = sycl::malloc_device<std::int32_t>(A.row_ptr.size(), q);
-  auto* cols = sycl::malloc_device<std::int32_t>(A.col_ind.size(), q);
-  auto* vals = sycl::malloc_device<D>(A.values.size(), q);
-  q.memcpy(rows, A.row_ptr.data(), A.row_ptr.size() * sizeof(std::int32_t)).wait();
-  q.memcpy(cols, A.col_ind.data(), A.col_ind.size() * sizeof(std::int32_t)).wait();
-  q.memcpy(vals, A.values.data(), A.values.size() * sizeof(D)).wait();
+  vrt_test::device_array<std::int32_t> rows(q, A.row_ptr, memory::device);
+  vrt_test::device_array<std::int32_t> cols(q, A.col_ind, memory::device);
+  vrt_test::device_array<D> vals(q, A.values, memory::device);
   for (const bool rewritten : {false, true}) {
     const auto before = hostsycl::live_allocation_bytes(device);
     vs::matrix_handle* h = nullptr;
     vs::init_matrix_handle(&h);
-    vs::set_csr_data(q, h, 100, 1009, vrt::index_base::zero, rows, cols, vals).wait();
+    vs::set_csr_data(q, h, 100, 1009, vrt::index_base::zero, rows.usm(), cols.usm(), vals.usm())
+        .wait();
     vs::optimize_gemv(q, vrt::transpose::nontrans, h).wait();
     vs::gemvInternalData* p = h->primary->gemv_data;
     ASSERT_EQ(p->kernel_kind, vs::gemv_kind_merge);
@@ -557,8 +547,6 @@ TEST(OptimizeGemvRelease, PartitionArraysAreFreedOnlyWhileTheKindIsTheMergePath)
     }
     EXPECT_EQ(hostsycl::live_allocation_bytes(device), before) << "rewritten " << rewritten;
   }
-  for (void* ptr : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
-    sycl::free(ptr, q);
 }
 
 // ---- refusals ----------------------------------------------------------------------------------
