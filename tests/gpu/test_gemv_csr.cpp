@@ -22,8 +22,6 @@ using vrt_test::csr_matrix;
 namespace {
 
 using vrt_test::all_variants;
-
-
 using vrt_test::memory;
 
 // Binds A on the queue in the chosen memory model, runs gemv, returns y. `inspect` sees the
@@ -271,20 +269,17 @@ namespace {
 TEST(GemvCsrRouting, TransposedProductsChooseTheirPath) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   using Z = std::complex<double>;
-  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
-  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(3, q);
-  Z* values = sycl::malloc_shared<Z>(3, q);
   // A = [[0, 1+2i], [3, 4i]]
-  rows[0] = 0, rows[1] = 1, rows[2] = 3;
-  cols[0] = 1, cols[1] = 0, cols[2] = 1;
-  values[0] = Z(1, 2), values[1] = Z(3, 0), values[2] = Z(0, 4);
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, values).wait();
-  Z* device_y = sycl::malloc_device<Z>(2, q);
-  Z* host_y = sycl::malloc_host<Z>(2, q);
-  Z* x = sycl::malloc_shared<Z>(2, q);
-  x[0] = Z(1, 0), x[1] = Z(0, 1);
+  vrt_test::bound_matrix<Z, std::int32_t> A(q, 2, 2, 0, {0, 1, 3}, {1, 0, 1},
+                                            {Z(1, 2), Z(3, 0), Z(0, 4)}, memory::shared);
+  A.wait();
+  vs::matrix_handle* h = A.handle();
+  vrt_test::device_array<Z> device_y_array(q, vrt_test::nan_vector<Z>(2), memory::device);
+  vrt_test::device_array<Z> host_y_array(q, vrt_test::nan_vector<Z>(2), memory::host);
+  vrt_test::device_array<Z> x_array(q, {Z(1, 0), Z(0, 1)}, memory::shared);
+  Z* device_y = device_y_array.usm();
+  Z* host_y = host_y_array.usm();
+  Z* x = x_array.usm();
   // Device y: the column-oriented path on the primary, no explicit transpose.
   vs::gemv(q, vrt::transpose::trans, Z(1), h, x, Z(0), device_y).wait();
   Z scattered[2];
@@ -306,10 +301,6 @@ TEST(GemvCsrRouting, TransposedProductsChooseTheirPath) {
   EXPECT_EQ(host_y[1], Z(10, -4));
   vs::gemv(q, vrt::transpose::trans, Z(1), h, x, Z(0), host_y).wait();
   EXPECT_EQ(host_y[1], Z(-3, 2));
-  vs::release_matrix_handle(q, &h).wait();
-  for (void* p : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(values),
-                  static_cast<void*>(device_y), static_cast<void*>(host_y), static_cast<void*>(x)})
-    sycl::free(p, q);
 }
 
 }  // namespace

@@ -553,15 +553,10 @@ TEST(OptimizeGemvRelease, PartitionArraysAreFreedOnlyWhileTheKindIsTheMergePath)
 
 TEST(OptimizeGemvRefusals, OnlyCsrAndCooOnGpuDevices) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
-  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
-  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(2, q);
-  double* vals = sycl::malloc_shared<double>(2, q);
-  rows[0] = 0, rows[1] = 1, rows[2] = 2;
-  cols[0] = 0, cols[1] = 1;
-  vals[0] = vals[1] = 1.0;
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, vals).wait();
+  vrt_test::bound_matrix<double, std::int32_t> A(q, 2, 2, 0, {0, 1, 2}, {0, 1}, {1.0, 1.0},
+                                                 memory::shared);
+  A.wait();
+  vs::matrix_handle* h = A.handle();
   h->primary->format = 2;  // a format the library does not know
   vrt_test::expect_message<vrt::unimplemented>(
       [&] { vs::optimize_gemv(q, vrt::transpose::nontrans, h).wait(); },
@@ -569,9 +564,6 @@ TEST(OptimizeGemvRefusals, OnlyCsrAndCooOnGpuDevices) {
       "the CSR and COO matrix formats on GPU devices");
   EXPECT_EQ(h->primary->gemv_data, nullptr) << "no plan is made";
   h->primary->format = 1;
-  vs::release_matrix_handle(q, &h).wait();
-  for (void* ptr : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
-    sycl::free(ptr, q);
 }
 
 TEST(OptimizeGemvRefusals, CachingNeedsARecordNotYetOptimized) {

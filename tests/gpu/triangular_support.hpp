@@ -33,6 +33,7 @@ using vrt_test::all_memories;
 using vrt_test::expect_close;
 using vrt_test::memory;
 using vrt_test::name_of;
+using vrt_test::prefix;
 using vrt_test::random_vector;
 using vrt_test::read_container;
 using vrt_test::write_container;
@@ -172,10 +173,6 @@ class bound_matrix : public vrt_test::bound_matrix<T, I> {
 };
 
 
-// The start of every message the library throws for `word` (none for the empty word).
-inline std::string prefix(const std::string& word) {
-  return word.empty() ? "orvane::vrt::sparse: " : "orvane::vrt::sparse::" + word + ": ";
-}
 
 // The refusals optimize_trsv and trsv share, in the order they are checked: the triangle, the
 // operation, the format, then a missing structure (through the device entry `call_device`, since

@@ -23,7 +23,7 @@ using vrt_test::expect_message;
 
 namespace {
 
-std::string prefix(const std::string& routine) { return "orvane::vrt::sparse::" + routine + ": "; }
+using vrt_test::prefix;
 
 // A 3 x 3 lower triangle [[1], [1, 2], [0, 1, 3]] in shared USM, bound with values of type T;
 // x holds ones, y NaN.

@@ -22,7 +22,7 @@ using vrt_test::expect_message;
 
 namespace {
 
-std::string prefix(const std::string& routine) { return "orvane::vrt::sparse::" + routine + ": "; }
+using vrt_test::prefix;
 
 // A 2 x 2 matrix [[1, 0], [2, 3]] in shared USM, bound as CSR or COO, with or without values.
 struct small_matrix {
