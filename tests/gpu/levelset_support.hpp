@@ -20,6 +20,7 @@
 #include "gpu/triangular/levelset/levelset_trsv.hpp"
 #include "handle/handle.hpp"
 #include "handle/triangular_data.hpp"
+#include "support/device_arrays.hpp"
 #include "support/sparse_matrices.hpp"
 
 namespace lvt {
@@ -175,33 +176,16 @@ triangle_matrix<T> transpose_of(const triangle_matrix<T>& m) {
 
 // ---- binding to a handle -----------------------------------------------------------------
 
-enum class model { usm, buffer };
-
 template <typename E, vs::containerType C>
 void* upload(sycl::queue& q, const std::vector<E>& v) {
-  std::vector<E> data = v;
-  if (data.empty()) data.resize(1);
-  void* p = vs::allocate_device_container<E>(data.size(), q, C);
-  if constexpr (C == vs::container_usm) {
-    q.memcpy(p, data.data(), data.size() * sizeof(E)).wait();
-  } else {
-    sycl::host_accessor acc(*static_cast<sycl::buffer<E, 1>*>(p), sycl::write_only);
-    std::copy(data.begin(), data.end(), acc.get_pointer());
-  }
-  return p;
+  return vrt_test::library_container<E>(q, v, C);
 }
 
+// A container the coloring did not make reads as zeros.
 template <typename E, vs::containerType C>
 std::vector<E> fetch(sycl::queue& q, void* p, std::size_t count) {
-  std::vector<E> out(count);
-  if (count == 0 || p == nullptr) return out;
-  if constexpr (C == vs::container_usm) {
-    q.memcpy(out.data(), p, count * sizeof(E)).wait();
-  } else {
-    sycl::host_accessor acc(*static_cast<sycl::buffer<E, 1>*>(p), sycl::read_only);
-    std::copy_n(acc.get_pointer(), count, out.begin());
-  }
-  return out;
+  if (p == nullptr) return std::vector<E>(count);
+  return vrt_test::read_container<E>(q, p, C, count);
 }
 
 // A handle bound to the expansion (user arrays owned here), with the diagonal records the

@@ -21,6 +21,7 @@
 #include "gpu/gemm/subgroup_path.hpp"
 #include "handle/gemm_data.hpp"
 #include "handle/handle.hpp"
+#include "support/device_arrays.hpp"
 #include "support/sparse_matrices.hpp"
 #include "support/test_helpers.hpp"
 
@@ -35,8 +36,7 @@ using vrt_test::csr_matrix;
 namespace {
 
 using vrt_test::all_variants;
-// usm: everything in device USM; host_usm: A on the device, B and C in host USM.
-enum class model { usm, host_usm, buffer };
+using vrt_test::memory;
 
 template <typename T>
 constexpr bool double_precision =
@@ -99,68 +99,32 @@ struct call_hooks {
       usm_gemm;
 };
 
-// Binds A, runs gemm with B and C as given, returns C's whole storage.
+// Binds A, runs gemm with B and C as given, returns C's whole storage. In host memory A lives in
+// device USM, B and C in host USM.
 template <typename T, typename I>
-std::vector<T> run_gemm(sycl::queue& q, const csr_matrix<T, I>& A, model m, transpose op,
+std::vector<T> run_gemm(sycl::queue& q, const csr_matrix<T, I>& A, memory m, transpose op,
                         T alpha, const dense<T>& B, T beta, const dense<T>& C,
                         const call_hooks& hooks = {}) {
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  const auto base = static_cast<vrt::index_base>(A.base);
-  auto padded = [](auto v) {
-    if (v.empty()) v.resize(1);
-    return v;
-  };
-  auto row_ptr = padded(A.row_ptr);
-  auto col_ind = padded(A.col_ind);
-  auto values = padded(A.values);
-  auto bs = B.data;
-  auto cs = C.data;
+  const memory matrix = m == memory::host ? memory::device : m;
+  vrt_test::bound_matrix<T, I> bound(q, A, matrix);
+  vrt_test::device_array<T> b(q, B.data, m);
+  vrt_test::device_array<T> c(q, C.data, m);
   const layout lay = B.row_major ? layout::row_major : layout::col_major;
-  if (m != model::buffer) {
-    auto to_usm = [&](const auto& v, sycl::usm::alloc kind) {
-      using E = typename std::decay_t<decltype(v)>::value_type;
-      E* p = sycl::malloc<E>(v.size(), q, kind);
-      q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
-      return p;
-    };
-    const auto dense_kind = m == model::host_usm ? sycl::usm::alloc::host : sycl::usm::alloc::device;
-    I* d_row = to_usm(row_ptr, sycl::usm::alloc::device);
-    I* d_col = to_usm(col_ind, sycl::usm::alloc::device);
-    T* d_val = to_usm(values, sycl::usm::alloc::device);
-    T* d_b = to_usm(bs, dense_kind);
-    T* d_c = to_usm(cs, dense_kind);
-    auto bound = vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base,
-                                  d_row, d_col, d_val);
-    bound.wait();
-    hooks.before_gemm();
-    auto done = hooks.usm_gemm ? hooks.usm_gemm(q, h, d_b, d_c, {bound})
-                               : vs::gemm(q, lay, op, transpose::nontrans, alpha, h, d_b,
-                                          C.columns, B.ld, beta, d_c, C.ld, {bound});
-    done.wait();
-    hostsycl::fail_next_allocations(0);
-    q.memcpy(cs.data(), d_c, cs.size() * sizeof(T)).wait();
-    hooks.inspect(h);
-    vs::release_matrix_handle(q, &h, {done}).wait();
-    for (void* p : {static_cast<void*>(d_row), static_cast<void*>(d_col),
-                    static_cast<void*>(d_val), static_cast<void*>(d_b), static_cast<void*>(d_c)})
-      sycl::free(p, q);
-  } else {
-    {
-      sycl::buffer<I, 1> b_row(row_ptr.data(), sycl::range<1>(row_ptr.size()));
-      sycl::buffer<I, 1> b_col(col_ind.data(), sycl::range<1>(col_ind.size()));
-      sycl::buffer<T, 1> b_val(values.data(), sycl::range<1>(values.size()));
-      sycl::buffer<T, 1> b_b(bs.data(), sycl::range<1>(bs.size()));
-      sycl::buffer<T, 1> b_c(cs.data(), sycl::range<1>(cs.size()));
-      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, b_row, b_col,
-                       b_val);
-      hooks.before_gemm();
-      vs::gemm(q, lay, op, transpose::nontrans, alpha, h, b_b, C.columns, B.ld, beta, b_c, C.ld);
-      hostsycl::fail_next_allocations(0);
-      hooks.inspect(h);
-      vs::release_matrix_handle(&h);
-    }
-  }
+  bound.wait();
+  hooks.before_gemm();
+  bound.run(
+      [&](vs::matrix_handle* h, auto& bv, auto& cv, const auto&... deps) {
+        if constexpr (sizeof...(deps) == 1) {
+          if (hooks.usm_gemm) return hooks.usm_gemm(q, h, bv, cv, deps...);
+        }
+        return vs::gemm(q, lay, op, transpose::nontrans, alpha, h, bv, C.columns, B.ld, beta, cv,
+                        C.ld, deps...);
+      },
+      b, c);
+  bound.wait();
+  hostsycl::fail_next_allocations(0);
+  auto cs = c.read(C.data.size());
+  hooks.inspect(bound.handle());
   return cs;
 }
 
@@ -175,7 +139,7 @@ void expect_product(const std::vector<T>& got, const csr_matrix<T, I>& A, transp
     const auto y = column_of(C, j);
     const auto want = vrt_test::reference_gemv(A, op, alpha, x, beta, y);
     const auto scale = vrt_test::error_scale(A, op, alpha, x, beta, y);
-    vrt_test::expect_near_vectors(column_of(result, j), want, scale,
+    vrt_test::expect_close(column_of(result, j), want, scale,
                                   what + ", column " + std::to_string(j));
     if (::testing::Test::HasFatalFailure()) return;
   }
@@ -190,7 +154,7 @@ void expect_product(const std::vector<T>& got, const csr_matrix<T, I>& A, transp
 
 struct case_setup {
   const char* profile;
-  model m;
+  memory m;
   layout lay;
   transpose op;
   std::int64_t columns;
@@ -198,10 +162,10 @@ struct case_setup {
 };
 
 std::string describe(const case_setup& s) {
-  const char* memory = s.m == model::usm        ? " USM"
-                       : s.m == model::host_usm ? " host USM for B and C"
-                                                : " buffers";
-  return std::string(s.profile) + memory +
+  const char* where = s.m == memory::device ? " USM"
+                      : s.m == memory::host ? " host USM for B and C"
+                                            : " buffers";
+  return std::string(s.profile) + where +
          (s.lay == layout::row_major ? " row-major" : " col-major") + " op " +
          std::to_string(static_cast<int>(s.op)) + " columns " + std::to_string(s.columns) +
          " pad " + std::to_string(s.pad);
@@ -240,7 +204,7 @@ TYPED_TEST(Gemm, ColumnGridLayoutsAndOperations) {
     for (std::int64_t columns : column_grid)
       for (layout lay : {layout::row_major, layout::col_major})
         for (transpose op : every_op) {
-          const model m = (k++ % 2) == 0 ? model::usm : model::buffer;
+          const memory m = (k++ % 2) == 0 ? memory::device : memory::buffer;
           check_case<T, I>(A, {profile, m, lay, op, columns, k % 3}, T(1.5), T(-0.5));
           if (::testing::Test::HasFatalFailure()) return;
         }
@@ -257,7 +221,7 @@ TYPED_TEST(Gemm, EveryProfileReachesEveryKernel) {
     int k = 0;
     for (std::int64_t columns : {1, 17, 127, 128, 129})
       for (layout lay : {layout::row_major, layout::col_major}) {
-        const model m = (k % 2) == 0 ? model::usm : model::buffer;
+        const memory m = (k % 2) == 0 ? memory::device : memory::buffer;
         check_case<T, I>(A, {profile, m, lay, every_op[k % 3], columns, 2}, T(-1), T(2));
         ++k;
         if (::testing::Test::HasFatalFailure()) return;
@@ -277,7 +241,7 @@ TYPED_TEST(Gemm, ExplicitSimdRowsSpreadOverSeveralWorkGroups) {
     for (std::int64_t columns : {9, 17, 127}) {
       ASSERT_GT(A.nrows, 4 * gp::esimd_rows_per_group(columns));
       for (layout lay : {layout::row_major, layout::col_major}) {
-        check_case<T, I>(A, {"emu-a6", model::usm, lay, transpose::nontrans, columns, 1}, T(1.5),
+        check_case<T, I>(A, {"emu-a6", memory::device, lay, transpose::nontrans, columns, 1}, T(1.5),
                          T(-0.5));
         if (::testing::Test::HasFatalFailure()) return;
       }
@@ -294,7 +258,7 @@ TYPED_TEST(Gemm, DenseOperandsInHostMemory) {
   int k = 0;
   for (std::int64_t columns : {9, 129})
     for (layout lay : {layout::row_major, layout::col_major}) {
-      check_case<T, I>(A, {"emu-a6", model::host_usm, lay, every_op[k++ % 3], columns, 1}, T(2),
+      check_case<T, I>(A, {"emu-a6", memory::host, lay, every_op[k++ % 3], columns, 1}, T(2),
                        T(0.5));
       if (::testing::Test::HasFatalFailure()) return;
     }
@@ -310,7 +274,7 @@ TYPED_TEST(Gemm, ZeroBetaNeverReadsC) {
   for (const char* profile : {"emu-a3", "emu-a6"})
     for (std::int64_t columns : {1, 8, 64, 129})
       for (layout lay : {layout::row_major, layout::col_major})
-        for (model m : {model::usm, model::buffer}) {
+        for (memory m : {memory::device, memory::buffer}) {
           sycl::queue q{hostsycl::emulated_gpu(profile)};
           const auto B = make_dense<T>(A.ncols, columns, lay, 1, 41);
           auto C = make_dense<T>(A.nrows, columns, lay, 0, 42);
@@ -346,7 +310,7 @@ TYPED_TEST(Gemm, EmptyRowsAreScaledByBeta) {
         sycl::queue q{hostsycl::emulated_gpu(profile)};
         const auto B = make_dense<T>(E.ncols, columns, lay, 0, 51);
         const auto C = make_dense<T>(E.nrows, columns, lay, 0, 52);
-        const auto got = run_gemm(q, E, model::usm, transpose::nontrans, T(3), B, T(0.5), C);
+        const auto got = run_gemm(q, E, memory::device, transpose::nontrans, T(3), B, T(0.5), C);
         for (std::int64_t r : {0, 7})
           for (std::int64_t j = 0; j < columns; ++j)
             ASSERT_EQ(got[C.at(r, j)], C.data[C.at(r, j)] * T(0.5))
@@ -360,10 +324,10 @@ TYPED_TEST(Gemm, StagingFailureFallsBackToTheUnstagedKernels) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   const auto A = vrt_test::random_csr<T, I>(26, 21, 5, 35, 0, 1, 30);
-  for (model m : {model::usm, model::buffer}) {
+  for (memory m : {memory::device, memory::buffer}) {
     call_hooks hooks;
     // A USM request falls back to host memory once before it fails.
-    hooks.before_gemm = [m] { hostsycl::fail_next_allocations(m == model::usm ? 2 : 1); };
+    hooks.before_gemm = [m] { hostsycl::fail_next_allocations(m == memory::device ? 2 : 1); };
     hooks.inspect = [](vs::matrix_handle* h) {
       ASSERT_NE(h->primary->gemm_data, nullptr);
       EXPECT_EQ(h->primary->gemm_data->b_tmp, nullptr);
@@ -422,7 +386,7 @@ TYPED_TEST(Gemm, StagingFailureOfCAloneFallsBackToTheUnstagedKernel) {
       EXPECT_EQ(plan->c_tmp_bytes, 0);
     };
     sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
-    const auto got = run_gemm(q, A, model::usm, transpose::nontrans, T(2), B, T(-1), C, hooks);
+    const auto got = run_gemm(q, A, memory::device, transpose::nontrans, T(2), B, T(-1), C, hooks);
     expect_product(got, A, transpose::nontrans, T(2), B, T(-1), C, "emu-a6 C staging refused");
   }
 }
@@ -460,7 +424,7 @@ TYPED_TEST(Gemm, ColumnMajorStagingShowsThePathOnCode6) {
         EXPECT_EQ(plan->c_tmp, nullptr) << columns;
       }
     };
-    check_case<T, I>(A, {"emu-a6", model::usm, layout::col_major, transpose::nontrans, columns, 0},
+    check_case<T, I>(A, {"emu-a6", memory::device, layout::col_major, transpose::nontrans, columns, 0},
                      T(1), T(1), hooks);
     if (::testing::Test::HasFatalFailure()) return;
   }
@@ -502,7 +466,7 @@ TYPED_TEST(Gemm, LeftoverWithoutThirtyTwoBitOffsetsStaysInTheRestKernels) {
       EXPECT_EQ(plan->c_tmp_bytes, 0);
     };
     sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
-    const auto got = run_gemm(q, A, model::usm, transpose::nontrans, T(1.5), B, T(-0.5), C, hooks);
+    const auto got = run_gemm(q, A, memory::device, transpose::nontrans, T(1.5), B, T(-0.5), C, hooks);
     expect_product(got, A, transpose::nontrans, T(1.5), B, T(-0.5), C,
                    "emu-a6 col-major 129 columns, offsets beyond 32 bits");
   }
@@ -573,7 +537,7 @@ TYPED_TEST(Gemm, TransposeIsBuiltOnceAndReused) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   const auto A = vrt_test::random_csr<T, I>(16, 11, 4, 37);
-  const case_setup s{"emu-a6", model::buffer, layout::row_major, transpose::trans, 5, 0};
+  const case_setup s{"emu-a6", memory::buffer, layout::row_major, transpose::trans, 5, 0};
   sycl::queue q{hostsycl::emulated_gpu(s.profile)};
   const auto B = make_dense<T>(A.nrows, s.columns, s.lay, 0, 61);
   const auto C = make_dense<T>(A.ncols, s.columns, s.lay, 0, 62);

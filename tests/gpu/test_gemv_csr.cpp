@@ -12,6 +12,7 @@
 #include "gpu/mv/csr/csr_operands.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
+#include "support/gemv_runner.hpp"
 #include "support/sparse_matrices.hpp"
 
 namespace vrt = orvane::vrt;
@@ -21,76 +22,22 @@ using vrt_test::csr_matrix;
 namespace {
 
 using vrt_test::all_variants;
-
-
-enum class model { usm, buffer };
+using vrt_test::memory;
 
 // Binds A on the queue in the chosen memory model, runs gemv, returns y. `inspect` sees the
 // handle after the product and before its release.
 template <typename T, typename I, typename Inspect = void (*)(vs::matrix_handle*)>
-std::vector<T> run_gemv(sycl::queue& q, const csr_matrix<T, I>& A, model m, vrt::transpose op,
+std::vector<T> run_gemv(sycl::queue& q, const csr_matrix<T, I>& A, memory m, vrt::transpose op,
                         T alpha, const std::vector<T>& x, T beta, std::vector<T> y,
                         Inspect inspect = [](vs::matrix_handle*) {}) {
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  const auto base = static_cast<vrt::index_base>(A.base);
-  const auto nrows = static_cast<I>(A.nrows);
-  const auto ncols = static_cast<I>(A.ncols);
-  // At least one element everywhere: an empty array still needs an address.
-  auto padded = [](auto v) {
-    if (v.empty()) v.resize(1);
-    return v;
-  };
-  auto row_ptr = padded(A.row_ptr);
-  auto col_ind = padded(A.col_ind);
-  auto values = padded(A.values);
-  auto xs = padded(x);
-  y = padded(y);
-  if (m == model::usm) {
-    auto to_device = [&](const auto& v) {
-      using E = typename std::decay_t<decltype(v)>::value_type;
-      E* p = sycl::malloc_device<E>(v.size(), q);
-      q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
-      return p;
-    };
-    I* d_row = to_device(row_ptr);
-    I* d_col = to_device(col_ind);
-    T* d_val = to_device(values);
-    T* d_x = to_device(xs);
-    T* d_y = to_device(y);
-    auto bound = vs::set_csr_data(q, h, nrows, ncols, base, d_row, d_col, d_val);
-    auto done = vs::gemv(q, op, alpha, h, d_x, beta, d_y, {bound});
-    done.wait();
-    q.memcpy(y.data(), d_y, y.size() * sizeof(T)).wait();
-    inspect(h);
-    vs::release_matrix_handle(q, &h, {done}).wait();
-    for (void* p : {static_cast<void*>(d_row), static_cast<void*>(d_col),
-                    static_cast<void*>(d_val), static_cast<void*>(d_x), static_cast<void*>(d_y)})
-      sycl::free(p, q);
-  } else {
-    {
-      sycl::buffer<I, 1> b_row(row_ptr.data(), sycl::range<1>(row_ptr.size()));
-      sycl::buffer<I, 1> b_col(col_ind.data(), sycl::range<1>(col_ind.size()));
-      sycl::buffer<T, 1> b_val(values.data(), sycl::range<1>(values.size()));
-      sycl::buffer<T, 1> b_x(xs.data(), sycl::range<1>(xs.size()));
-      sycl::buffer<T, 1> b_y(y.data(), sycl::range<1>(y.size()));
-      vs::set_csr_data(q, h, nrows, ncols, base, b_row, b_col, b_val);
-      vs::gemv(q, op, alpha, h, b_x, beta, b_y);
-      inspect(h);
-      vs::release_matrix_handle(&h);
-    }
-  }
-  y.resize(static_cast<std::size_t>(op == vrt::transpose::nontrans ? A.nrows : A.ncols));
-  return y;
+  vrt_test::gemv_run_options o;
+  o.model = m;
+  o.op = op;
+  o.done = inspect;
+  return vrt_test::run_gemv_with(q, A, alpha, x, beta, std::move(y), o);
 }
 
-template <typename T>
-std::vector<T> random_vector(std::int64_t n, unsigned seed) {
-  std::mt19937 rng(seed);
-  std::vector<T> v(static_cast<std::size_t>(n));
-  for (auto& e : v) e = vrt_test::random_value<T>(rng);
-  return v;
-}
+using vrt_test::random_vector;
 
 template <typename T, typename I>
 void check_against_reference(const char* profile, const csr_matrix<T, I>& A, T alpha, T beta,
@@ -100,11 +47,11 @@ void check_against_reference(const char* profile, const csr_matrix<T, I>& A, T a
   const auto y0 = random_vector<T>(A.nrows, 11);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, alpha, x, beta, y0);
   const auto scale = vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0);
-  for (model m : {model::usm, model::buffer}) {
+  for (memory m : {memory::device, memory::buffer}) {
     const auto got = run_gemv(q, A, m, vrt::transpose::nontrans, alpha, x, beta, y0);
-    vrt_test::expect_near_vectors(got, want, scale,
+    vrt_test::expect_close(got, want, scale,
                                   what + " on " + profile +
-                                      (m == model::usm ? " (USM)" : " (buffers)"));
+                                      (m == memory::device ? " (USM)" : " (buffers)"));
   }
 }
 
@@ -161,7 +108,7 @@ void expect_first_use_plan(const char* profile, int kind, int group, int vector)
   const auto A = vrt_test::random_csr<T, std::int32_t>(10, 10, 3, 8);
   sycl::queue q{hostsycl::emulated_gpu(profile)};
   const std::vector<T> x(10, T(1)), y(10, T(0));
-  run_gemv(q, A, model::usm, vrt::transpose::nontrans, T(1), x, T(0), y,
+  run_gemv(q, A, memory::device, vrt::transpose::nontrans, T(1), x, T(0), y,
            [&](vs::matrix_handle* h) {
              const vs::gemvInternalData* plan = h->primary->gemv_data;
              ASSERT_NE(plan, nullptr);
@@ -216,7 +163,7 @@ std::vector<T> run_with_plan(const char* profile, int kind, T alpha, T beta, T v
   std::vector<T> y(2, y0);
   // The first product makes the plan; the second runs with the kind set here.
   std::vector<T> out;
-  run_gemv(q, A, model::usm, vrt::transpose::nontrans, alpha, x, beta, y,
+  run_gemv(q, A, memory::device, vrt::transpose::nontrans, alpha, x, beta, y,
            [&](vs::matrix_handle* h) {
              h->primary->gemv_data->kernel_kind = vs::gemv_kind{kind};
              h->primary->gemv_data->group_param = 64;
@@ -291,7 +238,7 @@ TEST(GemvCsrKernels, LaunchersRefusePlansOutsideTheirGrid) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   const auto A = vrt_test::random_csr<double, std::int32_t>(4, 4, 2, 9);
   const std::vector<double> x(4, 1.0), y(4, 0.0);
-  run_gemv(q, A, model::usm, vrt::transpose::nontrans, 1.0, x, 0.0, y,
+  run_gemv(q, A, memory::device, vrt::transpose::nontrans, 1.0, x, 0.0, y,
            [&](vs::matrix_handle* h) {
              h->primary->gemv_data->group_param = 128;
              double* d = sycl::malloc_shared<double>(4, q);
@@ -322,20 +269,18 @@ namespace {
 TEST(GemvCsrRouting, TransposedProductsChooseTheirPath) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   using Z = std::complex<double>;
-  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
-  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(3, q);
-  Z* values = sycl::malloc_shared<Z>(3, q);
   // A = [[0, 1+2i], [3, 4i]]
-  rows[0] = 0, rows[1] = 1, rows[2] = 3;
-  cols[0] = 1, cols[1] = 0, cols[2] = 1;
-  values[0] = Z(1, 2), values[1] = Z(3, 0), values[2] = Z(0, 4);
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, values).wait();
-  Z* device_y = sycl::malloc_device<Z>(2, q);
-  Z* host_y = sycl::malloc_host<Z>(2, q);
-  Z* x = sycl::malloc_shared<Z>(2, q);
-  x[0] = Z(1, 0), x[1] = Z(0, 1);
+  vrt_test::bound_matrix<Z, std::int32_t> A(q, 2, 2, 0, {0, 1, 3}, {1, 0, 1},
+                                            {Z(1, 2), Z(3, 0), Z(0, 4)}, memory::shared);
+  A.wait();
+  vs::matrix_handle* h = A.handle();
+  // A finite sentinel: the column scatter scales y by beta first, and keeps a NaN under zero beta.
+  vrt_test::device_array<Z> device_y_array(q, std::vector<Z>(2, Z(-1)), memory::device);
+  vrt_test::device_array<Z> host_y_array(q, std::vector<Z>(2, Z(-1)), memory::host);
+  vrt_test::device_array<Z> x_array(q, {Z(1, 0), Z(0, 1)}, memory::shared);
+  Z* device_y = device_y_array.usm();
+  Z* host_y = host_y_array.usm();
+  Z* x = x_array.usm();
   // Device y: the column-oriented path on the primary, no explicit transpose.
   vs::gemv(q, vrt::transpose::trans, Z(1), h, x, Z(0), device_y).wait();
   Z scattered[2];
@@ -357,10 +302,6 @@ TEST(GemvCsrRouting, TransposedProductsChooseTheirPath) {
   EXPECT_EQ(host_y[1], Z(10, -4));
   vs::gemv(q, vrt::transpose::trans, Z(1), h, x, Z(0), host_y).wait();
   EXPECT_EQ(host_y[1], Z(-3, 2));
-  vs::release_matrix_handle(q, &h).wait();
-  for (void* p : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(values),
-                  static_cast<void*>(device_y), static_cast<void*>(host_y), static_cast<void*>(x)})
-    sycl::free(p, q);
 }
 
 }  // namespace

@@ -33,13 +33,7 @@ struct forced_plan {
   int kind, group, vector;
 };
 
-template <typename T>
-std::vector<T> random_vector(std::int64_t n, unsigned seed) {
-  std::mt19937 rng(seed);
-  std::vector<T> v(static_cast<std::size_t>(n));
-  for (auto& e : v) e = vrt_test::random_value<T>(rng);
-  return v;
-}
+using vrt_test::random_vector;
 
 // Runs the product on `profile` with the plan given (or the one the library makes, after
 // optimize_gemv when asked) and compares with the reference. y starts as NaN when beta is zero.
@@ -71,8 +65,8 @@ void check(const char* profile, const csr_matrix<T, I>& A, const forced_plan* pl
       EXPECT_EQ(vs::kind_code(h->primary->gemv_data->kernel_kind), expected_kind) << what << " on " << profile;
     };
   const auto got = vrt_test::run_gemv_with(q, A, alpha, x, beta, y0, o);
-  vrt_test::expect_near_vectors(got, want, scale,
-                                what + " on " + profile + " (" + vrt_test::memory_name(model) +
+  vrt_test::expect_close(got, want, scale,
+                                what + " on " + profile + " (" + vrt_test::name_of(model) +
                                     ", base " + std::to_string(A.base) + ")");
 }
 
@@ -112,7 +106,7 @@ TYPED_TEST(GemvFamilies, FirstUseAndOptimizedOnEveryProfile) {
     for (const char* profile : every_profile) {
       if (!profile_runs<T>(profile)) continue;
       for (bool optimize : {false, true})
-        for (memory m : {memory::usm, memory::buffer})
+        for (memory m : {memory::device, memory::buffer})
           check<T, I>(profile, A, nullptr, optimize, m, T(1.5), base ? T(0) : T(-0.5),
                       optimize ? "optimized" : "first use");
     }
@@ -129,7 +123,7 @@ TYPED_TEST(GemvFamilies, SubGroupSingleRowGrid) {
                                    forced_plan{3, 8, 16}, forced_plan{3, 8, 32}}) {
       const std::string what = "sub-group " + std::to_string(plan.group) + "x" +
                                std::to_string(plan.vector);
-      check<T, I>("emu-a6", A, &plan, false, memory::usm, T(2), T(0.5), what, 3);
+      check<T, I>("emu-a6", A, &plan, false, memory::device, T(2), T(0.5), what, 3);
       check<T, I>("emu-a4", A, &plan, false, memory::buffer, T(-1), T(0), what, 3);
     }
   }
@@ -148,14 +142,14 @@ TYPED_TEST(GemvFamilies, SubGroupRowBundles) {
     lengths.back() = 0;
     const auto A = vrt_test::shaped_csr<T, I>(lengths, 101, 5, nrows % 2 ? 1 : 0);
     const std::string what = "bundles, " + std::to_string(nrows) + " rows";
-    check<T, I>("emu-a1", A, &narrow, false, memory::usm, T(1), T(2), what);
+    check<T, I>("emu-a1", A, &narrow, false, memory::device, T(1), T(2), what);
     check<T, I>("emu-a1", A, &four, false, memory::buffer, T(1), T(0), what);
     check<T, I>("emu-a1", A, &wide, false, memory::shared, T(1), T(0), what + " (32 wide)");
   }
   // 32 wide: 167 * 32 = 5344 rows single, 5345 bundles (168 bundles).
   for (std::int64_t nrows : {5344, 5345}) {
     const auto A = vrt_test::uniform_csr<T, I>(nrows, 3, 101, 6);
-    check<T, I>("emu-a1", A, &wide, false, memory::usm, T(1), T(-1),
+    check<T, I>("emu-a1", A, &wide, false, memory::device, T(1), T(-1),
                 "32-wide bundles, " + std::to_string(nrows) + " rows");
   }
 }
@@ -187,7 +181,7 @@ TYPED_TEST(GemvFamilies, ExplicitSimdGrid) {
     const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(0), std::vector<T>(A.nrows), o);
     const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(0),
                                                std::vector<T>(A.nrows));
-    vrt_test::expect_near_vectors(got, want,
+    vrt_test::expect_close(got, want,
                                   vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x,
                                                         T(0), std::vector<T>(A.nrows)),
                                   "complex explicit-SIMD plan");
@@ -200,7 +194,7 @@ TYPED_TEST(GemvFamilies, ExplicitSimdGrid) {
       for (const forced_plan plan : {forced_plan{4, 8, 32}, forced_plan{4, 4, 32}}) {
         const std::string what = "explicit SIMD, " + std::to_string(plan.group) + " rows";
         for (const char* profile : {"emu-a5", "emu-a6"}) {
-          check<T, I>(profile, A, &plan, false, memory::usm, T(3), T(0), what, 4);
+          check<T, I>(profile, A, &plan, false, memory::device, T(3), T(0), what, 4);
           check<T, I>(profile, A, &plan, false, memory::buffer, T(1), T(0.25), what, 4);
         }
       }
@@ -223,16 +217,16 @@ TYPED_TEST(GemvFamilies, MergePathAfterOptimize) {
   using I = typename TypeParam::index;
   for (int base : {0, 1}) {
     const auto A = spread_matrix<T, I>(base, 20000);
-    for (memory m : {memory::usm, memory::shared, memory::host_y, memory::buffer}) {
+    for (memory m : {memory::device, memory::shared, memory::host, memory::buffer}) {
       check<T, I>("emu-a6", A, nullptr, true, m, T(1.25), T(0.5), "merge path", 5);
       check<T, I>("emu-a6", A, nullptr, true, m, T(-1), T(0), "merge path, beta 0", 5);
     }
   }
   // total (= nnz + nrows) below the part count.
   const auto small = spread_matrix<T, I>(0, 400);
-  check<T, I>("emu-a6", small, nullptr, true, memory::usm, T(1), T(1), "merge path, few steps",
+  check<T, I>("emu-a6", small, nullptr, true, memory::device, T(1), T(1), "merge path, few steps",
               5);
-  check<T, I>("emu-a6", small, nullptr, true, memory::host_y, T(1), T(1),
+  check<T, I>("emu-a6", small, nullptr, true, memory::host, T(1), T(1),
               "merge path, few steps", 5);
 }
 
@@ -246,13 +240,13 @@ TYPED_TEST(GemvFamilies, MergePathTwice) {
   const auto y0 = random_vector<T>(A.nrows, 4);
   const auto once = vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(1), y0);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(1), once);
-  for (memory m : {memory::usm, memory::buffer}) {
+  for (memory m : {memory::device, memory::buffer}) {
     vrt_test::gemv_run_options o;
     o.model = m;
     o.optimize = true;
     o.products = 2;
     const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(1), y0, o);
-    vrt_test::expect_near_vectors(
+    vrt_test::expect_close(
         got, want, vrt_test::error_scale(A, vrt::transpose::nontrans, T(2), x, T(1), once),
         "two merge products");
   }
@@ -462,15 +456,13 @@ void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A
       s->gemv_data->group_param = plan->group;
       s->gemv_data->vector_param = plan->vector;
     }
-    T* dx = sycl::malloc_device<T>(x.size(), q);
-    T* dy = sycl::malloc_device<T>(n, q);
-    q.memcpy(dx, x.data(), x.size() * sizeof(T)).wait();
-    q.memcpy(dy, y0.data(), n * sizeof(T)).wait();
+    vrt_test::device_array<T> dx(q, x, memory::device);
+    vrt_test::device_array<T> dy(q, y0, memory::device);
     const csr::gemv_operands<T, I, vs::container_usm> op{
         vs::as_container<vs::container_usm, I>(s->row_ptr),
         vs::as_container<vs::container_usm, I>(s->col_ind),
         vs::as_container<vs::container_usm, T>(s->values),
-        dx, dy, s->nrows, static_cast<I>(A.base), alpha, beta, true};
+        dx.usm(), dy.usm(), s->nrows, static_cast<I>(A.base), alpha, beta, true};
     const vs::gemvInternalData& p = *s->gemv_data;
     if (plan == nullptr) {
       EXPECT_EQ(p.kernel_kind, vs::gemv_kind::merge) << what;
@@ -484,12 +476,10 @@ void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A
       else
         ADD_FAILURE() << what << ": plan of kind " << vs::kind_code(p.kernel_kind);
     }
-    q.memcpy(got.data(), dy, n * sizeof(T)).wait();
-    sycl::free(dx, q);
-    sycl::free(dy, q);
+    got = dy.read(n);
   };
   vrt_test::run_gemv_with(q, A, alpha, x, beta, y0, o);
-  vrt_test::expect_near_vectors(
+  vrt_test::expect_close(
       got, conjugated_reference(A, alpha, x, beta, y0),
       vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0),
       what + " on " + profile);

@@ -120,7 +120,7 @@ void expect_plan_for(const profile_case& profile, const csr_matrix<T, I>& A,
   };
   const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(0),
                                            std::vector<T>(A.nrows, T(-1)), o);
-  vrt_test::expect_near_vectors(
+  vrt_test::expect_close(
       got, want,
       vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x, T(0),
                             std::vector<T>(A.nrows, T(0))),
@@ -134,7 +134,7 @@ void check_row_length_edges() {
     const auto A = vrt_test::uniform_csr<T, std::int32_t>(40, avg, 61, 3);
     for (const auto& profile : all_profiles) {
       if (!runs_on(profile.name) && !single_v<T>) continue;
-      expect_plan_for(profile, A, expected_table_plan<T>(profile.code, avg), memory::usm,
+      expect_plan_for(profile, A, expected_table_plan<T>(profile.code, avg), memory::device,
                       "avg_ceil " + std::to_string(avg));
     }
   }
@@ -157,7 +157,7 @@ TEST(OptimizeGemvTable, MeanRowLengthIsRoundedUp) {
 TEST(OptimizeGemvStatistics, RecordedInThePlan) {
   const auto A = vrt_test::shaped_csr<D, std::int32_t>({0, 2, 4, 10}, 100, 5, 1);
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
-  for (memory m : {memory::usm, memory::buffer}) {
+  for (memory m : {memory::device, memory::buffer}) {
     vrt_test::gemv_run_options o;
     o.model = m;
     o.optimize = true;
@@ -187,26 +187,26 @@ TEST(OptimizeGemvMergeChoice, EachConditionDeclinesOnItsOwn) {
     return vrt_test::shaped_csr<D, std::int32_t>(lengths, ncols, 6);
   };
   // stddev 15.6 >= 5, relative 8.2 >= 1, spread 0.2 >= 0.01: merge.
-  expect_plan_for<D>(a6, with_long_row(100, 200, 0, 1000), {5, 4, 32}, memory::usm, "spread");
+  expect_plan_for<D>(a6, with_long_row(100, 200, 0, 1000), {5, 4, 32}, memory::device, "spread");
   // Every row alike: stddev 0.
   expect_plan_for<D>(a6, vrt_test::uniform_csr<D, std::int32_t>(100, 30, 1000, 6), {3, 8, 32},
-                     memory::usm, "uniform");
+                     memory::device, "uniform");
   // One row holds all entries, but ncols makes the spread 900 / 100003 < 1%.
-  expect_plan_for<D>(a6, with_long_row(10, 900, 0, 100003), {3, 8, 32}, memory::usm,
+  expect_plan_for<D>(a6, with_long_row(10, 900, 0, 100003), {3, 8, 32}, memory::device,
                      "narrow spread");
   // stddev just under 5: lengths 0 and 10 alternate... 5 exactly passes, 4.5 does not.
   {
     std::vector<std::int64_t> l(100);
     for (std::size_t i = 0; i < l.size(); ++i) l[i] = i % 2 ? 10 : 0;  // stddev 5, mean 5
     expect_plan_for<D>(a6, vrt_test::shaped_csr<D, std::int32_t>(l, 1000, 7), {5, 4, 32},
-                       memory::usm, "stddev 5, relative 1");
+                       memory::device, "stddev 5, relative 1");
     for (std::size_t i = 0; i < l.size(); ++i) l[i] = i % 2 ? 9 : 0;  // stddev 4.5
     expect_plan_for<D>(a6, vrt_test::shaped_csr<D, std::int32_t>(l, 1000, 7), {1, 256, 8},
-                       memory::usm, "stddev 4.5");
+                       memory::device, "stddev 4.5");
     // stddev 5 but a mean of 15: relative 1/3.
     for (std::size_t i = 0; i < l.size(); ++i) l[i] = i % 2 ? 20 : 10;
     expect_plan_for<D>(a6, vrt_test::shaped_csr<D, std::int32_t>(l, 1000, 7), {1, 256, 16},
-                       memory::usm, "relative 1/3");
+                       memory::device, "relative 1/3");
   }
   // Spread at exactly 1% of the columns takes it; one column more declines. Lengths 0 and 20
   // alternate: stddev 10, mean 10, spread 20 / 2000.
@@ -214,15 +214,15 @@ TEST(OptimizeGemvMergeChoice, EachConditionDeclinesOnItsOwn) {
     std::vector<std::int64_t> l(100);
     for (std::size_t i = 0; i < l.size(); ++i) l[i] = i % 2 ? 20 : 0;
     expect_plan_for<D>(a6, vrt_test::shaped_csr<D, std::int32_t>(l, 2000, 7), {5, 4, 32},
-                       memory::usm, "spread 0.01");
+                       memory::device, "spread 0.01");
     expect_plan_for<D>(a6, vrt_test::shaped_csr<D, std::int32_t>(l, 2001, 7), {1, 256, 16},
-                       memory::usm, "spread 20 / 2001");
+                       memory::device, "spread 20 / 2001");
   }
   // Other codes never take it.
   for (const auto& profile : all_profiles) {
     if (profile.code == 6 || !runs_on(profile.name)) continue;
     expect_plan_for<D>(profile, with_long_row(100, 200, 0, 1000),
-                       expected_table_plan<D>(profile.code, 2), memory::usm, "spread");
+                       expected_table_plan<D>(profile.code, 2), memory::device, "spread");
   }
 }
 
@@ -232,11 +232,11 @@ TEST(OptimizeGemvMergeChoice, AllPrecisionsTakeTheMergePath) {
   lengths[5] = 400;
   const profile_case a6{"emu-a6", 6};
   expect_plan_for<S>(a6, vrt_test::shaped_csr<S, std::int32_t>(lengths, 1009, 8), {5, 4, 32},
-                     memory::usm, "merge float");
+                     memory::device, "merge float");
   expect_plan_for<C>(a6, vrt_test::shaped_csr<C, std::int64_t>(lengths, 1009, 8), {5, 4, 32},
                      memory::buffer, "merge complex float");
   expect_plan_for<Z>(a6, vrt_test::shaped_csr<Z, std::int32_t>(lengths, 1009, 8, 1),
-                     {5, 4, 32}, memory::host_y, "merge complex double");
+                     {5, 4, 32}, memory::host, "merge complex double");
 }
 
 // ---- the arithmetic of the tables ------------------------------------------------------------
@@ -338,7 +338,7 @@ void check_explicit_simd_edge() {
     };
     const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(0), std::vector<T>(40, T(-1)), o);
     const std::vector<T> zeros(40, T(0));
-    vrt_test::expect_near_vectors(
+    vrt_test::expect_close(
         got, vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(0), zeros),
         vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x, T(0), zeros),
         std::to_string(tiles) + " tiles");
@@ -388,7 +388,7 @@ TEST(OptimizeGemvSequence, TransposedOperationPlansTheExplicitTranspose) {
   const auto A = vrt_test::shaped_csr<D, std::int32_t>({30, 0, 2, 5}, 31, 10);
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
   vrt_test::gemv_run_options o;
-  o.model = memory::host_y;
+  o.model = memory::host;
   o.op = vrt::transpose::trans;
   o.optimize = true;
   o.planned = [&](vs::matrix_handle* h) {
@@ -403,22 +403,17 @@ TEST(OptimizeGemvSequence, TransposedOperationPlansTheExplicitTranspose) {
   const auto got = vrt_test::run_gemv_with(q, A, 2.0, x, 0.0, unwritten(31), o);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::trans, 2.0, x, 0.0,
                                              std::vector<D>(31));
-  vrt_test::expect_near_vectors(
+  vrt_test::expect_close(
       got, want,
       vrt_test::error_scale(A, vrt::transpose::trans, 2.0, x, 0.0, std::vector<D>(31)), "A^T");
 }
 
 TEST(OptimizeGemvSequence, CooIsMarkedOptimizedWithoutStatistics) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
-  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
-  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(3, q);
-  double* vals = sycl::malloc_shared<double>(3, q);
-  rows[0] = 0, rows[1] = 1, rows[2] = 1;
-  cols[0] = 0, cols[1] = 0, cols[2] = 1;
-  vals[0] = vals[1] = vals[2] = 1.0;
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  vs::set_coo_data(q, h, 2, 2, 3, vrt::index_base::zero, rows, cols, vals).wait();
+  vrt_test::bound_matrix<double, std::int32_t> A(q, 2, 2, 0, {0, 1, 1}, {0, 0, 1}, {1.0, 1.0, 1.0},
+                                                 memory::shared, vrt_test::storage::coo);
+  A.wait();
+  vs::matrix_handle* h = A.handle();
   vs::optimize_gemv(q, vrt::transpose::nontrans, h, {}).wait();
   const vs::gemvInternalData* p = h->primary->gemv_data;
   ASSERT_NE(p, nullptr);
@@ -427,9 +422,6 @@ TEST(OptimizeGemvSequence, CooIsMarkedOptimizedWithoutStatistics) {
   EXPECT_EQ(p->max_row_nnz, 0);
   EXPECT_EQ(p->row_nnz_stddev, 0.0);
   EXPECT_EQ(triple_of(p), (plan_triple{1, 256, 16}));
-  vs::release_matrix_handle(q, &h).wait();
-  for (void* ptr : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
-    sycl::free(ptr, q);
 }
 
 TEST(OptimizeGemvFailures, UnboundMatrixAndSharedAllocationFailure) {
@@ -461,7 +453,7 @@ TEST(OptimizeGemvFailures, UnboundMatrixAndSharedAllocationFailure) {
   const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, unwritten(8), o);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0,
                                              std::vector<D>(8));
-  vrt_test::expect_near_vectors(
+  vrt_test::expect_close(
       got, want, vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(8)),
       "after the failure");
 }
@@ -472,7 +464,7 @@ TEST(OptimizeGemvFailures, NoRowsKeepTheCachedPlan) {
   csr_matrix<D, std::int32_t> A;
   A.ncols = 5;
   A.row_ptr = {0};
-  for (memory m : {memory::usm, memory::buffer}) {
+  for (memory m : {memory::device, memory::buffer}) {
     vrt_test::gemv_run_options o;
     o.model = m;
     o.optimize = true;
@@ -518,7 +510,7 @@ TEST(OptimizeGemvFailures, MergeArraysFallBackToTheRowPlan) {
   const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, unwritten(100), o);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0,
                                              std::vector<D>(100));
-  vrt_test::expect_near_vectors(
+  vrt_test::expect_close(
       got, want,
       vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(100)),
       "after the fall-back");
@@ -532,17 +524,15 @@ TEST(OptimizeGemvRelease, PartitionArraysAreFreedOnlyWhileTheKindIsTheMergePath)
   std::vector<std::int64_t> lengths(100, 0);
   lengths[0] = 200;
   const auto A = vrt_test::shaped_csr<D, std::int32_t>(lengths, 1009, 2);
-  auto* rows = sycl::malloc_device<std::int32_t>(A.row_ptr.size(), q);
-  auto* cols = sycl::malloc_device<std::int32_t>(A.col_ind.size(), q);
-  auto* vals = sycl::malloc_device<D>(A.values.size(), q);
-  q.memcpy(rows, A.row_ptr.data(), A.row_ptr.size() * sizeof(std::int32_t)).wait();
-  q.memcpy(cols, A.col_ind.data(), A.col_ind.size() * sizeof(std::int32_t)).wait();
-  q.memcpy(vals, A.values.data(), A.values.size() * sizeof(D)).wait();
+  vrt_test::device_array<std::int32_t> rows(q, A.row_ptr, memory::device);
+  vrt_test::device_array<std::int32_t> cols(q, A.col_ind, memory::device);
+  vrt_test::device_array<D> vals(q, A.values, memory::device);
   for (const bool rewritten : {false, true}) {
     const auto before = hostsycl::live_allocation_bytes(device);
     vs::matrix_handle* h = nullptr;
     vs::init_matrix_handle(&h);
-    vs::set_csr_data(q, h, 100, 1009, vrt::index_base::zero, rows, cols, vals).wait();
+    vs::set_csr_data(q, h, 100, 1009, vrt::index_base::zero, rows.usm(), cols.usm(), vals.usm())
+        .wait();
     vs::optimize_gemv(q, vrt::transpose::nontrans, h).wait();
     vs::gemvInternalData* p = h->primary->gemv_data;
     ASSERT_EQ(p->kernel_kind, vs::gemv_kind::merge);
@@ -557,23 +547,16 @@ TEST(OptimizeGemvRelease, PartitionArraysAreFreedOnlyWhileTheKindIsTheMergePath)
     }
     EXPECT_EQ(hostsycl::live_allocation_bytes(device), before) << "rewritten " << rewritten;
   }
-  for (void* ptr : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
-    sycl::free(ptr, q);
 }
 
 // ---- refusals ----------------------------------------------------------------------------------
 
 TEST(OptimizeGemvRefusals, OnlyCsrAndCooOnGpuDevices) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
-  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
-  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(2, q);
-  double* vals = sycl::malloc_shared<double>(2, q);
-  rows[0] = 0, rows[1] = 1, rows[2] = 2;
-  cols[0] = 0, cols[1] = 1;
-  vals[0] = vals[1] = 1.0;
-  vs::matrix_handle* h = nullptr;
-  vs::init_matrix_handle(&h);
-  vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, vals).wait();
+  vrt_test::bound_matrix<double, std::int32_t> A(q, 2, 2, 0, {0, 1, 2}, {0, 1}, {1.0, 1.0},
+                                                 memory::shared);
+  A.wait();
+  vs::matrix_handle* h = A.handle();
   h->primary->format = 2;  // a format the library does not know
   vrt_test::expect_message<vrt::unimplemented>(
       [&] { vs::optimize_gemv(q, vrt::transpose::nontrans, h).wait(); },
@@ -581,9 +564,6 @@ TEST(OptimizeGemvRefusals, OnlyCsrAndCooOnGpuDevices) {
       "the CSR and COO matrix formats on GPU devices");
   EXPECT_EQ(h->primary->gemv_data, nullptr) << "no plan is made";
   h->primary->format = 1;
-  vs::release_matrix_handle(q, &h).wait();
-  for (void* ptr : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
-    sycl::free(ptr, q);
 }
 
 TEST(OptimizeGemvRefusals, CachingNeedsARecordNotYetOptimized) {
@@ -698,7 +678,7 @@ TEST(MergePathPartition, TotalSmallerThanPartCount) {
   const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, std::vector<D>(40, -1.0), o);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0,
                                              std::vector<D>(40));
-  vrt_test::expect_near_vectors(got, want,
+  vrt_test::expect_close(got, want,
                                 vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0,
                                                       std::vector<D>(40)),
                                 "total < P");

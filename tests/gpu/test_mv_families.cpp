@@ -19,21 +19,15 @@ namespace {
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
-using vrt_mv_test::model;
-using vrt_mv_test::storage;
+using vrt_test::memory;
+using vrt_test::storage;
 using vrt_test::csr_matrix;
 
-constexpr model all_models[] = {model::device, model::shared, model::host, model::buffer};
+using vrt_test::all_memories;
 constexpr const char* all_profiles[] = {"emu-a0", "emu-a1", "emu-a2", "emu-a3",
                                         "emu-a4", "emu-a5", "emu-a6"};
 
-template <typename T>
-std::vector<T> random_vector(std::int64_t n, unsigned seed) {
-  std::mt19937 rng(seed);
-  std::vector<T> v(static_cast<std::size_t>(n));
-  for (auto& e : v) e = vrt_test::random_value<T>(rng);
-  return v;
-}
+using vrt_test::random_vector;
 
 bool row_subgroup_plan(const std::string& profile) {
   return profile == "emu-a3" || profile == "emu-a4" || profile == "emu-a6";
@@ -51,7 +45,7 @@ sycl::event event_of(F&& f) {
 }
 
 template <typename T, typename I>
-vrt_mv_test::outputs<T> run_gemv(sycl::queue& q, const csr_matrix<T, I>& A, storage s, model m,
+vrt_mv_test::outputs<T> run_gemv(sycl::queue& q, const csr_matrix<T, I>& A, storage s, memory m,
                                  vrt::transpose op, T alpha, const std::vector<T>& x, T beta,
                                  const std::vector<T>& y) {
   return vrt_mv_test::run(q, A, s, m, x, y, T(0),
@@ -70,14 +64,14 @@ void check_gemv(const char* profile, const csr_matrix<T, I>& A, storage s, vrt::
   const auto y0 = random_vector<T>(transposed ? A.ncols : A.nrows, 11);
   const auto want = vrt_test::reference_gemv(A, op, alpha, x, beta, y0);
   const auto scale = vrt_test::error_scale(A, op, alpha, x, beta, y0);
-  for (model m : all_models) {
+  for (memory m : all_memories) {
     // Host y takes the explicit transpose and the row-wise kernels of the profile's plan; those
     // of codes 3, 4 and 6 are the CSR sub-group family, which is tested with it.
-    if (m == model::host && s == storage::csr && transposed && row_subgroup_plan(profile)) continue;
+    if (m == memory::host && s == storage::csr && transposed && row_subgroup_plan(profile)) continue;
     const auto got = run_gemv(q, A, s, m, op, alpha, x, beta, y0).y;
-    vrt_test::expect_near_vectors(got, want, scale,
+    vrt_test::expect_close(got, want, scale,
                                   what + " op " + std::to_string(static_cast<int>(op)) + " on " +
-                                      profile + " (" + vrt_mv_test::name_of(m) + ")");
+                                      profile + " (" + vrt_test::name_of(m) + ")");
   }
 }
 
@@ -107,7 +101,7 @@ void expect_csc_plan(const char* profile, int kind, int group, int vector) {
   const auto A = vrt_test::random_csr<T, std::int32_t>(12, 12, 3, 26);
   const std::vector<T> x(12, T(1)), y(12, T(0));
   vs::gemvInternalData plan{};
-  vrt_mv_test::run(q, A, storage::csr, model::device, x, y, T(0),
+  vrt_mv_test::run(q, A, storage::csr, memory::device, x, y, T(0),
                    [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
                      // USM only: the plan is read once the product is submitted.
                      if constexpr (sizeof...(deps) > 0) {
@@ -145,7 +139,7 @@ TEST(MvFamiliesCsc, OtherKindsBecomeTheDefaultForGood) {
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::trans, 1.0, x, 0.0, y);
   std::int32_t kind_after = 0;
   const auto got = vrt_mv_test::run(
-      q, A, storage::csr, model::device, x, y, 0.0,
+      q, A, storage::csr, memory::device, x, y, 0.0,
       [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
         if constexpr (sizeof...(deps) > 0) {
           vs::gemv(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, deps...).wait();
@@ -224,7 +218,7 @@ std::vector<T> reference_symv(const csr_matrix<T, I>& A, bool upper, T alpha,
 }
 
 template <typename T, typename I>
-std::vector<T> run_symv(sycl::queue& q, const csr_matrix<T, I>& A, model m, vrt::uplo ul, T alpha,
+std::vector<T> run_symv(sycl::queue& q, const csr_matrix<T, I>& A, memory m, vrt::uplo ul, T alpha,
                         const std::vector<T>& x, T beta, const std::vector<T>& y) {
   return vrt_mv_test::run(q, A, storage::csr, m, x, y, T(0),
                           [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
@@ -275,13 +269,13 @@ TYPED_TEST(MvFamilies, SymvFromEitherTriangle) {
         for (T beta : {T(0.5), T(0)}) {
           std::vector<double> scale;
           const auto want = reference_symv(*A, upper, T(-1.25), xs, beta, ys, scale);
-          for (model m : all_models) {
+          for (memory m : all_memories) {
             const auto got = run_symv(q, *A, m, upper ? vrt::uplo::upper : vrt::uplo::lower,
                                       T(-1.25), xs, beta, ys);
-            vrt_test::expect_near_vectors(got, want, scale,
+            vrt_test::expect_close(got, want, scale,
                                           std::string("symv ") + (upper ? "upper" : "lower") +
                                               " on " + profile + " (" +
-                                              vrt_mv_test::name_of(m) + ")");
+                                              vrt_test::name_of(m) + ")");
           }
         }
       }
@@ -301,7 +295,7 @@ csr_matrix<T, std::int32_t> two_by_two(T diagonal, T off) {
 // ---- gemvdot --------------------------------------------------------------------------------
 
 template <typename T, typename I>
-vrt_mv_test::outputs<T> run_gemvdot(sycl::queue& q, const csr_matrix<T, I>& A, model m, T alpha,
+vrt_mv_test::outputs<T> run_gemvdot(sycl::queue& q, const csr_matrix<T, I>& A, memory m, T alpha,
                                     const std::vector<T>& x, T beta, const std::vector<T>& y) {
   const T sentinel = T(std::numeric_limits<vrt_test::real_t<T>>::quiet_NaN());
   return vrt_mv_test::run(q, A, storage::csr, m, x, y, sentinel,
@@ -315,16 +309,16 @@ vrt_mv_test::outputs<T> run_gemvdot(sycl::queue& q, const csr_matrix<T, I>& A, m
 
 template <typename T, typename I>
 void check_gemvdot(const char* profile, const csr_matrix<T, I>& A, T alpha, T beta,
-                   std::initializer_list<model> models, const std::string& what) {
+                   std::initializer_list<memory> models, const std::string& what) {
   sycl::queue q{hostsycl::emulated_gpu(profile)};
   const auto x = random_vector<T>(A.ncols, 41);
   const auto y0 = random_vector<T>(A.nrows, 42);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, alpha, x, beta, y0);
   const auto scale = vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0);
-  for (model m : models) {
+  for (memory m : models) {
     const auto got = run_gemvdot(q, A, m, alpha, x, beta, y0);
-    const std::string where = what + " on " + profile + " (" + vrt_mv_test::name_of(m) + ")";
-    vrt_test::expect_near_vectors(got.y, want, scale, where);
+    const std::string where = what + " on " + profile + " (" + vrt_test::name_of(m) + ")";
+    vrt_test::expect_close(got.y, want, scale, where);
     // d is the bilinear dot of x with the new y, without conjugation.
     using W = std::conditional_t<vrt_test::is_complex<T>, std::complex<double>, double>;
     W dot(0);
@@ -346,9 +340,9 @@ TYPED_TEST(MvFamilies, GemvdotOddRowsAndOneGroup) {
   const auto A = vrt_test::random_csr<T, I>(101, 101, 20, 51, 0, 2, 90);
   const auto one_based = vrt_test::random_csr<T, I>(77, 77, 9, 52, 1);
   for (const char* profile : {"emu-a2", "emu-a5"}) {
-    check_gemvdot<T, I>(profile, A, T(1.5), T(0.5), {model::device, model::shared, model::host,
-                                                      model::buffer}, "gemvdot");
-    check_gemvdot<T, I>(profile, one_based, T(-1), T(0), {model::device, model::buffer},
+    check_gemvdot<T, I>(profile, A, T(1.5), T(0.5), {memory::device, memory::shared, memory::host,
+                                                      memory::buffer}, "gemvdot");
+    check_gemvdot<T, I>(profile, one_based, T(-1), T(0), {memory::device, memory::buffer},
                         "gemvdot one-based");
   }
 }
@@ -360,7 +354,7 @@ TYPED_TEST(MvFamilies, GemvdotThirtyTwoAndThirtyThreeGroups) {
   using I = typename TypeParam::index;
   for (std::int64_t rows : {32767, 33791}) {
     const auto A = vrt_test::random_csr<T, I>(rows, rows, 3, 53);
-    check_gemvdot<T, I>("emu-a3", A, T(2), T(-1), {model::device, model::buffer},
+    check_gemvdot<T, I>("emu-a3", A, T(2), T(-1), {memory::device, memory::buffer},
                         "gemvdot " + std::to_string(rows) + " rows");
   }
 }
@@ -427,7 +421,7 @@ TEST(MvFamiliesGemvdot, PartialsAreReleased) {
     const auto A = vrt_test::random_csr<double, std::int32_t>(rows, rows, 2, 54);
     const std::vector<double> x(static_cast<std::size_t>(rows), 1.0), y(x.size(), 0.0);
     const std::uint64_t before = hostsycl::live_allocation_bytes(q.get_device());
-    for (int k = 0; k < 3; ++k) run_gemvdot(q, A, model::device, 1.0, x, 0.5, y);
+    for (int k = 0; k < 3; ++k) run_gemvdot(q, A, memory::device, 1.0, x, 0.5, y);
     EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before) << rows << " rows";
   }
 }
@@ -452,7 +446,7 @@ TEST(MvFamiliesGemvdot, PartialsThatCannotBeAllocated) {
   const std::string device = q.get_device().get_info<sycl::info::device::name>();
   vrt_test::expect_message<vrt::device_bad_alloc>(
       [&] {
-        vrt_mv_test::run(q, A, storage::csr, model::device, std::vector<double>{1, 1},
+        vrt_mv_test::run(q, A, storage::csr, memory::device, std::vector<double>{1, 1},
                          std::vector<double>{0, 0}, 0.0,
                          [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
                            // The device request and its fallback to host memory both fail.
@@ -474,17 +468,17 @@ TEST(MvFamiliesEdges, ZeroBetaWithNaNInY) {
   const auto A = two_by_two(2.0, 1.0);
   const std::vector<double> x{1, 1}, y{nan, nan};
   // The column scatter multiplies y by beta: the NaN stays.
-  const auto csc = run_gemv(q, A, storage::csr, model::device, vrt::transpose::trans, 1.0, x, 0.0, y);
+  const auto csc = run_gemv(q, A, storage::csr, memory::device, vrt::transpose::trans, 1.0, x, 0.0, y);
   EXPECT_TRUE(std::isnan(csc.y[0]) && std::isnan(csc.y[1]));
   // COO clears y for a zero beta, and for a NaN beta too.
   for (double beta : {0.0, nan}) {
-    const auto coo = run_gemv(q, A, storage::coo, model::device, vrt::transpose::nontrans, 1.0, x,
+    const auto coo = run_gemv(q, A, storage::coo, memory::device, vrt::transpose::nontrans, 1.0, x,
                               beta, y);
     EXPECT_EQ(coo.y, (std::vector<double>{3, 2}));
   }
-  const auto sym = run_symv(q, A, model::device, vrt::uplo::upper, 1.0, x, 0.0, y);
+  const auto sym = run_symv(q, A, memory::device, vrt::uplo::upper, 1.0, x, 0.0, y);
   EXPECT_EQ(sym, (std::vector<double>{3, 3}));
-  const auto fused = run_gemvdot(q, A, model::device, 1.0, x, 0.0, y);
+  const auto fused = run_gemvdot(q, A, memory::device, 1.0, x, 0.0, y);
   EXPECT_EQ(fused.y, (std::vector<double>{3, 2}));
   EXPECT_EQ(fused.d, 5.0);
 }
@@ -494,14 +488,14 @@ TEST(MvFamiliesEdges, ZeroAlpha) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a0")};
   const std::vector<double> x{1, 1}, y{3, 4};
   // COO stops after scaling y: the matrix is never read.
-  const auto coo = run_gemv(q, two_by_two(inf, 1.0), storage::coo, model::device,
+  const auto coo = run_gemv(q, two_by_two(inf, 1.0), storage::coo, memory::device,
                             vrt::transpose::trans, 0.0, x, 2.0, y);
   EXPECT_EQ(coo.y, (std::vector<double>{6, 8}));
   // The column scatter runs with t = 0: finite values add zeros, an infinity makes NaN.
-  const auto finite = run_gemv(q, two_by_two(5.0, 1.0), storage::csr, model::device,
+  const auto finite = run_gemv(q, two_by_two(5.0, 1.0), storage::csr, memory::device,
                                vrt::transpose::trans, 0.0, x, 2.0, y);
   EXPECT_EQ(finite.y, (std::vector<double>{6, 8}));
-  const auto infinite = run_gemv(q, two_by_two(inf, 1.0), storage::csr, model::device,
+  const auto infinite = run_gemv(q, two_by_two(inf, 1.0), storage::csr, memory::device,
                                  vrt::transpose::trans, 0.0, x, 2.0, y);
   EXPECT_TRUE(std::isnan(infinite.y[0]));
 }
@@ -514,10 +508,10 @@ TEST(MvFamiliesEdges, EmptyRowsAndDiagonalOnce) {
   A.values = {2, 1, 7, 5};
   sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
   const std::vector<double> x{1, 2, 3, 4}, y{0, 0, 0, 0};
-  const auto csc = run_gemv(q, A, storage::csr, model::shared, vrt::transpose::trans, 1.0, x, 0.0, y);
+  const auto csc = run_gemv(q, A, storage::csr, memory::shared, vrt::transpose::trans, 1.0, x, 0.0, y);
   EXPECT_EQ(csc.y, (std::vector<double>{2, 28, 0, 21}));
   // Upper triangle: (0,0)=2, (0,3)=1, (3,3)=5; the diagonal counts once.
-  const auto sym = run_symv(q, A, model::shared, vrt::uplo::upper, 1.0, x, 0.0, y);
+  const auto sym = run_symv(q, A, memory::shared, vrt::uplo::upper, 1.0, x, 0.0, y);
   EXPECT_EQ(sym, (std::vector<double>{6, 0, 0, 21}));
 }
 
@@ -526,7 +520,7 @@ TEST(MvFamiliesEdges, EmptyRowsAndDiagonalOnce) {
 TEST(MvFamiliesEdges, HostYOnTheColumnScatter) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   const auto A = two_by_two(2.0, 1.0);
-  const auto viaTranspose = run_gemv(q, A, storage::csr, model::host, vrt::transpose::trans, 1.0,
+  const auto viaTranspose = run_gemv(q, A, storage::csr, memory::host, vrt::transpose::trans, 1.0,
                                      std::vector<double>{1, 1}, 0.0, std::vector<double>{0, 0});
   EXPECT_EQ(viaTranspose.y, (std::vector<double>{2, 3}));
 
@@ -655,18 +649,18 @@ TEST(MvFamiliesEdges, YInUnknownMemoryTakesNoAtomics) {
   const auto y0 = random_vector<double>(40, 63);
   for (auto op : {vrt::transpose::nontrans, vrt::transpose::trans}) {
     std::vector<double> y = y0;
-    vrt_mv_test::run(q, A, storage::coo, model::device, x, y0, 0.0,
+    vrt_mv_test::run(q, A, storage::coo, memory::device, x, y0, 0.0,
                      [&](auto* h, auto& xv, auto&, auto&, const auto&... deps) {
                        if constexpr (sizeof...(deps) > 0)
                          return vs::gemv(q, op, 1.5, h, xv, -0.5, y.data(), deps...);
                      });
-    vrt_test::expect_near_vectors(y, vrt_test::reference_gemv(A, op, 1.5, x, -0.5, y0),
+    vrt_test::expect_close(y, vrt_test::reference_gemv(A, op, 1.5, x, -0.5, y0),
                                   vrt_test::error_scale(A, op, 1.5, x, -0.5, y0),
                                   "coo on heap y op " + std::to_string(static_cast<int>(op)));
   }
   for (bool upper : {true, false}) {
     std::vector<double> y = y0;
-    vrt_mv_test::run(q, A, storage::csr, model::device, x, y0, 0.0,
+    vrt_mv_test::run(q, A, storage::csr, memory::device, x, y0, 0.0,
                      [&](auto* h, auto& xv, auto&, auto&, const auto&... deps) {
                        if constexpr (sizeof...(deps) > 0)
                          return vs::symv(q, upper ? vrt::uplo::upper : vrt::uplo::lower, 1.5, h,
@@ -674,7 +668,7 @@ TEST(MvFamiliesEdges, YInUnknownMemoryTakesNoAtomics) {
                      });
     std::vector<double> scale;
     const auto want = reference_symv(A, upper, 1.5, x, -0.5, y0, scale);
-    vrt_test::expect_near_vectors(y, want, scale,
+    vrt_test::expect_close(y, want, scale,
                                   upper ? "symv upper on heap y" : "symv lower on heap y");
   }
 }
@@ -689,17 +683,17 @@ TEST(MvFamiliesEdges, RefusalsWordForWord) {
   rect.values = {1, 1};
   const std::vector<double> x{1, 1, 1}, y{0, 0};
   vrt_test::expect_message<vrt::unimplemented>(
-      [&] { run_symv(q, rect, model::device, vrt::uplo::upper, 1.0, x, 0.0, y); },
+      [&] { run_symv(q, rect, memory::device, vrt::uplo::upper, 1.0, x, 0.0, y); },
       "orvane::vrt::sparse::symv: unimplemented functionality: matrix nRows != nCols, symv "
       "currently only supports a square matrix");
   vrt_test::expect_message<vrt::unimplemented>(
-      [&] { run_gemvdot(q, rect, model::device, 1.0, x, 0.0, y); },
+      [&] { run_gemvdot(q, rect, memory::device, 1.0, x, 0.0, y); },
       "orvane::vrt::sparse::gemvdot: unimplemented functionality: matrix nRows != nCols, gemvdot "
       "currently only supports a square matrix");
   const auto A = two_by_two(1.0, 1.0);
   vrt_test::expect_message<vrt::unimplemented>(
       [&] {
-        vrt_mv_test::run(q, A, storage::csr, model::device, x, y, 0.0,
+        vrt_mv_test::run(q, A, storage::csr, memory::device, x, y, 0.0,
                          [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
                            return vs::gemvdot(q, vrt::transpose::trans, 1.0, h, xv, 0.0, yv, dv,
                                               deps...);
@@ -709,7 +703,7 @@ TEST(MvFamiliesEdges, RefusalsWordForWord) {
       "orvane::vrt::transpose::nontrans op");
   const std::vector<double> x2{1, 1}, y2{0, 0};
   auto on_coo = [&](auto routine) {
-    vrt_mv_test::run(q, A, storage::coo, model::device, x2, y2, 0.0,
+    vrt_mv_test::run(q, A, storage::coo, memory::device, x2, y2, 0.0,
                      [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
                        return routine(h, xv, yv, dv, deps...);
                      });
@@ -731,7 +725,7 @@ TEST(MvFamiliesEdges, RefusalsWordForWord) {
       "orvane::vrt::sparse::gemvdot: unimplemented functionality: currently only supports the "
       "CSR matrix format on GPU devices");
   vrt_test::expect_message<vrt::invalid_argument>(
-      [&] { run_symv(q, A, model::device, static_cast<vrt::uplo>(7), 1.0, x2, 0.0, y2); },
+      [&] { run_symv(q, A, memory::device, static_cast<vrt::uplo>(7), 1.0, x2, 0.0, y2); },
       "orvane::vrt::sparse::symv: invalid argument: uplo_val");
 }
 

@@ -36,12 +36,7 @@ template <typename V>
 class TriangularAnalysis : public ::testing::Test {};
 TYPED_TEST_SUITE(TriangularAnalysis, vrt_test::all_variants);
 
-constexpr memory analysis_memories[] = {memory::device, memory::buffer};
-
-template <typename T, typename I>
-vs::containerType container_of(memory m) {
-  return m == memory::buffer ? vs::container_buffer : vs::container_usm;
-}
+using vrt_test::container_of;
 
 // Runs f(T, I, C) with the compile-time memory model of m.
 template <typename T, typename I, typename F>
@@ -85,7 +80,7 @@ TYPED_TEST(TriangularAnalysis, DiagonalValuesOfUnsortedRowsWithFlags) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
-  for (memory m : analysis_memories) {
+  for (memory m : vrt_test::both_models) {
     for (int base : {0, 1}) {
       // Row 3 has no diagonal entry, row 5 a zero one.
       const auto A = dominant_matrix<T, I>(40, 5, 21, base, 3, 5);
@@ -100,7 +95,7 @@ TYPED_TEST(TriangularAnalysis, DiagonalValuesOfUnsortedRowsWithFlags) {
       EXPECT_EQ(h->diag_struct, nullptr);
       EXPECT_EQ(v->status_count, 2u);
       EXPECT_EQ(v->status_stride, 16u);
-      const auto c = container_of<T, I>(m);
+      const auto c = container_of(m);
       const auto status = read_container<I>(q, v->status_host, c, 32);
       const auto device_status = read_container<I>(q, v->status_device, c, 32);
       for (std::size_t k = 0; k < 32; ++k) {
@@ -127,7 +122,7 @@ TYPED_TEST(TriangularAnalysis, SplitPositionsAndAMissingDiagonalUnderUnit) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a5")};
-  for (memory m : analysis_memories) {
+  for (memory m : vrt_test::both_models) {
     for (int base : {0, 1}) {
       const auto A = sorted_rows(dominant_matrix<T, I>(50, 6, 8, base, 7));
       bound_matrix<T, I> b(q, A, m);
@@ -138,7 +133,7 @@ TYPED_TEST(TriangularAnalysis, SplitPositionsAndAMissingDiagonalUnderUnit) {
             q, h->primary, &h->diag_values, true, &h->diag_struct, vrt::diag::unit, "trsv", {});
       });
       ASSERT_NE(h->diag_struct, nullptr);
-      const auto c = container_of<T, I>(m);
+      const auto c = container_of(m);
       const auto lower_end = read_container<I>(q, h->diag_struct->lower_end, c, 50);
       const auto upper_start = read_container<I>(q, h->diag_struct->upper_start, c, 50);
       const auto [want_le, want_us] = host_split(A);
@@ -238,7 +233,7 @@ TYPED_TEST(TriangularAnalysis, ExpansionOfEitherTriangleMatchesTheHost) {
   using I = typename TypeParam::index;
   for (const char* profile : {"emu-a2", "emu-a6"}) {
     sycl::queue q{hostsycl::emulated_gpu(profile)};
-    for (memory m : analysis_memories) {
+    for (memory m : vrt_test::both_models) {
       for (int base : {0, 1}) {
         // Long rows reach past one block of 16 columns, with a masked tail.
         const auto A = dominant_matrix<T, I>(70, 40, 3 + base, base);
@@ -307,7 +302,7 @@ TYPED_TEST(TriangularAnalysis, StrictTriangleCopiesFromTheSplitPositions) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a0")};
-  for (memory m : analysis_memories) {
+  for (memory m : vrt_test::both_models) {
     with_model<T, I>(m, [&]<vs::containerType C>() {
       const auto A = sorted_rows(dominant_matrix<T, I>(45, 7, 17, 1, 4));
       bound_matrix<T, I> b(q, A, m);
@@ -347,7 +342,7 @@ TYPED_TEST(TriangularAnalysis, OptimizeRefusesAMissingOrZeroDiagonalUnderNonUnit
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
-  for (memory m : analysis_memories) {
+  for (memory m : vrt_test::both_models) {
     for (int which : {0, 1}) {
       const auto A = which == 0 ? dominant_matrix<T, I>(30, 4, 5, 0, 11)
                                 : dominant_matrix<T, I>(30, 4, 5, 0, -1, 11);
@@ -373,11 +368,11 @@ TYPED_TEST(TriangularAnalysis, OptimizeLowerThenUpperOnAnUnsymmetricHandle) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
-  for (memory m : analysis_memories) {
+  for (memory m : vrt_test::both_models) {
     const auto A = dominant_matrix<T, I>(60, 5, 13);
     bound_matrix<T, I> b(q, A, m);
     vs::matrix_handle* h = b.handle();
-    const auto c = container_of<T, I>(m);
+    const auto c = container_of(m);
     b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
     expect_expansion(q, h->sym_from_lower, A, false, "lower");
     ASSERT_NE(h->diag_struct_lower, nullptr);
@@ -445,7 +440,7 @@ TYPED_TEST(TriangularAnalysis, SymmetricHandleIsAnalysedOnce) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
-  for (memory m : analysis_memories) {
+  for (memory m : vrt_test::both_models) {
     for (bool sorted : {true, false}) {
       auto A = with_symmetric_pattern(dominant_matrix<T, I>(40, 4, 31));
       if (!sorted)  // rows in descending column order
@@ -458,7 +453,7 @@ TYPED_TEST(TriangularAnalysis, SymmetricHandleIsAnalysedOnce) {
       vs::matrix_handle* h = b.handle();
       vs::set_matrix_property(h, vs::property::symmetric);
       if (sorted) vs::set_matrix_property(h, vs::property::sorted);
-      const auto c = container_of<T, I>(m);
+      const auto c = container_of(m);
       const auto primary_cols = read_container<I>(q, h->primary->col_ind, c, A.col_ind.size());
       b.optimize(vrt::uplo::upper, vrt::diag::nonunit);
       EXPECT_EQ(h->sym_from_lower, nullptr);
@@ -494,7 +489,7 @@ TYPED_TEST(TriangularAnalysis, AFilledColoringSlotEndsTheCall) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
-  for (memory m : analysis_memories) {
+  for (memory m : vrt_test::both_models) {
     const auto A = dominant_matrix<T, I>(20, 3, 2);
     bound_matrix<T, I> b(q, A, m);
     vs::matrix_handle* h = b.handle();
@@ -513,7 +508,7 @@ TYPED_TEST(TriangularAnalysis, NoRowsLeavesTheFlagsAtZero) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
-  for (memory m : analysis_memories) {
+  for (memory m : vrt_test::both_models) {
     csr_matrix<T, I> A;
     A.row_ptr = {0};
     bound_matrix<T, I> b(q, A, m);
@@ -521,7 +516,7 @@ TYPED_TEST(TriangularAnalysis, NoRowsLeavesTheFlagsAtZero) {
     b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
     ASSERT_NE(h->diag_values, nullptr);
     const auto status = read_container<I>(q, h->diag_values->status_host,
-                                          container_of<T, I>(m), 32);
+                                          container_of(m), 32);
     for (I s : status) EXPECT_EQ(s, I(0));
     ASSERT_NE(h->sym_from_lower, nullptr);
     EXPECT_EQ(h->sym_from_lower->nnz, 0);

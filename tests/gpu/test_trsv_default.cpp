@@ -54,16 +54,17 @@ TYPED_TEST(TrsvDefault, FullUnsortedMatricesOnEveryProfileAndMemory) {
         if (m != memory::device) continue;
         vs::matrix_handle* h = nullptr;
         vs::init_matrix_handle(&h);
-        I* rows = sycl::malloc_device<I>(A.row_ptr.size(), q);
-        I* cols = sycl::malloc_device<I>(A.col_ind.size(), q);
-        T* vals = sycl::malloc_device<T>(A.values.size(), q);
+        vrt_test::device_array<I> rows(q, A.row_ptr, memory::device);
+        vrt_test::device_array<I> cols(q, A.col_ind, memory::device);
+        vrt_test::device_array<T> vals(q, A.values, memory::device);
         expect_message<vrt::unsupported_device>(
-            [&] { vs::set_csr_data(q, h, I(64), I(64), vrt::index_base::zero, rows, cols, vals); },
+            [&] {
+              vs::set_csr_data(q, h, I(64), I(64), vrt::index_base::zero, rows.usm(), cols.usm(),
+                               vals.usm());
+            },
             prefix("set_csr_data") + "unsupported device: " +
                 q.get_device().get_info<sycl::info::device::name>());
         vs::release_matrix_handle(q, &h, {}).wait();
-        for (void* p : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(vals)})
-          sycl::free(p, q);
         continue;
       }
       check_solves<T, I>(q, A, m, {T(1.5)}, profile);
@@ -125,7 +126,7 @@ TYPED_TEST(TrsvDefault, NonUnitWithAZeroOrMissingDiagonalIsRefusedBeforeTheSolve
                                 : dominant_matrix<T, I>(25, 3, 6, 0, 12);
       bound_matrix<T, I> b(q, A, m);
       const auto x = random_vector<T>(25, 2);
-      std::vector<T> y(25, quiet_nan<T>());
+      std::vector<T> y(25, vrt_test::nan_value<T>());
       for (int attempt = 0; attempt < 2; ++attempt) {
         std::vector<T> out;
         expect_message<vrt::invalid_argument>(
@@ -170,7 +171,7 @@ TYPED_TEST(TrsvDefault, NoRowsLeavesYUntouched) {
     bound_matrix<T, I> b(q, A, m);
     for (vrt::uplo ul : both_triangles)
       for (vrt::diag dg : both_diags) {
-        std::vector<T> start{quiet_nan<T>()};
+        std::vector<T> start{vrt_test::nan_value<T>()};
         // The padded element stands for y: nothing may write it.
         const auto y = b.trsv(ul, dg, T(1), {}, &start);
         ASSERT_EQ(y.size(), 1u);
@@ -205,8 +206,10 @@ TYPED_TEST(TrsvDefault, Refusals) {
   const auto A = dominant_matrix<T, I>(8, 2, 1);
   bound_matrix<T, I> b(q, A, memory::device);
   vs::matrix_handle* h = b.handle();
-  T* x = sycl::malloc_device<T>(8, q);
-  T* y = sycl::malloc_device<T>(8, q);
+  vrt_test::device_array<T> xs(q, std::vector<T>(8, T(1)), memory::device);
+  vrt_test::device_array<T> ys(q, vrt_test::nan_vector<T>(8), memory::device);
+  T* x = xs.usm();
+  T* y = ys.usm();
   const auto solve = [&](vrt::uplo ul, vrt::transpose op) {
     vs::trsv(q, ul, op, vrt::diag::unit, T(1), h, x, y, {}).wait();
   };
@@ -214,8 +217,6 @@ TYPED_TEST(TrsvDefault, Refusals) {
     vs::gpu::trsv_impl<T, I, vs::container_usm>(q, vrt::uplo::lower, vrt::transpose::nontrans,
                                                 vrt::diag::unit, T(1), h, x, y, {});
   });
-  sycl::free(x, q);
-  sycl::free(y, q);
 }
 
 }  // namespace
@@ -231,21 +232,18 @@ TYPED_TEST(TrsvDefault, WaitsForItsDependencies) {
   const auto A = dominant_matrix<T, I>(48, 5, 19);
   bound_matrix<T, I> b(q, A, memory::device);
   const std::vector<T> x(48, T(0.75));
-  T* dx = sycl::malloc_device<T>(48, q);
-  T* dy = sycl::malloc_device<T>(48, q);
-  q.fill(dy, quiet_nan<T>(), 48).wait();
+  vrt_test::device_array<T> xs(q, std::vector<T>(48), memory::device);
+  vrt_test::device_array<T> ys(q, vrt_test::nan_vector<T>(48), memory::device);
+  T* dx = xs.usm();
+  T* dy = ys.usm();
   for (vrt::diag dg : both_diags) {
     q.fill(dx, T(-1), 48).wait();
     const sycl::event written = q.fill(dx, T(0.75), 48);
     vs::trsv(q, vrt::uplo::upper, vrt::transpose::nontrans, dg, T(2), b.handle(), dx, dy,
              {written})
         .wait();
-    std::vector<T> y(48);
-    q.memcpy(y.data(), dy, 48 * sizeof(T)).wait();
-    expect_close(y, reference_solve(A, true, dg == vrt::diag::unit, T(2), x), "upper");
+    expect_close(ys.read(), reference_solve(A, true, dg == vrt::diag::unit, T(2), x), "upper");
   }
-  sycl::free(dx, q);
-  sycl::free(dy, q);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ namespace {
 
 using namespace lvt;
 using vrt_test::all_variants;
+using vrt_test::expect_close;
 
 constexpr const char* all_profiles[] = {"emu-a0", "emu-a1", "emu-a2", "emu-a3",
                                         "emu-a4", "emu-a5", "emu-a6"};
@@ -43,49 +44,25 @@ std::vector<T> levelset_solve(sycl::queue& q, const triangle_matrix<T>& m, const
   };
   const auto n = static_cast<std::size_t>(m.n);
   std::vector<T> y = vrt_test::nan_vector<T>(std::max<std::size_t>(n, 1));
-  void* xs = upload<T, C>(q, x);
-  void* ys = upload<T, C>(q, y);
+  const auto m_of = C == vs::container_usm ? vrt_test::memory::device : vrt_test::memory::buffer;
+  vrt_test::device_array<T> xs(q, x, m_of);
+  vrt_test::device_array<T> ys(q, y, m_of);
   // Twice: a solve leaves its work areas stale and the next must reinitialise what it reads.
   for (int round = 0; round < 2; ++round) {
     if constexpr (C == vs::container_usm)
-      solve(static_cast<T*>(xs), static_cast<T*>(ys), {}).wait();
+      solve(xs.usm(), ys.usm(), {}).wait();
     else
-      solve(static_cast<sycl::buffer<T, 1>*>(xs), static_cast<sycl::buffer<T, 1>*>(ys), {});
+      solve(&xs.buffer(), &ys.buffer(), {});
   }
-  y = fetch<T, C>(q, ys, n);
-  vs::deallocate_container<T>(xs, q, C);
-  vs::deallocate_container<T>(ys, q, C);
+  y = ys.read(n);
   return y;
-}
-
-template <typename T>
-std::vector<T> make_rhs(std::int64_t n, unsigned seed) {
-  std::mt19937 rng(seed);
-  std::vector<T> x(static_cast<std::size_t>(n));
-  for (auto& v : x) v = vrt_test::random_value<T>(rng);
-  return x;
-}
-
-// Relative error against the reference, scaled to the precision and the solve's depth.
-template <typename T>
-void expect_close(const std::vector<T>& got, const std::vector<T>& want, const std::string& what) {
-  ASSERT_EQ(got.size(), want.size()) << what;
-  double norm = 0;
-  for (const auto& v : want) norm = std::max(norm, static_cast<double>(std::abs(v)));
-  const double bound =
-      256.0 * std::numeric_limits<vrt_test::real_t<T>>::epsilon() * std::max(norm, 1.0);
-  for (std::size_t i = 0; i < got.size(); ++i) {
-    const double err = std::abs(got[i] - want[i]);
-    ASSERT_FALSE(!(err <= bound)) << what << ": entry " << i << " got " << got[i] << " want "
-                                  << want[i];
-  }
 }
 
 template <typename T, typename I>
 void check_all_ways(const triangle_matrix<T>& lower_m, const char* profile, const std::string& what,
                     bool lower_side_too = true) {
   sycl::queue q{hostsycl::emulated_gpu(profile)};
-  const auto x = make_rhs<T>(lower_m.n, 17);
+  const auto x = vrt_test::random_vector<T>(lower_m.n, 17);
   const auto upper_m = transpose_of(lower_m);
   for (bool lower : {true, false}) {
     if (lower && !lower_side_too) continue;
@@ -166,7 +143,7 @@ TYPED_TEST(LevelsetTrsv, ZeroAlphaGivesZero) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   const auto m = levels_triangle<T>(many_middle_colors(), 26);
-  const auto x = make_rhs<T>(m.n, 5);
+  const auto x = vrt_test::random_vector<T>(m.n, 5);
   for (const char* profile : {"emu-a3", "emu-a4"}) {
     sycl::queue q{hostsycl::emulated_gpu(profile)};
     for (bool lower : {true, false}) {
@@ -184,7 +161,7 @@ TYPED_TEST(LevelsetTrsv, UnitSolveIgnoresTheDiagonal) {
   auto m = levels_triangle<T>(many_middle_colors(), 27);
   for (auto& [r, c, v] : m.entries)
     if (r == c) v = T(1000);
-  const auto x = make_rhs<T>(m.n, 6);
+  const auto x = vrt_test::random_vector<T>(m.n, 6);
   sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
   for (bool lower : {true, false}) {
     const auto& side = lower ? m : transpose_of(m);
@@ -202,7 +179,7 @@ TYPED_TEST(LevelsetTrsv, EmptyColouredRowsInChunks) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
   vs::coloringData seen{};
   const auto upper_m = transpose_of(m);
-  const auto x = make_rhs<T>(m.n, 7);
+  const auto x = vrt_test::random_vector<T>(m.n, 7);
   const auto y = levelset_solve<T, I, vs::container_usm>(q, upper_m, {false, false, 1.0}, x, &seen);
   expect_close(y, reference_solve(upper_m, false, false, T(1), x), "empty rows");
   EXPECT_EQ(seen.head_colors, 1);

@@ -8,10 +8,12 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
 #include <orvane/vrt/sparse.hpp>
 
 #include "handle/handle.hpp"
+#include "support/device_arrays.hpp"
 #include "support/test_helpers.hpp"
 
 namespace vrt = orvane::vrt;
@@ -21,31 +23,26 @@ using vrt_test::expect_message;
 
 namespace {
 
-std::string prefix(const std::string& routine) { return "orvane::vrt::sparse::" + routine + ": "; }
+using vrt_test::prefix;
 
-// A 3 x 3 lower triangle [[1], [1, 2], [0, 1, 3]] in shared USM, bound with values of type T.
+// A 3 x 3 lower triangle [[1], [1, 2], [0, 1, 3]] in shared USM, bound with values of type T;
+// x holds ones, y NaN.
 template <typename T>
 struct usm_matrix {
-  sycl::queue& q;
-  vs::matrix_handle_t h = nullptr;
-  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(4, q);
-  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(5, q);
-  T* values = sycl::malloc_shared<T>(5, q);
-  T* x = sycl::malloc_shared<T>(9, q);
-  T* y = sycl::malloc_shared<T>(9, q);
-  explicit usm_matrix(sycl::queue& queue) : q(queue) {
-    const std::int32_t r[] = {0, 1, 3, 5}, c[] = {0, 0, 1, 1, 2};
-    for (int i = 0; i < 4; ++i) rows[i] = r[i];
-    for (int k = 0; k < 5; ++k) cols[k] = c[k], values[k] = T(k + 1);
-    for (int k = 0; k < 9; ++k) x[k] = T(1), y[k] = T(std::numeric_limits<float>::quiet_NaN());
-    vs::init_matrix_handle(&h);
-    vs::set_csr_data(q, h, 3, 3, vrt::index_base::zero, rows, cols, values).wait();
-  }
-  ~usm_matrix() {
-    vs::release_matrix_handle(q, &h).wait();
-    for (void* p : {static_cast<void*>(rows), static_cast<void*>(cols),
-                    static_cast<void*>(values), static_cast<void*>(x), static_cast<void*>(y)})
-      sycl::free(p, q);
+  vrt_test::bound_matrix<T, std::int32_t> bound;
+  vrt_test::device_array<T> x_array, y_array;
+  vs::matrix_handle_t h = bound.handle();
+  std::int32_t* cols = bound.col_ind().usm();
+  T* values = bound.values().usm();
+  T* x = x_array.usm();
+  T* y = y_array.usm();
+  explicit usm_matrix(sycl::queue& q)
+      : bound(q, 3, 3, 0, {0, 1, 3, 5}, {0, 0, 1, 1, 2}, {T(1), T(2), T(3), T(4), T(5)},
+              vrt_test::memory::shared),
+        x_array(q, std::vector<T>(9, T(1)), vrt_test::memory::shared),
+        y_array(q, std::vector<T>(9, T(std::numeric_limits<float>::quiet_NaN())),
+                vrt_test::memory::shared) {
+    bound.wait();
   }
 };
 

@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "support/device_arrays.hpp"
 #include "support/test_helpers.hpp"
 #include "handle/handle.hpp"
 
@@ -15,30 +16,20 @@ namespace {
 
 using vrt_test::expect_message;
 
-std::string prefix(const std::string& routine) { return "orvane::vrt::sparse::" + routine + ": "; }
+using vrt_test::prefix;
 
-// A handle bound to a 10 x 3 CSR matrix in USM (values of type T).
+// A handle bound to a 10 x 3 CSR matrix in shared USM (values of type T).
 template <typename T>
 struct bound_handle {
-  sycl::queue& q;
-  vs::matrix_handle* h = nullptr;
-  std::int32_t* rows;
-  std::int32_t* cols;
-  T* values;
-  explicit bound_handle(sycl::queue& queue) : q(queue) {
-    rows = sycl::malloc_shared<std::int32_t>(11, q);
-    cols = sycl::malloc_shared<std::int32_t>(10, q);
-    values = sycl::malloc_shared<T>(10, q);
-    for (int i = 0; i <= 10; ++i) rows[i] = i;
-    for (int i = 0; i < 10; ++i) cols[i] = i % 3, values[i] = T(1);
-    vs::init_matrix_handle(&h);
-    vs::set_csr_data(q, h, 10, 3, vrt::index_base::zero, rows, cols, values).wait();
-  }
-  ~bound_handle() {
-    vs::release_matrix_handle(q, &h).wait();
-    sycl::free(rows, q);
-    sycl::free(cols, q);
-    sycl::free(values, q);
+  vrt_test::bound_matrix<T, std::int32_t> bound;
+  vs::matrix_handle* h = bound.handle();
+  std::int32_t* rows = bound.first().usm();
+  std::int32_t* cols = bound.col_ind().usm();
+  T* values = bound.values().usm();
+  explicit bound_handle(sycl::queue& q)
+      : bound(q, 10, 3, 0, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, {0, 1, 2, 0, 1, 2, 0, 1, 2, 0},
+              std::vector<T>(10, T(1)), vrt_test::memory::shared) {
+    bound.wait();
   }
 };
 

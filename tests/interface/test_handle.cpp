@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <thread>
 
+#include "support/device_arrays.hpp"
 #include "support/test_helpers.hpp"
 #include "handle/triangular_data.hpp"
 #include "handle/handle.hpp"
@@ -149,28 +150,25 @@ TEST(MatrixHandle, BindingWithoutArraysLeavesAStructureWithoutCount) {
 
 // The count is the last row pointer minus the base, read from every kind of USM and buffers.
 template <typename I>
-void check_count(sycl::usm::alloc kind, vrt::index_base base, std::int64_t expected) {
+void check_count(vrt_test::memory m, vrt::index_base base, std::int64_t expected) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
   std::vector<I> host_rows = {0, 4, 11};
   if (base == vrt::index_base::one) host_rows[0] = 1;
-  I* rows = sycl::malloc<I>(3, q, kind);
-  q.memcpy(rows, host_rows.data(), 3 * sizeof(I)).wait();
-  I* cols = sycl::malloc<I>(11, q, kind);
+  vrt_test::device_array<I> rows(q, host_rows, m);
+  vrt_test::device_array<I> cols(q, std::vector<I>(11), m);
   vs::matrix_handle* h = nullptr;
   vs::init_matrix_handle(&h);
-  vs::set_csr_data(q, h, I(2), I(12), base, rows, cols, (double*)nullptr).wait();
+  vs::set_csr_data(q, h, I(2), I(12), base, rows.usm(), cols.usm(), (double*)nullptr).wait();
   EXPECT_EQ(h->primary->nnz, expected);
   vs::release_matrix_handle(q, &h).wait();
-  sycl::free(rows, q);
-  sycl::free(cols, q);
 }
 
 TEST(MatrixHandle, CountOfNonZerosFromEveryUsmKind) {
-  for (auto kind : {sycl::usm::alloc::device, sycl::usm::alloc::shared, sycl::usm::alloc::host}) {
-    check_count<std::int32_t>(kind, vrt::index_base::one, 10);
-    check_count<std::int32_t>(kind, vrt::index_base::zero, 11);
-    check_count<std::int64_t>(kind, vrt::index_base::one, 10);
-    check_count<std::int64_t>(kind, vrt::index_base::zero, 11);
+  for (auto m : {vrt_test::memory::device, vrt_test::memory::shared, vrt_test::memory::host}) {
+    check_count<std::int32_t>(m, vrt::index_base::one, 10);
+    check_count<std::int32_t>(m, vrt::index_base::zero, 11);
+    check_count<std::int64_t>(m, vrt::index_base::one, 10);
+    check_count<std::int64_t>(m, vrt::index_base::zero, 11);
   }
 }
 

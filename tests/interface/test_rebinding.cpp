@@ -14,6 +14,7 @@
 
 #include "common/variants.hpp"
 #include "handle/handle.hpp"
+#include "support/device_arrays.hpp"
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
@@ -103,26 +104,34 @@ const char* devices[] = {"cpu", "emu-a1"};
 // The arrays of one binding in shared USM.
 template <typename T, typename I>
 struct usm_arrays {
-  sycl::queue& q;
-  I* rows;
-  I* cols;
-  T* vals;
-  usm_arrays(sycl::queue& queue, const triangle<T, I>& m, bool coo) : q(queue) {
-    const auto& r = coo ? m.row_ind : m.row_ptr;
-    rows = sycl::malloc_shared<I>(r.size(), q);
-    cols = sycl::malloc_shared<I>(m.col_ind.size(), q);
-    vals = sycl::malloc_shared<T>(m.values.size(), q);
-    std::copy(r.begin(), r.end(), rows);
-    std::copy(m.col_ind.begin(), m.col_ind.end(), cols);
-    std::copy(m.values.begin(), m.values.end(), vals);
-  }
+  vrt_test::device_array<I> row_array, col_array;
+  vrt_test::device_array<T> value_array;
+  I* rows = row_array.usm();
+  I* cols = col_array.usm();
+  T* vals = value_array.usm();
+  usm_arrays(sycl::queue& q, const triangle<T, I>& m, bool coo)
+      : row_array(q, coo ? m.row_ind : m.row_ptr, vrt_test::memory::shared),
+        col_array(q, m.col_ind, vrt_test::memory::shared),
+        value_array(q, m.values, vrt_test::memory::shared) {}
   void spoil(std::size_t count) {
     for (std::size_t k = 0; k < count; ++k) vals[k] = T(std::numeric_limits<double>::quiet_NaN());
   }
-  ~usm_arrays() {
-    sycl::free(rows, q);
-    sycl::free(cols, q);
-    sycl::free(vals, q);
+};
+
+// x from inputs() in shared USM, and y of sentinels in shared USM (host USM if asked).
+template <typename T>
+struct usm_vectors {
+  vrt_test::device_array<T> x_array, y_array;
+  T* xs = x_array.usm();
+  T* y = y_array.usm();
+  explicit usm_vectors(sycl::queue& q, bool host_y = false)
+      : x_array(q, as_values(inputs()), vrt_test::memory::shared),
+        y_array(q, std::vector<T>(n, T(sentinel)),
+                host_y ? vrt_test::memory::host : vrt_test::memory::shared) {}
+  static std::vector<T> as_values(const std::vector<double>& x) {
+    std::vector<T> v;
+    for (double e : x) v.push_back(static_cast<T>(e));
+    return v;
   }
 };
 
@@ -146,9 +155,9 @@ void gemv_after_rebinding_usm(const std::string& device, bool coo, bool host_y) 
   sycl::queue q = queue_for(device);
   const triangle<T, I> first(1), second(3);
   const auto x = inputs();
-  T* xs = sycl::malloc_shared<T>(n, q);
-  T* y = host_y ? sycl::malloc_host<T>(n, q) : sycl::malloc_shared<T>(n, q);
-  for (int i = 0; i < n; ++i) xs[i] = static_cast<T>(x[static_cast<std::size_t>(i)]);
+  usm_vectors<T> v(q, host_y);
+  T* xs = v.xs;
+  T* y = v.y;
   auto old_arrays = std::make_unique<usm_arrays<T, I>>(q, first, coo);
   usm_arrays<T, I> new_arrays(q, second, coo);
   vs::matrix_handle_t h = nullptr;
@@ -171,8 +180,6 @@ void gemv_after_rebinding_usm(const std::string& device, bool coo, bool host_y) 
   vs::gemv(q, transpose::nontrans, T(1), h, xs, T(0), y).wait();
   expect_close<T>(y, second.product(false, x), "after freeing the first arrays");
   vs::release_matrix_handle(q, &h).wait();
-  sycl::free(xs, q);
-  sycl::free(y, q);
 }
 
 // gemv on buffers: the same, with the first buffers overwritten through host accessors.
@@ -234,9 +241,9 @@ void trsv_after_rebinding(const std::string& device) {
   sycl::queue q = queue_for(device);
   const triangle<T, I> first(1), second(2);
   const auto x = inputs();
-  T* xs = sycl::malloc_shared<T>(n, q);
-  T* y = sycl::malloc_shared<T>(n, q);
-  for (int i = 0; i < n; ++i) xs[i] = static_cast<T>(x[static_cast<std::size_t>(i)]);
+  usm_vectors<T> v(q);
+  T* xs = v.xs;
+  T* y = v.y;
   usm_arrays<T, I> old_arrays(q, first, false), new_arrays(q, second, false);
   vs::matrix_handle_t h = nullptr;
   vs::init_matrix_handle(&h);
@@ -258,8 +265,6 @@ void trsv_after_rebinding(const std::string& device) {
   else
     EXPECT_NE(h->coloring_lower, nullptr);
   vs::release_matrix_handle(q, &h).wait();
-  sycl::free(xs, q);
-  sycl::free(y, q);
 }
 
 }  // namespace
@@ -295,9 +300,9 @@ TEST(Rebinding, AnotherIndexWidthOnACpuQueue) {
   const triangle<double, std::int32_t> narrow(1);
   const triangle<double, std::int64_t> wide(2);
   const auto x = inputs();
-  double* xs = sycl::malloc_shared<double>(n, q);
-  double* y = sycl::malloc_shared<double>(n, q);
-  for (int i = 0; i < n; ++i) xs[i] = x[static_cast<std::size_t>(i)];
+  usm_vectors<double> v(q);
+  double* xs = v.xs;
+  double* y = v.y;
   usm_arrays<double, std::int32_t> a(q, narrow, false);
   usm_arrays<double, std::int64_t> b(q, wide, false);
   vs::matrix_handle_t h = nullptr;
@@ -313,6 +318,4 @@ TEST(Rebinding, AnotherIndexWidthOnACpuQueue) {
   expect_close<double>(y, wide.product(false, x), "64-bit");
   EXPECT_EQ(h->int_type, vs::int_64);
   vs::release_matrix_handle(q, &h).wait();
-  sycl::free(xs, q);
-  sycl::free(y, q);
 }

@@ -12,6 +12,7 @@
 #include "cpu/operations.hpp"
 #include "gpu/format/transpose_entry.hpp"
 #include "handle/handle.hpp"
+#include "support/device_arrays.hpp"
 #include "support/test_helpers.hpp"
 
 namespace vrt = orvane::vrt;
@@ -21,30 +22,20 @@ using vrt_test::expect_message;
 
 namespace {
 
-std::string prefix(const std::string& routine) { return "orvane::vrt::sparse::" + routine + ": "; }
+using vrt_test::prefix;
 
 // A 2 x 2 matrix [[1, 0], [2, 3]] in shared USM, bound as CSR or COO, with or without values.
 struct small_matrix {
-  sycl::queue& q;
-  vs::matrix_handle_t h = nullptr;
-  std::int32_t* rows = sycl::malloc_shared<std::int32_t>(3, q);
-  std::int32_t* cols = sycl::malloc_shared<std::int32_t>(3, q);
-  double* values = sycl::malloc_shared<double>(3, q);
-  small_matrix(sycl::queue& queue, bool coo, bool with_values) : q(queue) {
-    const std::int32_t csr_rows[] = {0, 1, 3}, coo_rows[] = {0, 1, 1}, c[] = {0, 0, 1};
-    for (int k = 0; k < 3; ++k)
-      rows[k] = coo ? coo_rows[k] : csr_rows[k], cols[k] = c[k], values[k] = k + 1.0;
-    vs::init_matrix_handle(&h);
-    double* v = with_values ? values : nullptr;
-    if (coo)
-      vs::set_coo_data(q, h, 2, 2, 3, vrt::index_base::zero, rows, cols, v).wait();
-    else
-      vs::set_csr_data(q, h, 2, 2, vrt::index_base::zero, rows, cols, v).wait();
-  }
-  ~small_matrix() {
-    vs::release_matrix_handle(q, &h).wait();
-    for (void* p : {static_cast<void*>(rows), static_cast<void*>(cols), static_cast<void*>(values)})
-      sycl::free(p, q);
+  vrt_test::bound_matrix<double, std::int32_t> bound;
+  vs::matrix_handle_t h = bound.handle();
+  std::int32_t* rows = bound.first().usm();
+  std::int32_t* cols = bound.col_ind().usm();
+  double* values = bound.values().usm();
+  small_matrix(sycl::queue& q, bool coo, bool with_values)
+      : bound(q, 2, 2, 0, coo ? std::vector<std::int32_t>{0, 1, 1} : std::vector<std::int32_t>{0, 1, 3},
+              {0, 0, 1}, {1.0, 2.0, 3.0}, vrt_test::memory::shared,
+              coo ? vrt_test::storage::coo : vrt_test::storage::csr, with_values) {
+    bound.wait();
   }
 };
 

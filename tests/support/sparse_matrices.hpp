@@ -162,17 +162,45 @@ std::vector<double> error_scale(const csr_matrix<T, I>& A, orvane::vrt::transpos
   return scale;
 }
 
-// Compares with a bound of a few units of rounding per term of each row's sum.
-template <typename T>
-void expect_near_vectors(const std::vector<T>& got, const std::vector<T>& want,
-                         const std::vector<double>& scale, const std::string& what) {
+// The one comparison of computed against reference values: entry i passes when its error is
+// within bound(i); NaN never passes; the first entry that fails is reported, and ends the check.
+template <typename T, typename Bound>
+void expect_within(const std::vector<T>& got, const std::vector<T>& want, Bound bound,
+                   const std::string& what) {
   ASSERT_EQ(got.size(), want.size()) << what;
-  const double eps = std::numeric_limits<real_t<T>>::epsilon();
   for (std::size_t i = 0; i < got.size(); ++i) {
-    const double bound = 4.0 * eps * scale[i] + std::numeric_limits<real_t<T>>::min();
-    ASSERT_LE(std::abs(got[i] - want[i]), bound)
+    const double err = static_cast<double>(std::abs(got[i] - want[i]));
+    ASSERT_FALSE(!(err <= bound(i)))
         << what << ": entry " << i << " got " << got[i] << " want " << want[i];
   }
+}
+
+// Products: a few units of rounding per term of each row's sum (`scale` from error_scale).
+template <typename T>
+void expect_close(const std::vector<T>& got, const std::vector<T>& want,
+                  const std::vector<double>& scale, const std::string& what) {
+  const double eps = std::numeric_limits<real_t<T>>::epsilon();
+  expect_within(got, want,
+                [&](std::size_t i) { return 4.0 * eps * scale[i] + std::numeric_limits<real_t<T>>::min(); },
+                what);
+}
+
+// Solves: a few hundred units of rounding relative to the solution's size (at least 1).
+template <typename T>
+void expect_close(const std::vector<T>& got, const std::vector<T>& want, const std::string& what) {
+  double size = 1;
+  for (const T& w : want) size = std::max(size, static_cast<double>(std::abs(w)));
+  const double bound = 256.0 * std::numeric_limits<real_t<T>>::epsilon() * size;
+  expect_within(got, want, [&](std::size_t) { return bound; }, what);
+}
+
+// n values drawn from [-1, 1] (both parts for complex types), the same for the same seed.
+template <typename T>
+std::vector<T> random_vector(std::int64_t n, unsigned seed) {
+  std::mt19937 rng(seed);
+  std::vector<T> v(static_cast<std::size_t>(n));
+  for (auto& e : v) e = random_value<T>(rng);
+  return v;
 }
 
 }  // namespace vrt_test

@@ -45,6 +45,11 @@ struct as_gtest_types<std::tuple<Vs...>> {
 };
 using all_variants = as_gtest_types<built_variants>::type;
 
+// The start of every message the library throws for `routine` (none for the empty word).
+inline std::string prefix(const std::string& routine) {
+  return routine.empty() ? "orvane::vrt::sparse: " : "orvane::vrt::sparse::" + routine + ": ";
+}
+
 // The call must throw exactly E with exactly this message.
 template <typename E>
 void expect_message(const std::function<void()>& call, const std::string& message) {
