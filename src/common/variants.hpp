@@ -4,8 +4,9 @@
 //
 // A family is written once as templates over <T, I, C>. Its instantiations are one macro
 // X(T, I, C) that the build applies per value type through VRT_FOR_EACH_INSTANCE (one
-// translation unit per value type, see cmake/Variants.cmake). Internal names such as
-// dgemv_impl_i4_usm come from VRT_NAME_VARIANTS and nowhere else.
+// translation unit per value type, see cmake/Variants.cmake). The design's internal names of
+// the instances (dgemv_impl_i4_usm, ...) are mapped to the templates in each family's
+// design_names.hpp.
 //
 // A developer build may leave value types out of the kernel families (CMake VRT_VALUE_TYPES):
 // their generated units are not built, and the dispatch refuses those types at run time
@@ -38,13 +39,6 @@
 // X(T, I, C) for every instance of every value type, for families instantiated in one unit.
 #define VRT_INSTANCES_OF_VALUE(p, T, X) VRT_FOR_EACH_INSTANCE(T, X)
 #define VRT_FOR_EACH_INSTANCE_OF_ALL(X) VRT_FOR_EACH_VALUE(VRT_INSTANCES_OF_VALUE, X)
-
-// Internal names of a template over <T, I, C>: <letter><name>_<i4|i8>_<usm|buf>, references to
-// the instances (no code of their own). Use inside the template's namespace.
-#define VRT_NAME_ONE_VARIANT(p, T, i, I, name)                                       \
-  inline constexpr auto& p##name##_##i##_usm = name<T, I, container_usm>;            \
-  inline constexpr auto& p##name##_##i##_buf = name<T, I, container_buffer>;
-#define VRT_NAME_VARIANTS(name) VRT_FOR_EACH_VARIANT(VRT_NAME_ONE_VARIANT, name)
 
 namespace orvane::vrt::sparse {
 

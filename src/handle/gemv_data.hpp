@@ -89,7 +89,6 @@ void cache_gemv_internals(sycl::queue& queue, gemvInternalData* data);
 // the record; an empty slot is left alone.
 template <typename T, typename I, containerType C>
 void gemvInternalDataRelease(gemvInternalData** slot, const sycl::context* context);
-VRT_NAME_VARIANTS(gemvInternalDataRelease)
 
 static_assert(sizeof(gemv_kind) == sizeof(std::int32_t));
 

@@ -226,9 +226,9 @@ TEST(GemvCsrKernels, ComplexDefaultKernelConjugatesWhenAsked) {
   vs::initGemvInternalData(&plan);
   const vs::gpu::csr::gemv_operands<Z, std::int32_t, vs::container_usm> operands{
       row_ptr, col_ind, values, x, y, 1, 0, Z(1), Z(0), true};
-  vs::gpu::csr::zgemv_default_i4_usm(q, *plan, operands, {}).wait();
+  vs::gpu::csr::gemv_default<Z, std::int32_t, vs::container_usm>(q, *plan, operands, {}).wait();
   EXPECT_EQ(y[0], Z(1, -2));
-  vs::zgemvInternalDataRelease_i4_usm(&plan, nullptr);
+  vs::gemvInternalDataRelease<Z, std::int32_t, vs::container_usm>(&plan, nullptr);
   for (void* p : {static_cast<void*>(row_ptr), static_cast<void*>(col_ind),
                   static_cast<void*>(values), static_cast<void*>(x), static_cast<void*>(y)})
     sycl::free(p, q);

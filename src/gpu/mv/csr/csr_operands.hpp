@@ -57,7 +57,4 @@ sycl::event gemv_merge_based_subgroup(sycl::queue& queue, const gemvInternalData
                                       const gemv_operands<T, I, C>& operands,
                                       const std::vector<sycl::event>& deps);
 
-// ?gemv_default_i4_usm and its kin: tests call the default launcher by its design name.
-VRT_NAME_VARIANTS(gemv_default)
-
 }  // namespace orvane::vrt::sparse::gpu::csr
