@@ -1,15 +1,14 @@
 // Row sort and transpose through the public API on an emulated GPU, each next to a plain host
 // peer in the same binary: std::sort of every row, and the serial counting transpose.
 #include <benchmark/benchmark.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <algorithm>
 #include <cstdint>
+#include <hostsycl/hostsycl.hpp>
 #include <numeric>
+#include <orvane/vrt/sparse.hpp>
 #include <random>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
@@ -124,10 +123,24 @@ void BM_TransposeHostPeer(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(m.col_ind.size()));
 }
 
-BENCHMARK(BM_SortMatrixEmulatedGpu)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(5)->ReportAggregatesOnly(true);
-BENCHMARK(BM_SortRowsHostPeer)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true);
-BENCHMARK(BM_TransposeEmulatedGpu)->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(5)->ReportAggregatesOnly(true);
-BENCHMARK(BM_TransposeHostPeer)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true);
+BENCHMARK(BM_SortMatrixEmulatedGpu)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
+BENCHMARK(BM_SortRowsHostPeer)
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
+BENCHMARK(BM_TransposeEmulatedGpu)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
+BENCHMARK(BM_TransposeHostPeer)
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 }  // namespace
 

@@ -1,12 +1,11 @@
 // gemv on the emulated code-6 GPU with each CSR kernel family forced in the plan, on one 2D
 // Laplacian of ~100k rows: the time per product of each family on the host runtime.
 #include <benchmark/benchmark.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cstdint>
-#include <vector>
-
+#include <hostsycl/hostsycl.hpp>
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "gpu/mv/csr/optimize_gemv_plan.hpp"
 #include "gpu/mv/optimize_gemv_entry.hpp"
@@ -66,9 +65,9 @@ void family(benchmark::State& state, int kind, int group, int vector) {
   vs::cache_gemv_internals(q, s->gemv_data);
   if (kind == vs::kind_code(vs::gemv_kind::merge)) {
     s->nnz = static_cast<std::int64_t>(A.values.size());
-    const vs::gpu::csr::gemv_choice merge{vs::gpu::csr::opt_code_6_subgroup, true,
-                                          vs::gpu::csr::merge_partitions(
-                                              rows, s->nnz, s->gemv_data->device_data->hw_thread_count)};
+    const vs::gpu::csr::gemv_choice merge{
+        vs::gpu::csr::opt_code_6_subgroup, true,
+        vs::gpu::csr::merge_partitions(rows, s->nnz, s->gemv_data->device_data->hw_thread_count)};
     std::vector<sycl::event> deps;
     vs::gpu::detail::store_choice<double, std::int32_t, vs::container_usm>(q, s, merge, deps);
     for (auto& e : deps) e.wait();

@@ -4,10 +4,10 @@
 // (2D and 3D Laplacians, a wide band and a power-law pattern with a few very long rows), plus the
 // largest file of the shared Matrix Market folder, its symmetry expanded.
 //
-// Run: OMP_NUM_THREADS=2 build/release/bench/bench_host_sparse --benchmark_enable_random_interleaving=true
-// (interleaving spreads a busy machine's noise over engine and peer alike).
-// bytes_per_second is the effective bandwidth of a product with a vector: 12 bytes per entry,
-// 8 (m + n) for the vectors and 4 m for the row pointers.
+// Run: OMP_NUM_THREADS=2 build/release/bench/bench_host_sparse
+// --benchmark_enable_random_interleaving=true (interleaving spreads a busy machine's noise over
+// engine and peer alike). bytes_per_second is the effective bandwidth of a product with a vector:
+// 12 bytes per entry, 8 (m + n) for the vectors and 4 m for the row pointers.
 #include <benchmark/benchmark.h>
 #include <omp.h>
 
@@ -31,7 +31,8 @@ using EigenCsr = Eigen::SparseMatrix<double, Eigen::RowMajor, I>;
 using EigenMap = Eigen::Map<const EigenCsr>;
 
 const host_matrix_descr general{HOST_MATRIX_TYPE_GENERAL, HOST_FILL_MODE_LOWER, HOST_DIAG_NON_UNIT};
-const host_matrix_descr lower{HOST_MATRIX_TYPE_TRIANGULAR, HOST_FILL_MODE_LOWER, HOST_DIAG_NON_UNIT};
+const host_matrix_descr lower{HOST_MATRIX_TYPE_TRIANGULAR, HOST_FILL_MODE_LOWER,
+                              HOST_DIAG_NON_UNIT};
 
 struct csr {
   I rows = 0, cols = 0;
@@ -143,7 +144,8 @@ std::unique_ptr<csr> market() {
   auto m = std::make_unique<csr>();
   mm::coordinate_matrix a;
   try {
-    a = mm::expand_symmetry(mm::read_file(std::string(VRT_BENCH_MATRICES) + "/" + VRT_BENCH_LARGEST));
+    a = mm::expand_symmetry(
+        mm::read_file(std::string(VRT_BENCH_MATRICES) + "/" + VRT_BENCH_LARGEST));
   } catch (const std::exception&) {
     return m;
   }
@@ -178,12 +180,24 @@ const csr& matrix(std::int64_t id) {
   auto& m = made[id];
   if (!m) {
     switch (id) {
-      case lap2d: m = laplacian_2d(1000); break;
-      case lap3d: m = laplacian_3d(100); break;
-      case band: m = banded(2000000, 27); break;
-      case powerlaw: m = power_law(1000000, 10000000); break;
-      case shared: m = market(); break;
-      default: m = lower_triangle(matrix(id - lowered)); break;
+      case lap2d:
+        m = laplacian_2d(1000);
+        break;
+      case lap3d:
+        m = laplacian_3d(100);
+        break;
+      case band:
+        m = banded(2000000, 27);
+        break;
+      case powerlaw:
+        m = power_law(1000000, 10000000);
+        break;
+      case shared:
+        m = market();
+        break;
+      default:
+        m = lower_triangle(matrix(id - lowered));
+        break;
     }
   }
   return *m;
@@ -202,7 +216,8 @@ struct handle {
 
 void spmv_counters(benchmark::State& state, const csr& m) {
   state.counters["bytes_per_second"] = benchmark::Counter(
-      static_cast<double>(12 * m.nnz() + 8 * (std::int64_t{m.rows} + m.cols) + 4 * std::int64_t{m.rows}),
+      static_cast<double>(12 * m.nnz() + 8 * (std::int64_t{m.rows} + m.cols) +
+                          4 * std::int64_t{m.rows}),
       benchmark::Counter::kIsIterationInvariantRate, benchmark::Counter::kIs1024);
   state.counters["nnz"] = static_cast<double>(m.nnz());
 }
@@ -278,9 +293,9 @@ void BM_StreamTriad(benchmark::State& state) {
     for (std::int64_t i = 0; i < n; ++i) a[i] = b[i] + 3.0 * c[i];
     benchmark::DoNotOptimize(a.get());
   }
-  state.counters["bytes_per_second"] = benchmark::Counter(
-      static_cast<double>(24 * n), benchmark::Counter::kIsIterationInvariantRate,
-      benchmark::Counter::kIs1024);
+  state.counters["bytes_per_second"] =
+      benchmark::Counter(static_cast<double>(24 * n), benchmark::Counter::kIsIterationInvariantRate,
+                         benchmark::Counter::kIs1024);
 }
 
 // Dense blocks: range(1) columns, range(2) 1 for row-major X and Y.
@@ -291,7 +306,8 @@ void BM_SpMM_Engine(benchmark::State& state) {
   const bool row_major = state.range(2) != 0;
   state.SetLabel(name_of(state.range(0)) + (row_major ? " row-major" : " column-major"));
   handle h(m);
-  std::vector<double> x(static_cast<std::size_t>(m.cols) * k, 1.0), y(static_cast<std::size_t>(m.rows) * k);
+  std::vector<double> x(static_cast<std::size_t>(m.cols) * k, 1.0),
+      y(static_cast<std::size_t>(m.rows) * k);
   const host_layout_t layout = row_major ? HOST_LAYOUT_ROW_MAJOR : HOST_LAYOUT_COLUMN_MAJOR;
   auto product = [&] {
     vrt_sparse_d_mm_i4(HOST_OPERATION_NON_TRANSPOSE, 1.0, h.A, general, layout, x.data(), k,
@@ -394,7 +410,11 @@ void BM_SpGemm_Eigen(benchmark::State& state) {
 HS_BENCH(BM_StreamTriad);
 HS_BENCH(BM_SpMV_Engine)->DenseRange(lap2d, shared);
 HS_BENCH(BM_SpMV_Eigen)->DenseRange(lap2d, shared);
-HS_BENCH(BM_SpMV_Transposed_Engine)->Args({lap2d, 0})->Args({lap2d, 1})->Args({powerlaw, 0})->Args({powerlaw, 1});
+HS_BENCH(BM_SpMV_Transposed_Engine)
+    ->Args({lap2d, 0})
+    ->Args({lap2d, 1})
+    ->Args({powerlaw, 0})
+    ->Args({powerlaw, 1});
 HS_BENCH(BM_SpMV_Transposed_Eigen)->Arg(lap2d)->Arg(powerlaw);
 HS_BENCH(BM_SpMM_Engine)->ArgsProduct({{lap2d}, {8, 32}, {1, 0}});
 HS_BENCH(BM_SpMM_Eigen)->ArgsProduct({{lap2d}, {8, 32}, {1, 0}});

@@ -2,11 +2,13 @@
 // bench/vs_scipy.py wrote as raw arrays; that script times SciPy on the same files in its own
 // process and reports the ratios.
 //
-// Run through the script: /usr/bin/python3 bench/vs_scipy.py build/release/bench/bench_host_vs_scipy
-// Each matrix NAME in the folder named by VRT_BENCH_MATRICES has NAME.meta (rows cols nnz),
-// (and 1 when A A is timed), NAME.ptr and NAME.col (int32), NAME.val (float64), and NAME.scol / NAME.sval: the same rows
-// with their entries shuffled, the input of the row sort.
+// Run through the script: /usr/bin/python3 bench/vs_scipy.py
+// build/release/bench/bench_host_vs_scipy Each matrix NAME in the folder named by
+// VRT_BENCH_MATRICES has NAME.meta (rows cols nnz), (and 1 when A A is timed), NAME.ptr and
+// NAME.col (int32), NAME.val (float64), and NAME.scol / NAME.sval: the same rows with their entries
+// shuffled, the input of the row sort.
 #include <benchmark/benchmark.h>
+#include <sys/mman.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -17,8 +19,6 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <sys/mman.h>
 
 #include "vrt/host_sparse.h"
 
@@ -50,7 +50,8 @@ csr load(const std::filesystem::path& folder, const std::string& name) {
   std::int64_t nnz = 0;
   int product = 0;
   std::ifstream meta(folder / (name + ".meta"));
-  if (!(meta >> m.rows >> m.cols >> nnz >> product)) throw std::runtime_error("bad meta of " + name);
+  if (!(meta >> m.rows >> m.cols >> nnz >> product))
+    throw std::runtime_error("bad meta of " + name);
   m.product = product != 0;
   const auto n = static_cast<std::size_t>(nnz);
   m.ptr = read_array<I>(folder / (name + ".ptr"), static_cast<std::size_t>(m.rows) + 1);
@@ -75,8 +76,8 @@ void sparse_product(benchmark::State& state, const csr* m) {
                                   HOST_DIAG_NON_UNIT};
   for (auto _ : state) {
     host_matrix_t C = nullptr;
-    check(vrt_sparse_sp2m_i4(HOST_OPERATION_NON_TRANSPOSE, general, A,
-                             HOST_OPERATION_NON_TRANSPOSE, general, A, HOST_REQUEST_FULL_MULT, &C),
+    check(vrt_sparse_sp2m_i4(HOST_OPERATION_NON_TRANSPOSE, general, A, HOST_OPERATION_NON_TRANSPOSE,
+                             general, A, HOST_REQUEST_FULL_MULT, &C),
           state);
     benchmark::DoNotOptimize(C);
     vrt_sparse_destroy_i4(C);
@@ -149,11 +150,14 @@ int main(int argc, char** argv) {
     const csr* p = m.get();
     if (m->product)
       benchmark::RegisterBenchmark(("sp2m/" + m->name).c_str(), sparse_product, p)
-          ->Unit(benchmark::kMillisecond)->UseRealTime();
+          ->Unit(benchmark::kMillisecond)
+          ->UseRealTime();
     benchmark::RegisterBenchmark(("transpose/" + m->name).c_str(), transpose, p)
-        ->Unit(benchmark::kMillisecond)->UseRealTime();
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
     benchmark::RegisterBenchmark(("sort/" + m->name).c_str(), row_sort, p)
-        ->Unit(benchmark::kMillisecond)->UseRealTime();
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
   }
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

@@ -56,7 +56,9 @@ void BM_StreamParallelFor(benchmark::State& state) {
   double* x = data().x;
   double* y = data().y;
   for (auto _ : state)
-    q.parallel_for(sycl::range<1>(stream_n), [=](sycl::id<1> i) { y[i] = 0.5 * x[i] + y[i]; }).wait();
+    q.parallel_for(sycl::range<1>(stream_n), [=](sycl::id<1> i) {
+       y[i] = 0.5 * x[i] + y[i];
+     }).wait();
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * stream_n * 24));
 }
 BENCHMARK(BM_StreamParallelFor)->UseRealTime()->Unit(benchmark::kMillisecond);
@@ -94,7 +96,8 @@ void BM_SubGroupReduce(benchmark::State& state) {
   for (auto _ : state)
     q.parallel_for(sycl::nd_range<1>(n, wg), [=](sycl::nd_item<1> it) {
        const double x = static_cast<double>(it.get_global_id(0));
-       out[it.get_global_id(0)] = sycl::reduce_over_group(it.get_sub_group(), x, sycl::plus<double>());
+       out[it.get_global_id(0)] =
+           sycl::reduce_over_group(it.get_sub_group(), x, sycl::plus<double>());
      }).wait();
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * n));
   sycl::free(out, q);

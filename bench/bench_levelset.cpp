@@ -3,12 +3,11 @@
 // colors synchronised by one kernel per color (emulated code 3) or by atomics (code 4), and the
 // default solve without analysis.
 #include <benchmark/benchmark.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cstdint>
-#include <vector>
-
+#include <hostsycl/hostsycl.hpp>
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
@@ -150,8 +149,7 @@ void BM_default_solve(benchmark::State& state) {
   double* dx = to_device(q, x);
   double* dy = sycl::malloc_device<double>(rows, q);
   for (auto _ : state)
-    vs::trsv(q, vrt::uplo::lower, vrt::transpose::nontrans, vrt::diag::nonunit, 1.0, h, dx, dy,
-             {})
+    vs::trsv(q, vrt::uplo::lower, vrt::transpose::nontrans, vrt::diag::nonunit, 1.0, h, dx, dy, {})
         .wait();
   vs::release_matrix_handle(q, &h, {}).wait();
   for (void* p : {static_cast<void*>(row_ptr), static_cast<void*>(col_ind),

@@ -1,9 +1,8 @@
 // Demo of the SYCL runtime: a two-pass sum of squares on a GPU queue (work-groups, local
 // memory, barriers, a sub-group reduction), finished by a host task on a CPU queue.
-#include <sycl/sycl.hpp>
-
 #include <cmath>
 #include <cstdio>
+#include <sycl/sycl.hpp>
 #include <vector>
 
 int main() {

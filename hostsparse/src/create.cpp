@@ -7,8 +7,8 @@
 namespace vrt_host {
 
 template <typename T, typename I>
-sparse_status_t create_csr(host_matrix_t* A, int base, I rows, I cols, I* rows_start,
-                           I* rows_end, I* col_indx, T* values) {
+sparse_status_t create_csr(host_matrix_t* A, int base, I rows, I cols, I* rows_start, I* rows_end,
+                           I* col_indx, T* values) {
   return guarded([&]() -> sparse_status_t {
     if (A == nullptr || rows < 0 || cols < 0 || (base != 0 && base != 1) ||
         (rows > 0 && (rows_start == nullptr || rows_end == nullptr)))
@@ -117,7 +117,7 @@ extern "C" {
   sparse_status_t vrt_sparse_##p##_export_csr_##i(host_matrix_t A, int* base, I* rows, I* cols, \
                                                   I** rs, I** re, I** ci, C** v) {              \
     using T = value_of<C>::type;                                                                \
-    return export_csr<T, I>(A, base, rows, cols, rs, re, ci, reinterpret_cast<T**>(v));        \
+    return export_csr<T, I>(A, base, rows, cols, rs, re, ci, reinterpret_cast<T**>(v));         \
   }
 VRT_HOST_FOR_EACH_VARIANT(VRT_DEFINE_CREATE)
 

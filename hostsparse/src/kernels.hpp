@@ -72,7 +72,7 @@ inline T entry(const csr_view<T, I>& v, std::int64_t k) {
 // additions, bound this loop, and four sums measured slower on short random rows.
 template <bool Filtered, bool Perm, bool Conj, typename T, typename I>
 [[gnu::always_inline]] inline T gather_row(const csr_view<T, I>& v, std::int64_t i, const T* x,
-                                          const part& p) {
+                                           const part& p) {
   const I base = v.base;
   const std::int64_t k0 = v.begin[i] - base, k1 = v.end[i] - base;
   const I* col = v.col;

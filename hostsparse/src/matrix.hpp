@@ -23,6 +23,8 @@ struct vrt_host_matrix {
 
 // The sixteen variants of the C interface: X(letter, C value type, index suffix, index type).
 // Every file that defines C functions expands its templates through this one list.
+// The lists read as tables, which clang-format 14 does not settle on.
+// clang-format off
 #define VRT_HOST_FOR_EACH_VARIANT(X)                              \
   X(s, float, i4, int32_t) X(s, float, i8, int64_t)               \
   X(d, double, i4, int32_t) X(d, double, i8, int64_t)             \
@@ -35,6 +37,7 @@ struct vrt_host_matrix {
   X(float, int32_t) X(float, int64_t) X(double, int32_t) X(double, int64_t)       \
   X(std::complex<float>, int32_t) X(std::complex<float>, int64_t)                 \
   X(std::complex<double>, int32_t) X(std::complex<double>, int64_t)
+// clang-format on
 
 namespace vrt_host {
 
@@ -107,7 +110,7 @@ struct solve_plan {
   std::vector<I> order;      // rows in solve order
   std::vector<I> level_ptr;  // levels over `order` (one level when solved serially)
   std::vector<I> ptr, col, pos;
-  std::vector<I> diag;       // value position of each row's diagonal (in order), -1 if none
+  std::vector<I> diag;  // value position of each row's diagonal (in order), -1 if none
   bool parallel = false;
   bool missing_diagonal = false;
   // When every row's strict triangle lies back to back in the caller's arrays (sorted CSR
@@ -154,7 +157,7 @@ struct typed_matrix : vrt_host_matrix {
   std::mutex lock;
   std::unique_ptr<derived_csr<I>> coo_rows, transposed;
   std::unique_ptr<row_shapes> shapes;
-  bool shapes_tried = false;  // set by optimize; calls before it read columns
+  bool shapes_tried = false;                   // set by optimize; calls before it read columns
   std::unique_ptr<solve_plan<I>> plans[2][2];  // [transposed][lower]
   std::vector<T> workspace;  // scratch of products kept between calls, taken under `lock`
 
@@ -167,7 +170,8 @@ struct typed_matrix : vrt_host_matrix {
 // The typed matrix behind a handle, or null when the handle is of another type.
 template <typename T, typename I>
 typed_matrix<T, I>* typed(host_matrix_t A) {
-  if (A == nullptr || A->value_tag != value_tag<T>() || A->index_bytes != static_cast<int>(sizeof(I)))
+  if (A == nullptr || A->value_tag != value_tag<T>() ||
+      A->index_bytes != static_cast<int>(sizeof(I)))
     return nullptr;
   return static_cast<typed_matrix<T, I>*>(A);
 }

@@ -53,8 +53,8 @@ bool plan_mm(typed_matrix<T, I>& A, host_operation_t op, const host_matrix_descr
 // `width` when W is 0). X(j, c) is x[j * row_step + c * col_step].
 template <bool Filtered, bool Perm, bool Conj, bool RowMajor, int W, typename T, typename I>
 [[gnu::always_inline]] inline void accumulate(const csr_view<T, I>& v, std::int64_t i,
-                                              const part& p, const T* x, std::int64_t ld,
-                                              int width, T* acc) {
+                                              const part& p, const T* x, std::int64_t ld, int width,
+                                              T* acc) {
   const I base = v.base;
   for (std::int64_t k = v.begin[i] - base; k < v.end[i] - base; ++k) {
     const std::int64_t j = v.col[k] - base;
@@ -147,9 +147,9 @@ sparse_status_t mm(host_operation_t op, T alpha, host_matrix_t handle, host_matr
     const bool row_major = layout == HOST_LAYOUT_ROW_MAJOR;
     const std::int64_t out_len = op == HOST_OPERATION_NON_TRANSPOSE ? A->rows : A->cols;
     const std::int64_t in_len = op == HOST_OPERATION_NON_TRANSPOSE ? A->cols : A->rows;
-    if (row_major ? (ldx < columns || ldy < columns)
-                  : (ldx < std::max<std::int64_t>(in_len, 1) ||
-                     ldy < std::max<std::int64_t>(out_len, 1)))
+    if (row_major
+            ? (ldx < columns || ldy < columns)
+            : (ldx < std::max<std::int64_t>(in_len, 1) || ldy < std::max<std::int64_t>(out_len, 1)))
       return SPARSE_STATUS_INVALID_VALUE;
     if (columns == 0 || out_len == 0) return SPARSE_STATUS_SUCCESS;
     if (y == nullptr || (in_len > 0 && x == nullptr)) return SPARSE_STATUS_INVALID_VALUE;
@@ -159,7 +159,8 @@ sparse_status_t mm(host_operation_t op, T alpha, host_matrix_t handle, host_matr
     team crew((A->nnz + out_len) * static_cast<std::int64_t>(columns));
     const int threads = crew.size();
     const bool filtered = !p.own.all();
-    const std::int64_t chunks = chunk_count((A->nnz + out_len) * static_cast<std::int64_t>(columns));
+    const std::int64_t chunks =
+        chunk_count((A->nnz + out_len) * static_cast<std::int64_t>(columns));
     auto bounds = [&](std::int64_t c) {
       return std::pair{row_boundary(v.begin, v.end, v.rows, v.monotone, static_cast<int>(c),
                                     static_cast<int>(chunks)),
@@ -190,15 +191,19 @@ sparse_status_t mm(host_operation_t op, T alpha, host_matrix_t handle, host_matr
         const int width = static_cast<int>(std::min<std::int64_t>(W, columns - c0));
         T* buf = packed.data();
         run_chunks(threads, pack_chunks, [&](std::int64_t c) {
-          const std::int64_t j0 = even_split(in_len, static_cast<int>(c), static_cast<int>(pack_chunks));
-          const std::int64_t j1 = even_split(in_len, static_cast<int>(c + 1), static_cast<int>(pack_chunks));
+          const std::int64_t j0 =
+              even_split(in_len, static_cast<int>(c), static_cast<int>(pack_chunks));
+          const std::int64_t j1 =
+              even_split(in_len, static_cast<int>(c + 1), static_cast<int>(pack_chunks));
           const T* from = x + c0 * static_cast<std::int64_t>(ldx);
           if (width == W) {
             for (std::int64_t j = j0; j < j1; ++j)
-              for (int k = 0; k < W; ++k) buf[j * W + k] = from[j + k * static_cast<std::int64_t>(ldx)];
+              for (int k = 0; k < W; ++k)
+                buf[j * W + k] = from[j + k * static_cast<std::int64_t>(ldx)];
           } else {
             for (std::int64_t j = j0; j < j1; ++j)
-              for (int k = 0; k < width; ++k) buf[j * W + k] = from[j + k * static_cast<std::int64_t>(ldx)];
+              for (int k = 0; k < width; ++k)
+                buf[j * W + k] = from[j + k * static_cast<std::int64_t>(ldx)];
           }
         });
         run_chunks(threads, chunks, [&](std::int64_t c) {

@@ -65,8 +65,8 @@ bool plan_mv(typed_matrix<T, I>& A, host_operation_t op, const host_matrix_descr
 
 // Rows lo..hi gathered into y; returns the part of the dot product of these rows.
 template <bool Filtered, bool Perm, bool Conj, typename T, typename I>
-T gather_rows(const mv_plan<T, I>& p, std::int64_t lo, std::int64_t hi, T alpha, const T* x,
-              T beta, T* y, std::int64_t dot_len) {
+T gather_rows(const mv_plan<T, I>& p, std::int64_t lo, std::int64_t hi, T alpha, const T* x, T beta,
+              T* y, std::int64_t dot_len) {
   T dot = T(0);
   const bool mirrored = !p.mirror_part.none;
   for (std::int64_t i = lo; i < hi; ++i) {
@@ -153,7 +153,8 @@ sparse_status_t mv(host_operation_t op, T alpha, host_matrix_t handle, host_matr
     const bool filtered = !p.gather.all();
 
     const row_shapes* shapes = nullptr;
-    if (A->optimized && descr.type == HOST_MATRIX_TYPE_GENERAL && op == HOST_OPERATION_NON_TRANSPOSE)
+    if (A->optimized && descr.type == HOST_MATRIX_TYPE_GENERAL &&
+        op == HOST_OPERATION_NON_TRANSPOSE)
       shapes = shapes_of(*A);
     // Gathered rows go in chunks claimed by whichever thread is free; each chunk keeps its
     // part of the dot product, summed in chunk order, so the result is the same on any team.
@@ -164,7 +165,8 @@ sparse_status_t mv(host_operation_t op, T alpha, host_matrix_t handle, host_matr
                        row_boundary(v.begin, v.end, v.rows, v.monotone, static_cast<int>(c + 1),
                                     static_cast<int>(chunks))};
     };
-    std::vector<T> chunk_dot(with_dot && p.scatter.none ? static_cast<std::size_t>(chunks) : 0, T(0));
+    std::vector<T> chunk_dot(with_dot && p.scatter.none ? static_cast<std::size_t>(chunks) : 0,
+                             T(0));
     if (shapes != nullptr) {
       run_chunks(threads, chunks, [&](std::int64_t c) {
         const auto [lo, hi] = bounds(c);
@@ -235,19 +237,19 @@ sparse_status_t mv(host_operation_t op, T alpha, host_matrix_t handle, host_matr
 using namespace vrt_host;
 
 extern "C" {
-#define VRT_DEFINE_MV(p, C, i, I)                                                                \
-  sparse_status_t vrt_sparse_##p##_mv_##i(host_operation_t op, C alpha, host_matrix_t A,         \
-                                          host_matrix_descr d, const C* x, C beta, C* y) {       \
-    using T = value_of<C>::type;                                                                 \
+#define VRT_DEFINE_MV(p, C, i, I)                                                               \
+  sparse_status_t vrt_sparse_##p##_mv_##i(host_operation_t op, C alpha, host_matrix_t A,        \
+                                          host_matrix_descr d, const C* x, C beta, C* y) {      \
+    using T = value_of<C>::type;                                                                \
     return mv<T, I>(op, scalar<T>(alpha), A, d, reinterpret_cast<const T*>(x), scalar<T>(beta), \
-                    reinterpret_cast<T*>(y), false, nullptr);                                           \
-  }                                                                                              \
-  sparse_status_t vrt_sparse_##p##_dotmv_##i(host_operation_t op, C alpha, host_matrix_t A,      \
-                                             host_matrix_descr d, const C* x, C beta, C* y,      \
-                                             C* dot) {                                           \
-    using T = value_of<C>::type;                                                                 \
+                    reinterpret_cast<T*>(y), false, nullptr);                                   \
+  }                                                                                             \
+  sparse_status_t vrt_sparse_##p##_dotmv_##i(host_operation_t op, C alpha, host_matrix_t A,     \
+                                             host_matrix_descr d, const C* x, C beta, C* y,     \
+                                             C* dot) {                                          \
+    using T = value_of<C>::type;                                                                \
     return mv<T, I>(op, scalar<T>(alpha), A, d, reinterpret_cast<const T*>(x), scalar<T>(beta), \
-                    reinterpret_cast<T*>(y), true, reinterpret_cast<T*>(dot));                     \
+                    reinterpret_cast<T*>(y), true, reinterpret_cast<T*>(dot));                  \
   }
 VRT_HOST_FOR_EACH_VARIANT(VRT_DEFINE_MV)
 }

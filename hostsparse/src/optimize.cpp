@@ -23,10 +23,14 @@ sparse_status_t with_matrix(host_matrix_t handle, Body&& body) {
   if (handle == nullptr) return SPARSE_STATUS_NOT_INITIALIZED;
   if (handle->index_bytes != static_cast<int>(sizeof(I))) return SPARSE_STATUS_INVALID_VALUE;
   switch (handle->value_tag) {
-    case 0: return body(*typed<float, I>(handle));
-    case 1: return body(*typed<double, I>(handle));
-    case 2: return body(*typed<std::complex<float>, I>(handle));
-    default: return body(*typed<std::complex<double>, I>(handle));
+    case 0:
+      return body(*typed<float, I>(handle));
+    case 1:
+      return body(*typed<double, I>(handle));
+    case 2:
+      return body(*typed<std::complex<float>, I>(handle));
+    default:
+      return body(*typed<std::complex<double>, I>(handle));
   }
 }
 
@@ -49,7 +53,8 @@ sparse_status_t record_hint(host_matrix_t handle, host_operation_t op, host_matr
     if (!valid_operation(op) || !valid_descriptor(d)) return SPARSE_STATUS_INVALID_VALUE;
     return with_matrix<I>(handle, [&](auto& A) -> sparse_status_t {
       const bool transposed = op != HOST_OPERATION_NON_TRANSPOSE;
-      if (d.type != HOST_MATRIX_TYPE_GENERAL && A.rows != A.cols) return SPARSE_STATUS_INVALID_VALUE;
+      if (d.type != HOST_MATRIX_TYPE_GENERAL && A.rows != A.cols)
+        return SPARSE_STATUS_INVALID_VALUE;
       if (kind == hint::product) {
         // The mirrored half of a symmetric product gathers from A^T's rows; transposed
         // products of other kinds scatter, which needs nothing prepared.
@@ -76,24 +81,24 @@ VRT_HOST_FOR_EACH_TYPE(VRT_INSTANTIATE_PREPARE)
 using namespace vrt_host;
 
 extern "C" {
-#define VRT_DEFINE_HINTS(i, I)                                                                  \
-  sparse_status_t vrt_sparse_optimize_##i(host_matrix_t A) { return optimize<I>(A); }          \
-  sparse_status_t vrt_sparse_set_mv_hint_##i(host_matrix_t A, host_operation_t op,              \
-                                             host_matrix_descr d, int) {                        \
-    return record_hint<I>(A, op, d, hint::product);                                             \
-  }                                                                                             \
-  sparse_status_t vrt_sparse_set_sv_hint_##i(host_matrix_t A, host_operation_t op,              \
-                                             host_matrix_descr d, int) {                        \
-    return record_hint<I>(A, op, d, hint::solve);                                               \
-  }                                                                                             \
-  sparse_status_t vrt_sparse_set_sm_hint_##i(host_matrix_t A, host_operation_t op,              \
-                                             host_matrix_descr d, host_layout_t layout,         \
-                                             I columns, int) {                                  \
-    if (!valid_layout(layout) || columns < 0) {                                                 \
-      sparse_status_t forced;                                                                   \
-      return forced_status(&forced) ? forced : SPARSE_STATUS_INVALID_VALUE;                     \
-    }                                                                                           \
-    return record_hint<I>(A, op, d, hint::solve);                                               \
+#define VRT_DEFINE_HINTS(i, I)                                                                     \
+  sparse_status_t vrt_sparse_optimize_##i(host_matrix_t A) { return optimize<I>(A); }              \
+  sparse_status_t vrt_sparse_set_mv_hint_##i(host_matrix_t A, host_operation_t op,                 \
+                                             host_matrix_descr d, int) {                           \
+    return record_hint<I>(A, op, d, hint::product);                                                \
+  }                                                                                                \
+  sparse_status_t vrt_sparse_set_sv_hint_##i(host_matrix_t A, host_operation_t op,                 \
+                                             host_matrix_descr d, int) {                           \
+    return record_hint<I>(A, op, d, hint::solve);                                                  \
+  }                                                                                                \
+  sparse_status_t vrt_sparse_set_sm_hint_##i(host_matrix_t A, host_operation_t op,                 \
+                                             host_matrix_descr d, host_layout_t layout, I columns, \
+                                             int) {                                                \
+    if (!valid_layout(layout) || columns < 0) {                                                    \
+      sparse_status_t forced;                                                                      \
+      return forced_status(&forced) ? forced : SPARSE_STATUS_INVALID_VALUE;                        \
+    }                                                                                              \
+    return record_hint<I>(A, op, d, hint::solve);                                                  \
   }
 VRT_DEFINE_HINTS(i4, int32_t)
 VRT_DEFINE_HINTS(i8, int64_t)

@@ -86,7 +86,8 @@ sparse_status_t do_order(host_matrix_t handle) {
       run_team(crew.size(), [&](int t, int threads) {
         std::vector<std::pair<I, I>> keys;
         std::vector<T> v_tmp;
-        const std::int64_t lo = row_boundary(A->rows_start, A->rows_end, n, A->monotone, t, threads);
+        const std::int64_t lo =
+            row_boundary(A->rows_start, A->rows_end, n, A->monotone, t, threads);
         const std::int64_t hi =
             row_boundary(A->rows_start, A->rows_end, n, A->monotone, t + 1, threads);
         for (std::int64_t i = lo; i < hi; ++i) {
@@ -112,9 +113,9 @@ sparse_status_t do_order(host_matrix_t handle) {
 using namespace vrt_host;
 
 extern "C" {
-#define VRT_DEFINE_ORDER(p, C, i, I)                    \
+#define VRT_DEFINE_ORDER(p, C, i, I)                               \
   sparse_status_t vrt_sparse_##p##_do_order_##i(host_matrix_t A) { \
-    return do_order<value_of<C>::type, I>(A);           \
+    return do_order<value_of<C>::type, I>(A);                      \
   }
 VRT_HOST_FOR_EACH_VARIANT(VRT_DEFINE_ORDER)
 }

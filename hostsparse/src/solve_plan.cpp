@@ -17,7 +17,9 @@ std::unique_ptr<solve_plan<I>> make_plan(const csr_view<T, I>& v, bool lower) {
   auto s = std::make_unique<solve_plan<I>>();
   const std::int64_t n = v.rows;
   const I base = v.base;
-  auto position = [&](std::int64_t k) -> I { return v.perm != nullptr ? v.perm[k] : static_cast<I>(k); };
+  auto position = [&](std::int64_t k) -> I {
+    return v.perm != nullptr ? v.perm[k] : static_cast<I>(k);
+  };
   auto depends = [&](std::int64_t i, std::int64_t j) { return lower ? j < i : j > i; };
 
   // Natural order, one level: solved serially.
@@ -53,8 +55,10 @@ std::unique_ptr<solve_plan<I>> make_plan(const csr_view<T, I>& v, bool lower) {
       std::int64_t lo = -1, hi = -1;
       for (std::int64_t k = v.begin[i] - base; k < v.end[i] - base; ++k) {
         if (!depends(i, v.col[k] - base)) continue;
-        if (lo < 0) lo = k;
-        else if (k != hi) in_place = false;
+        if (lo < 0)
+          lo = k;
+        else if (k != hi)
+          in_place = false;
         hi = k + 1;
       }
       first[r] = static_cast<I>(lo < 0 ? 0 : lo);
@@ -106,8 +110,8 @@ const solve_plan<I>* made_plan(typed_matrix<T, I>& A, bool transposed, bool lowe
   return slot.get();
 }
 
-#define VRT_INSTANTIATE_PLAN(T, I)                                                       \
-  template const solve_plan<I>* plan_of<T, I>(typed_matrix<T, I>&, bool, bool);          \
+#define VRT_INSTANTIATE_PLAN(T, I)                                              \
+  template const solve_plan<I>* plan_of<T, I>(typed_matrix<T, I>&, bool, bool); \
   template const solve_plan<I>* made_plan<T, I>(typed_matrix<T, I>&, bool, bool);
 VRT_HOST_FOR_EACH_TYPE(VRT_INSTANTIATE_PLAN)
 

@@ -238,22 +238,24 @@ sparse_status_t sp2m(host_operation_t opA, host_matrix_descr dA, host_matrix_t A
                      host_request_t request, host_matrix_t* C) {
   return guarded([&]() -> sparse_status_t {
     if (A == nullptr || B == nullptr) return SPARSE_STATUS_NOT_INITIALIZED;
-    if (C == nullptr || !valid_operation(opA) || !valid_operation(opB) ||
-        !valid_descriptor(dA) || !valid_descriptor(dB) || A->value_tag != B->value_tag ||
+    if (C == nullptr || !valid_operation(opA) || !valid_operation(opB) || !valid_descriptor(dA) ||
+        !valid_descriptor(dB) || A->value_tag != B->value_tag ||
         A->index_bytes != static_cast<int>(sizeof(I)) ||
         B->index_bytes != static_cast<int>(sizeof(I)))
       return SPARSE_STATUS_INVALID_VALUE;
     if (dA.type != HOST_MATRIX_TYPE_GENERAL || dB.type != HOST_MATRIX_TYPE_GENERAL)
       return SPARSE_STATUS_NOT_SUPPORTED;
     switch (A->value_tag) {
-      case 0: return product(*typed<float, I>(A), opA, *typed<float, I>(B), opB, request, C);
-      case 1: return product(*typed<double, I>(A), opA, *typed<double, I>(B), opB, request, C);
+      case 0:
+        return product(*typed<float, I>(A), opA, *typed<float, I>(B), opB, request, C);
+      case 1:
+        return product(*typed<double, I>(A), opA, *typed<double, I>(B), opB, request, C);
       case 2:
         return product(*typed<std::complex<float>, I>(A), opA, *typed<std::complex<float>, I>(B),
                        opB, request, C);
       default:
-        return product(*typed<std::complex<double>, I>(A), opA,
-                       *typed<std::complex<double>, I>(B), opB, request, C);
+        return product(*typed<std::complex<double>, I>(A), opA, *typed<std::complex<double>, I>(B),
+                       opB, request, C);
     }
   });
 }

@@ -169,11 +169,11 @@ void forget_derived(typed_matrix<T, I>& A) {
     for (auto& p : by_op) p.reset();
 }
 
-#define VRT_INSTANTIATE_STRUCTURE(T, I)                                  \
-  template csr_view<T, I> rows_of<T, I>(typed_matrix<T, I>&);            \
-  template csr_view<T, I> rows_of_transpose<T, I>(typed_matrix<T, I>&);  \
-  template csr_view<T, I> made_transpose<T, I>(typed_matrix<T, I>&);     \
-  template void forget_derived<T, I>(typed_matrix<T, I>&);                \
+#define VRT_INSTANTIATE_STRUCTURE(T, I)                                 \
+  template csr_view<T, I> rows_of<T, I>(typed_matrix<T, I>&);           \
+  template csr_view<T, I> rows_of_transpose<T, I>(typed_matrix<T, I>&); \
+  template csr_view<T, I> made_transpose<T, I>(typed_matrix<T, I>&);    \
+  template void forget_derived<T, I>(typed_matrix<T, I>&);              \
   template const row_shapes* shapes_of<T, I>(typed_matrix<T, I>&);
 VRT_HOST_FOR_EACH_TYPE(VRT_INSTANTIATE_STRUCTURE)
 

@@ -36,8 +36,8 @@ team::team(std::int64_t work) {
   // Below this a thread team costs more than it saves.
   constexpr std::int64_t least_work_per_thread = 20000;
   if (omp_in_parallel() || work < 2 * least_work_per_thread) return;
-  const int wanted = static_cast<int>(
-      std::min<std::int64_t>(max_team(), work / least_work_per_thread));
+  const int wanted =
+      static_cast<int>(std::min<std::int64_t>(max_team(), work / least_work_per_thread));
   const int budget = max_team();
   int used = threads_in_use.load(std::memory_order_relaxed);
   int grant = 1;

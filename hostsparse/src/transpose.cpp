@@ -39,8 +39,7 @@ T conjugate(T v) {
 }
 
 template <typename T, typename I>
-void scatter_rows(const transpose_call<T, I>& c, std::int64_t first, std::int64_t last,
-                  I* cursor) {
+void scatter_rows(const transpose_call<T, I>& c, std::int64_t first, std::int64_t last, I* cursor) {
   for (std::int64_t r = first; r < last; ++r) {
     const I row_index = static_cast<I>(r) + c.out_base;
     const std::int64_t e = static_cast<std::int64_t>(c.end[r]) - c.base;
@@ -140,10 +139,17 @@ sparse_status_t csr_transpose(host_operation_t op, int base, I rows, I cols, con
     if (!valid) return SPARSE_STATUS_INVALID_VALUE;
     if (nnz > 0 && (col_indx == nullptr || out_col_indx == nullptr))
       return SPARSE_STATUS_INVALID_VALUE;
-    const transpose_call<T, I> call{rows,       cols,         static_cast<I>(base),
-                                    static_cast<I>(out_base), rows_start,   rows_end,
-                                    col_indx,   values,       out_rows_start,
-                                    out_col_indx, out_values,
+    const transpose_call<T, I> call{rows,
+                                    cols,
+                                    static_cast<I>(base),
+                                    static_cast<I>(out_base),
+                                    rows_start,
+                                    rows_end,
+                                    col_indx,
+                                    values,
+                                    out_rows_start,
+                                    out_col_indx,
+                                    out_values,
                                     op == HOST_OPERATION_CONJUGATE_TRANSPOSE && is_complex<T>};
     // Per-thread counts cost a pass over the columns each: worth it only when entries dominate.
     team crew(monotone && nnz >= cols ? nnz * 2 : 0);
@@ -162,14 +168,13 @@ sparse_status_t csr_transpose(host_operation_t op, int base, I rows, I cols, con
 using namespace vrt_host;
 
 extern "C" {
-#define VRT_DEFINE_TRANSPOSE(p, C, i, I)                                                         \
-  sparse_status_t vrt_sparse_##p##_csr_transpose_##i(                                            \
-      host_operation_t op, int base, I rows, I cols, const I* rs, const I* re, const I* ci,      \
-      const C* v, int out_base, I* out_rs, I* out_ci, C* out_v) {                                \
-    using T = value_of<C>::type;                                                                 \
-    return csr_transpose<T, I>(op, base, rows, cols, rs, re, ci,                                 \
-                               reinterpret_cast<const T*>(v), out_base, out_rs, out_ci,          \
-                               reinterpret_cast<T*>(out_v));                                     \
+#define VRT_DEFINE_TRANSPOSE(p, C, i, I)                                                        \
+  sparse_status_t vrt_sparse_##p##_csr_transpose_##i(                                           \
+      host_operation_t op, int base, I rows, I cols, const I* rs, const I* re, const I* ci,     \
+      const C* v, int out_base, I* out_rs, I* out_ci, C* out_v) {                               \
+    using T = value_of<C>::type;                                                                \
+    return csr_transpose<T, I>(op, base, rows, cols, rs, re, ci, reinterpret_cast<const T*>(v), \
+                               out_base, out_rs, out_ci, reinterpret_cast<T*>(out_v));          \
   }
 VRT_HOST_FOR_EACH_VARIANT(VRT_DEFINE_TRANSPOSE)
 }

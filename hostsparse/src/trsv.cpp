@@ -44,15 +44,16 @@ inline void store_row(const solve_args<T>& a, std::int64_t i, std::int64_t c0, i
 // Row i of a plan (position r in solve order), columns c0 .. c0 + width. InPlace: the strict
 // triangle is read from the caller's arrays (cols, with `base`) at s.first[r].
 template <bool Conj, bool RowMajor, int W, bool InPlace, typename T, typename I>
-inline void planned_row(const solve_plan<I>& s, const T* val, const I* cols, I base,
-                        std::int64_t r, const solve_args<T>& a, std::int64_t c0, int width) {
+inline void planned_row(const solve_plan<I>& s, const T* val, const I* cols, I base, std::int64_t r,
+                        const solve_args<T>& a, std::int64_t c0, int width) {
   constexpr int N = W > 0 ? W : block_columns<T>();
   const int cols_ = W > 0 ? W : width;
   const std::int64_t i = s.order[r];
   T acc[N];
   for (int c = 0; c < cols_; ++c) acc[c] = mul(a.alpha, at<RowMajor>(a.x, a.ldx, i, c0 + c));
   const std::int64_t count = s.ptr[r + 1] - s.ptr[r];
-  const std::int64_t from = InPlace ? static_cast<std::int64_t>(s.first[r]) : static_cast<std::int64_t>(s.ptr[r]);
+  const std::int64_t from =
+      InPlace ? static_cast<std::int64_t>(s.first[r]) : static_cast<std::int64_t>(s.ptr[r]);
   auto column = [&](std::int64_t k) -> std::int64_t {
     if constexpr (InPlace)
       return cols[k] - base;
@@ -76,8 +77,8 @@ inline void planned_row(const solve_plan<I>& s, const T* val, const I* cols, I b
 
 // Row i as stored; false when a non-unit row has no diagonal.
 template <bool Perm, bool Conj, bool RowMajor, int W, typename T, typename I>
-inline bool stored_row(const csr_view<T, I>& v, bool lower, std::int64_t i,
-                       const solve_args<T>& a, std::int64_t c0, int width) {
+inline bool stored_row(const csr_view<T, I>& v, bool lower, std::int64_t i, const solve_args<T>& a,
+                       std::int64_t c0, int width) {
   constexpr int N = W > 0 ? W : block_columns<T>();
   const int cols = W > 0 ? W : width;
   T acc[N];
@@ -101,8 +102,8 @@ inline bool stored_row(const csr_view<T, I>& v, bool lower, std::int64_t i,
 }
 
 template <bool RowMajor, int W, typename T, typename I>
-bool solve_block(typed_matrix<T, I>& A, const csr_view<T, I>& v, const solve_plan<I>* s,
-                 bool lower, bool conj, const solve_args<T>& a, std::int64_t c0, int width) {
+bool solve_block(typed_matrix<T, I>& A, const csr_view<T, I>& v, const solve_plan<I>* s, bool lower,
+                 bool conj, const solve_args<T>& a, std::int64_t c0, int width) {
   const std::int64_t n = v.rows;
   bool ok = true;
   auto body = [&]<bool Conj>() {
@@ -211,19 +212,19 @@ sparse_status_t trsm(host_operation_t op, T alpha, host_matrix_t handle, host_ma
 using namespace vrt_host;
 
 extern "C" {
-#define VRT_DEFINE_SOLVES(p, C, i, I)                                                            \
-  sparse_status_t vrt_sparse_##p##_trsv_##i(host_operation_t op, C alpha, host_matrix_t A,       \
-                                            host_matrix_descr d, const C* x, C* y) {             \
-    using T = value_of<C>::type;                                                                 \
-    return trsv<T, I>(op, scalar<T>(alpha), A, d, reinterpret_cast<const T*>(x),                 \
-                      reinterpret_cast<T*>(y));                                                  \
-  }                                                                                              \
-  sparse_status_t vrt_sparse_##p##_trsm_##i(host_operation_t op, C alpha, host_matrix_t A,       \
-                                            host_matrix_descr d, host_layout_t layout,           \
-                                            const C* x, I columns, I ldx, C* y, I ldy) {         \
-    using T = value_of<C>::type;                                                                 \
-    return trsm<T, I>(op, scalar<T>(alpha), A, d, layout, reinterpret_cast<const T*>(x),         \
-                      columns, ldx, reinterpret_cast<T*>(y), ldy);                               \
+#define VRT_DEFINE_SOLVES(p, C, i, I)                                                              \
+  sparse_status_t vrt_sparse_##p##_trsv_##i(host_operation_t op, C alpha, host_matrix_t A,         \
+                                            host_matrix_descr d, const C* x, C* y) {               \
+    using T = value_of<C>::type;                                                                   \
+    return trsv<T, I>(op, scalar<T>(alpha), A, d, reinterpret_cast<const T*>(x),                   \
+                      reinterpret_cast<T*>(y));                                                    \
+  }                                                                                                \
+  sparse_status_t vrt_sparse_##p##_trsm_##i(host_operation_t op, C alpha, host_matrix_t A,         \
+                                            host_matrix_descr d, host_layout_t layout, const C* x, \
+                                            I columns, I ldx, C* y, I ldy) {                       \
+    using T = value_of<C>::type;                                                                   \
+    return trsm<T, I>(op, scalar<T>(alpha), A, d, layout, reinterpret_cast<const T*>(x), columns,  \
+                      ldx, reinterpret_cast<T*>(y), ldy);                                          \
   }
 VRT_HOST_FOR_EACH_VARIANT(VRT_DEFINE_SOLVES)
 }

@@ -18,7 +18,8 @@ using W = std::complex<double>;
 
 // x_i as the SciPy script builds it.
 W input(std::int64_t i, bool complex) {
-  return W(1.0 + static_cast<double>(i % 7) / 7.0, complex ? static_cast<double>(i % 3) / 3.0 : 0.0);
+  return W(1.0 + static_cast<double>(i % 7) / 7.0,
+           complex ? static_cast<double>(i % 3) / 3.0 : 0.0);
 }
 
 struct fail {
@@ -82,7 +83,8 @@ void run(const mm::coordinate_matrix& a, const std::string& out, bool complex) {
   check(K::create(&A, 1, static_cast<I>(rows), static_cast<I>(cols), ptr.data(), ptr.data() + 1,
                   col.data(), val.data()),
         "create");
-  const host_matrix_descr general{HOST_MATRIX_TYPE_GENERAL, HOST_FILL_MODE_LOWER, HOST_DIAG_NON_UNIT};
+  const host_matrix_descr general{HOST_MATRIX_TYPE_GENERAL, HOST_FILL_MODE_LOWER,
+                                  HOST_DIAG_NON_UNIT};
   const T one = K::make(1), zero = K::make(0);
   std::vector<T> x(static_cast<std::size_t>(cols)), y(static_cast<std::size_t>(rows));
   for (std::int64_t i = 0; i < cols; ++i) x[i] = K::make(input(i, complex));
@@ -106,8 +108,8 @@ void run(const mm::coordinate_matrix& a, const std::string& out, bool complex) {
 
   if (rows == cols) {
     host_matrix_t P = nullptr;
-    check(K::sp2m(HOST_OPERATION_NON_TRANSPOSE, general, A, HOST_OPERATION_NON_TRANSPOSE, general, A,
-                  HOST_REQUEST_FULL_MULT, &P),
+    check(K::sp2m(HOST_OPERATION_NON_TRANSPOSE, general, A, HOST_OPERATION_NON_TRANSPOSE, general,
+                  A, HOST_REQUEST_FULL_MULT, &P),
           "sp2m");
     int base = 0;
     I prows = 0, pcols = 0, *rs = nullptr, *re = nullptr, *ci = nullptr;
@@ -129,12 +131,15 @@ void run(const mm::coordinate_matrix& a, const std::string& out, bool complex) {
       }
       ptr.push_back(static_cast<std::int64_t>(columns.size()));
     }
-    std::vector<std::int64_t> head = {prows, pcols, static_cast<std::int64_t>(columns.size()), stride};
+    std::vector<std::int64_t> head = {prows, pcols, static_cast<std::int64_t>(columns.size()),
+                                      stride};
     head.insert(head.end(), ptr.begin(), ptr.end());
     head.insert(head.end(), columns.begin(), columns.end());
     std::ofstream o(out + "/AA.bin", std::ios::binary);
-    o.write(reinterpret_cast<const char*>(head.data()), static_cast<std::streamsize>(head.size() * 8));
-    o.write(reinterpret_cast<const char*>(values.data()), static_cast<std::streamsize>(values.size() * 16));
+    o.write(reinterpret_cast<const char*>(head.data()),
+            static_cast<std::streamsize>(head.size() * 8));
+    o.write(reinterpret_cast<const char*>(values.data()),
+            static_cast<std::streamsize>(values.size() * 16));
     K::destroy(P);
   }
   K::destroy(A);

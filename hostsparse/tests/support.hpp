@@ -22,65 +22,64 @@ namespace hs_test {
 using W = std::complex<double>;
 
 // The C calls of one index width, overloaded on the C value type.
-#define HS_TEST_API(p, C, i, I)                                                                  \
-  static sparse_status_t create_csr(host_matrix_t* A, int b, I r, I c, I* rs, I* re, I* ci,      \
-                                    C* v) {                                                      \
-    return vrt_sparse_##p##_create_csr_##i(A, b, r, c, rs, re, ci, v);                           \
-  }                                                                                              \
-  static sparse_status_t create_coo(host_matrix_t* A, int b, I r, I c, I n, I* ri, I* ci,        \
-                                    C* v) {                                                      \
-    return vrt_sparse_##p##_create_coo_##i(A, b, r, c, n, ri, ci, v);                            \
-  }                                                                                              \
-  static sparse_status_t mv(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,      \
-                            const C* x, C b, C* y) {                                             \
-    return vrt_sparse_##p##_mv_##i(op, a, A, d, x, b, y);                                        \
-  }                                                                                              \
-  static sparse_status_t dotmv(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,   \
-                               const C* x, C b, C* y, C* dot) {                                  \
-    return vrt_sparse_##p##_dotmv_##i(op, a, A, d, x, b, y, dot);                                \
-  }                                                                                              \
-  static sparse_status_t mm(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,      \
-                            host_layout_t l, const C* x, I n, I ldx, C b, C* y, I ldy) {         \
-    return vrt_sparse_##p##_mm_##i(op, a, A, d, l, x, n, ldx, b, y, ldy);                        \
-  }                                                                                              \
-  static sparse_status_t trsv(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,    \
-                              const C* x, C* y) {                                                \
-    return vrt_sparse_##p##_trsv_##i(op, a, A, d, x, y);                                         \
-  }                                                                                              \
-  static sparse_status_t trsm(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,    \
-                              host_layout_t l, const C* x, I n, I ldx, C* y, I ldy) {            \
-    return vrt_sparse_##p##_trsm_##i(op, a, A, d, l, x, n, ldx, y, ldy);                         \
-  }                                                                                              \
-  static sparse_status_t do_order(host_matrix_t A, const C*) {                                   \
-    return vrt_sparse_##p##_do_order_##i(A);                                                     \
-  }                                                                                              \
-  static sparse_status_t export_csr(host_matrix_t A, int* b, I* r, I* c, I** rs, I** re, I** ci, \
-                                    C** v) {                                                     \
-    return vrt_sparse_##p##_export_csr_##i(A, b, r, c, rs, re, ci, v);                           \
-  }                                                                                              \
-  static sparse_status_t csr_transpose(host_operation_t op, int b, I r, I c, const I* rs,        \
-                                       const I* re, const I* ci, const C* v, int ob, I* ors,     \
-                                       I* oci, C* ov) {                                          \
-    return vrt_sparse_##p##_csr_transpose_##i(op, b, r, c, rs, re, ci, v, ob, ors, oci, ov);     \
+#define HS_TEST_API(p, C, i, I)                                                                   \
+  static sparse_status_t create_csr(host_matrix_t* A, int b, I r, I c, I* rs, I* re, I* ci,       \
+                                    C* v) {                                                       \
+    return vrt_sparse_##p##_create_csr_##i(A, b, r, c, rs, re, ci, v);                            \
+  }                                                                                               \
+  static sparse_status_t create_coo(host_matrix_t* A, int b, I r, I c, I n, I* ri, I* ci, C* v) { \
+    return vrt_sparse_##p##_create_coo_##i(A, b, r, c, n, ri, ci, v);                             \
+  }                                                                                               \
+  static sparse_status_t mv(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,       \
+                            const C* x, C b, C* y) {                                              \
+    return vrt_sparse_##p##_mv_##i(op, a, A, d, x, b, y);                                         \
+  }                                                                                               \
+  static sparse_status_t dotmv(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,    \
+                               const C* x, C b, C* y, C* dot) {                                   \
+    return vrt_sparse_##p##_dotmv_##i(op, a, A, d, x, b, y, dot);                                 \
+  }                                                                                               \
+  static sparse_status_t mm(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,       \
+                            host_layout_t l, const C* x, I n, I ldx, C b, C* y, I ldy) {          \
+    return vrt_sparse_##p##_mm_##i(op, a, A, d, l, x, n, ldx, b, y, ldy);                         \
+  }                                                                                               \
+  static sparse_status_t trsv(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,     \
+                              const C* x, C* y) {                                                 \
+    return vrt_sparse_##p##_trsv_##i(op, a, A, d, x, y);                                          \
+  }                                                                                               \
+  static sparse_status_t trsm(host_operation_t op, C a, host_matrix_t A, host_matrix_descr d,     \
+                              host_layout_t l, const C* x, I n, I ldx, C* y, I ldy) {             \
+    return vrt_sparse_##p##_trsm_##i(op, a, A, d, l, x, n, ldx, y, ldy);                          \
+  }                                                                                               \
+  static sparse_status_t do_order(host_matrix_t A, const C*) {                                    \
+    return vrt_sparse_##p##_do_order_##i(A);                                                      \
+  }                                                                                               \
+  static sparse_status_t export_csr(host_matrix_t A, int* b, I* r, I* c, I** rs, I** re, I** ci,  \
+                                    C** v) {                                                      \
+    return vrt_sparse_##p##_export_csr_##i(A, b, r, c, rs, re, ci, v);                            \
+  }                                                                                               \
+  static sparse_status_t csr_transpose(host_operation_t op, int b, I r, I c, const I* rs,         \
+                                       const I* re, const I* ci, const C* v, int ob, I* ors,      \
+                                       I* oci, C* ov) {                                           \
+    return vrt_sparse_##p##_csr_transpose_##i(op, b, r, c, rs, re, ci, v, ob, ors, oci, ov);      \
   }
-#define HS_TEST_INDEXED(i, I)                                                                    \
-  static sparse_status_t destroy(host_matrix_t A) { return vrt_sparse_destroy_##i(A); }          \
-  static sparse_status_t optimize(host_matrix_t A) { return vrt_sparse_optimize_##i(A); }        \
-  static sparse_status_t mv_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d) {    \
-    return vrt_sparse_set_mv_hint_##i(A, op, d, 100);                                            \
-  }                                                                                              \
-  static sparse_status_t sv_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d) {    \
-    return vrt_sparse_set_sv_hint_##i(A, op, d, 100);                                            \
-  }                                                                                              \
-  static sparse_status_t sm_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d,      \
-                                 host_layout_t l, I n) {                                         \
-    return vrt_sparse_set_sm_hint_##i(A, op, d, l, n, 100);                                      \
-  }                                                                                              \
-  static sparse_status_t sp2m(host_operation_t oa, host_matrix_descr da, host_matrix_t A,        \
-                              host_operation_t ob, host_matrix_descr db, host_matrix_t B,        \
-                              host_request_t r, host_matrix_t* C) {                              \
-    return vrt_sparse_sp2m_##i(oa, da, A, ob, db, B, r, C);                                      \
-  }                                                                                              \
+#define HS_TEST_INDEXED(i, I)                                                                 \
+  static sparse_status_t destroy(host_matrix_t A) { return vrt_sparse_destroy_##i(A); }       \
+  static sparse_status_t optimize(host_matrix_t A) { return vrt_sparse_optimize_##i(A); }     \
+  static sparse_status_t mv_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d) { \
+    return vrt_sparse_set_mv_hint_##i(A, op, d, 100);                                         \
+  }                                                                                           \
+  static sparse_status_t sv_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d) { \
+    return vrt_sparse_set_sv_hint_##i(A, op, d, 100);                                         \
+  }                                                                                           \
+  static sparse_status_t sm_hint(host_matrix_t A, host_operation_t op, host_matrix_descr d,   \
+                                 host_layout_t l, I n) {                                      \
+    return vrt_sparse_set_sm_hint_##i(A, op, d, l, n, 100);                                   \
+  }                                                                                           \
+  static sparse_status_t sp2m(host_operation_t oa, host_matrix_descr da, host_matrix_t A,     \
+                              host_operation_t ob, host_matrix_descr db, host_matrix_t B,     \
+                              host_request_t r, host_matrix_t* C) {                           \
+    return vrt_sparse_sp2m_##i(oa, da, A, ob, db, B, r, C);                                   \
+  }                                                                                           \
   static sparse_status_t get_nnz(host_matrix_t A, I* n) { return vrt_sparse_get_nnz_##i(A, n); }
 
 template <typename I>
@@ -114,7 +113,9 @@ template <>
 struct traits<vrt_complex8> {
   using real = float;
   static constexpr bool complex = true;
-  static vrt_complex8 make(W w) { return {static_cast<float>(w.real()), static_cast<float>(w.imag())}; }
+  static vrt_complex8 make(W w) {
+    return {static_cast<float>(w.real()), static_cast<float>(w.imag())};
+  }
   static W wide(vrt_complex8 c) { return W(c.real, c.imag); }
 };
 template <>
@@ -177,8 +178,8 @@ struct csr {
 
 struct shape {
   std::int64_t rows, cols;
-  int per_row;         // up to this many random entries a row
-  bool diagonal;       // a strong diagonal entry in every row (square matrices)
+  int per_row;    // up to this many random entries a row
+  bool diagonal;  // a strong diagonal entry in every row (square matrices)
   int base;
   unsigned seed;
   std::int64_t band = 0;  // entries within this distance of the diagonal when > 0
@@ -291,9 +292,9 @@ template <typename C>
   const double err = std::abs(traits<C>::wide(got) - want);
   const double tol = factor * eps<C>() * (mag + 1e-30) + 1e-300;
   if (err <= tol) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << "got (" << traits<C>::wide(got).real() << ", "
-                                       << traits<C>::wide(got).imag() << ") want " << want
-                                       << " error " << err << " tolerance " << tol;
+  return ::testing::AssertionFailure()
+         << "got (" << traits<C>::wide(got).real() << ", " << traits<C>::wide(got).imag()
+         << ") want " << want << " error " << err << " tolerance " << tol;
 }
 
 inline std::vector<host_matrix_descr> all_descriptors() {

@@ -27,9 +27,10 @@ std::vector<C> check_mv(csr<C, I>& m, host_matrix_t A, host_operation_t op, host
   EXPECT_EQ(api<I>::mv(op, traits<C>::make(alpha), A, d, x.data(), traits<C>::make(beta), y.data()),
             SPARSE_STATUS_SUCCESS);
   for (std::int64_t i = 0; i < out; ++i)
-    EXPECT_TRUE(close(y[i], want[i], mag[i], 64.0 * (m.nnz() / std::max<std::int64_t>(m.rows, 1) + 4)))
-        << "op " << op << " type " << d.type << " mode " << d.mode << " diag " << d.diag
-        << " row " << i;
+    EXPECT_TRUE(
+        close(y[i], want[i], mag[i], 64.0 * (m.nnz() / std::max<std::int64_t>(m.rows, 1) + 4)))
+        << "op " << op << " type " << d.type << " mode " << d.mode << " diag " << d.diag << " row "
+        << i;
   return y;
 }
 
@@ -48,7 +49,8 @@ TYPED_TEST(HostProducts, MvEveryOperationAndDescriptorBeforeAndAfterOptimize) {
         ASSERT_EQ(api<I>::optimize(B), SPARSE_STATUS_SUCCESS);
         const auto after = check_mv(m, B, op, d, 5);
         for (std::size_t i = 0; i < before.size(); ++i)
-          EXPECT_TRUE(close(after[i], traits<C>::wide(before[i]), std::abs(traits<C>::wide(before[i])) + 1, 256));
+          EXPECT_TRUE(close(after[i], traits<C>::wide(before[i]),
+                            std::abs(traits<C>::wide(before[i])) + 1, 256));
         EXPECT_EQ(api<I>::destroy(B), SPARSE_STATUS_SUCCESS);
       }
     EXPECT_EQ(api<I>::destroy(A), SPARSE_STATUS_SUCCESS);
@@ -78,12 +80,11 @@ TYPED_TEST(HostProducts, MvOnLargeMatricesWithThreads) {
   auto m = random_csr<C, I>({20000, 20000, 6, true, 1, 21u, 40});
   host_matrix_t A = m.make();
   for (auto op : all_ops)
-    for (auto d : {general, host_matrix_descr{HOST_MATRIX_TYPE_SYMMETRIC, HOST_FILL_MODE_UPPER,
-                                              HOST_DIAG_NON_UNIT},
-                   host_matrix_descr{HOST_MATRIX_TYPE_SYMMETRIC, HOST_FILL_MODE_LOWER,
-                                     HOST_DIAG_UNIT},
-                   host_matrix_descr{HOST_MATRIX_TYPE_TRIANGULAR, HOST_FILL_MODE_LOWER,
-                                     HOST_DIAG_UNIT}})
+    for (auto d :
+         {general,
+          host_matrix_descr{HOST_MATRIX_TYPE_SYMMETRIC, HOST_FILL_MODE_UPPER, HOST_DIAG_NON_UNIT},
+          host_matrix_descr{HOST_MATRIX_TYPE_SYMMETRIC, HOST_FILL_MODE_LOWER, HOST_DIAG_UNIT},
+          host_matrix_descr{HOST_MATRIX_TYPE_TRIANGULAR, HOST_FILL_MODE_LOWER, HOST_DIAG_UNIT}})
       check_mv(m, A, op, d, 17);
   auto r = random_csr<C, I>({20000, 45000, 8, false, 0, 22u});
   host_matrix_t R = r.make();
@@ -134,7 +135,8 @@ TYPED_TEST(HostProducts, CooMatchesTheSameEntriesInCsr) {
     std::vector<C> vi;
     std::vector<std::size_t> order;
     for (std::int64_t i = 0; i < m.rows; ++i)
-      for (I k = m.ptr[i] - base; k < m.ptr[i + 1] - base; ++k) order.push_back(static_cast<std::size_t>(k)), ri.push_back(static_cast<I>(i + base));
+      for (I k = m.ptr[i] - base; k < m.ptr[i + 1] - base; ++k)
+        order.push_back(static_cast<std::size_t>(k)), ri.push_back(static_cast<I>(i + base));
     std::vector<std::size_t> perm(order.size());
     for (std::size_t k = 0; k < perm.size(); ++k) perm[k] = k;
     std::shuffle(perm.begin(), perm.end(), std::mt19937(3));
@@ -220,8 +222,8 @@ TYPED_TEST(HostProducts, MmOnALargeMatrixWithThreads) {
       auto y = random_vector<C>(m.rows * n, 42);
       std::vector<W> want;
       std::vector<double> mag;
-      reference_mm<C>(effective(m, op, general), m.rows, n, W(1), x, rm ? ld : 1, rm ? 1 : ld,
-                      W(0), y, rm ? ld : 1, rm ? 1 : ld, want, mag);
+      reference_mm<C>(effective(m, op, general), m.rows, n, W(1), x, rm ? ld : 1, rm ? 1 : ld, W(0),
+                      y, rm ? ld : 1, rm ? 1 : ld, want, mag);
       ASSERT_EQ(api<I>::mm(op, traits<C>::make(1), A, general, layout, x.data(), static_cast<I>(n),
                            static_cast<I>(ld), traits<C>::make(0), y.data(), static_cast<I>(ld)),
                 SPARSE_STATUS_SUCCESS);

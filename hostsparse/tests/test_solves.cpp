@@ -32,21 +32,23 @@ void check_solve(csr<C, I>& m, host_matrix_t A, host_operation_t op, host_matrix
   const bool lower = (d.mode == HOST_FILL_MODE_LOWER) == (op == HOST_OPERATION_NON_TRANSPOSE);
   sparse_status_t status;
   if (n == 1 && !rm)
-    status = api<I>::trsv(op, traits<C>::make(alpha), A, d, in_place ? y.data() : x.data(), y.data());
+    status =
+        api<I>::trsv(op, traits<C>::make(alpha), A, d, in_place ? y.data() : x.data(), y.data());
   else
     status = api<I>::trsm(op, traits<C>::make(alpha), A, d, layout, in_place ? y.data() : x.data(),
                           static_cast<I>(n), static_cast<I>(ld), y.data(), static_cast<I>(ld));
   ASSERT_EQ(status, SPARSE_STATUS_SUCCESS);
   for (std::int64_t c = 0; c < n; ++c) {
     std::vector<W> rhs(static_cast<std::size_t>(rows));
-    for (std::int64_t i = 0; i < rows; ++i) rhs[i] = alpha * traits<C>::wide(x[rm ? i * ld + c : i + c * ld]);
+    for (std::int64_t i = 0; i < rows; ++i)
+      rhs[i] = alpha * traits<C>::wide(x[rm ? i * ld + c : i + c * ld]);
     const auto want = reference_solve(e, rows, lower, rhs);
     double scale = 0;
     for (const auto& w : want) scale = std::max(scale, std::abs(w));
     for (std::int64_t i = 0; i < rows; ++i)
       ASSERT_TRUE(close(y[rm ? i * ld + c : i + c * ld], want[i], scale, 4096))
-          << "op " << op << " mode " << d.mode << " diag " << d.diag << " column " << c
-          << " of " << n << " layout " << layout << " row " << i;
+          << "op " << op << " mode " << d.mode << " diag " << d.diag << " column " << c << " of "
+          << n << " layout " << layout << " row " << i;
   }
 }
 
@@ -122,12 +124,14 @@ TYPED_TEST(HostSolves, WideLevelsMatchTheSerialSweep) {
   host_matrix_t A = m.make();
   host_matrix_t B = m.make();
   for (auto op : all_ops)
-    for (auto d : triangular_descriptors()) ASSERT_EQ(api<I>::sv_hint(B, op, d), SPARSE_STATUS_SUCCESS);
+    for (auto d : triangular_descriptors())
+      ASSERT_EQ(api<I>::sv_hint(B, op, d), SPARSE_STATUS_SUCCESS);
   ASSERT_EQ(api<I>::optimize(B), SPARSE_STATUS_SUCCESS);
   for (host_matrix_t M : {A, B})
     for (auto op : all_ops)
       for (auto d : triangular_descriptors()) check_solve(m, M, op, d, 1, HOST_LAYOUT_COLUMN_MAJOR);
-  check_solve(m, B, HOST_OPERATION_NON_TRANSPOSE, triangular_descriptors()[0], 3, HOST_LAYOUT_ROW_MAJOR);
+  check_solve(m, B, HOST_OPERATION_NON_TRANSPOSE, triangular_descriptors()[0], 3,
+              HOST_LAYOUT_ROW_MAJOR);
   api<I>::destroy(A);
   api<I>::destroy(B);
 }
@@ -143,7 +147,8 @@ TYPED_TEST(HostSolves, SortedRowsAreSolvedFromTheCallersArrays) {
     const std::size_t hi = static_cast<std::size_t>(m.ptr[i + 1] - m.base);
     std::vector<std::pair<I, C>> row;
     for (std::size_t k = lo; k < hi; ++k) row.emplace_back(m.col[k], m.val[k]);
-    std::sort(row.begin(), row.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::sort(row.begin(), row.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
     for (std::size_t k = lo; k < hi; ++k) {
       m.col[k] = row[k - lo].first;
       m.val[k] = row[k - lo].second;
@@ -151,7 +156,8 @@ TYPED_TEST(HostSolves, SortedRowsAreSolvedFromTheCallersArrays) {
   }
   host_matrix_t B = m.make();
   for (auto op : all_ops)
-    for (auto d : triangular_descriptors()) ASSERT_EQ(api<I>::sv_hint(B, op, d), SPARSE_STATUS_SUCCESS);
+    for (auto d : triangular_descriptors())
+      ASSERT_EQ(api<I>::sv_hint(B, op, d), SPARSE_STATUS_SUCCESS);
   ASSERT_EQ(api<I>::optimize(B), SPARSE_STATUS_SUCCESS);
   for (auto op : all_ops)
     for (auto d : triangular_descriptors()) {
@@ -170,24 +176,29 @@ TYPED_TEST(HostSolves, AMissingDiagonalFailsUnlessTheDiagonalIsUnit) {
     if (m.col[k] == 5) m.col[k] = 0;
   host_matrix_t A = m.make();
   std::vector<C> x(12, traits<C>::make(1)), y(12);
-  const host_matrix_descr non_unit{HOST_MATRIX_TYPE_TRIANGULAR, HOST_FILL_MODE_LOWER, HOST_DIAG_NON_UNIT};
+  const host_matrix_descr non_unit{HOST_MATRIX_TYPE_TRIANGULAR, HOST_FILL_MODE_LOWER,
+                                   HOST_DIAG_NON_UNIT};
   const host_matrix_descr unit{HOST_MATRIX_TYPE_TRIANGULAR, HOST_FILL_MODE_LOWER, HOST_DIAG_UNIT};
-  EXPECT_EQ(api<I>::trsv(HOST_OPERATION_NON_TRANSPOSE, traits<C>::make(1), A, non_unit, x.data(), y.data()),
+  EXPECT_EQ(api<I>::trsv(HOST_OPERATION_NON_TRANSPOSE, traits<C>::make(1), A, non_unit, x.data(),
+                         y.data()),
             SPARSE_STATUS_EXECUTION_FAILED);
   ASSERT_EQ(api<I>::sv_hint(A, HOST_OPERATION_NON_TRANSPOSE, non_unit), SPARSE_STATUS_SUCCESS);
   ASSERT_EQ(api<I>::optimize(A), SPARSE_STATUS_SUCCESS);
-  EXPECT_EQ(api<I>::trsv(HOST_OPERATION_NON_TRANSPOSE, traits<C>::make(1), A, non_unit, x.data(), y.data()),
+  EXPECT_EQ(api<I>::trsv(HOST_OPERATION_NON_TRANSPOSE, traits<C>::make(1), A, non_unit, x.data(),
+                         y.data()),
             SPARSE_STATUS_EXECUTION_FAILED);
   check_solve(m, A, HOST_OPERATION_NON_TRANSPOSE, unit, 1, HOST_LAYOUT_COLUMN_MAJOR);
   check_solve(m, A, HOST_OPERATION_TRANSPOSE, unit, 1, HOST_LAYOUT_COLUMN_MAJOR);
   // Solves need a triangular descriptor and a square matrix.
-  EXPECT_EQ(api<I>::trsv(HOST_OPERATION_NON_TRANSPOSE, traits<C>::make(1), A, general, x.data(), y.data()),
+  EXPECT_EQ(api<I>::trsv(HOST_OPERATION_NON_TRANSPOSE, traits<C>::make(1), A, general, x.data(),
+                         y.data()),
             SPARSE_STATUS_INVALID_VALUE);
   api<I>::destroy(A);
   auto r = random_csr<C, I>({5, 6, 2, false, 0, 1u});
   host_matrix_t R = r.make();
-  EXPECT_EQ(api<I>::trsv(HOST_OPERATION_NON_TRANSPOSE, traits<C>::make(1), R, unit, x.data(), y.data()),
-            SPARSE_STATUS_INVALID_VALUE);
+  EXPECT_EQ(
+      api<I>::trsv(HOST_OPERATION_NON_TRANSPOSE, traits<C>::make(1), R, unit, x.data(), y.data()),
+      SPARSE_STATUS_INVALID_VALUE);
   api<I>::destroy(R);
 }
 

@@ -56,7 +56,8 @@ TYPED_TEST(HostTranspose, SmallAndRectangularInEveryBase) {
   for (int base : {0, 1})
     for (int out_base : {0, 1})
       for (auto op : {HOST_OPERATION_TRANSPOSE, HOST_OPERATION_CONJUGATE_TRANSPOSE}) {
-        SCOPED_TRACE(::testing::Message() << "base " << base << " out " << out_base << " op " << op);
+        SCOPED_TRACE(::testing::Message()
+                     << "base " << base << " out " << out_base << " op " << op);
         expect_transpose(random_csr<C, I>({37, 23, 6, false, base, 3}), op, out_base);
         expect_transpose(random_csr<C, I>({5, 90, 9, false, base, 4}), op, out_base);
       }

@@ -78,8 +78,6 @@ void run_on_pool(void (*body)(void*), void* arg) {
   p.jobs.remove(&j);
 }
 
-std::size_t pool_width() {
-  return std::max<std::size_t>(2, std::thread::hardware_concurrency());
-}
+std::size_t pool_width() { return std::max<std::size_t>(2, std::thread::hardware_concurrency()); }
 
 }  // namespace sycl::detail

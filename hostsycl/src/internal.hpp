@@ -8,9 +8,8 @@
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 namespace sycl::detail {
 
@@ -18,9 +17,9 @@ namespace sycl::detail {
 struct command {
   std::function<void()> work;
   std::shared_ptr<queue_impl> queue;  // receives asynchronous errors; released on completion
-  // The queue that submitted it and the queues of every command this one depended on, directly or not, without
-  // repeats: event::wait_and_throw delivers their errors. Kept after completion, unlike
-  // `dependencies`, because errors stay in their queues until someone consumes them.
+  // The queue that submitted it and the queues of every command this one depended on, directly or
+  // not, without repeats: event::wait_and_throw delivers their errors. Kept after completion,
+  // unlike `dependencies`, because errors stay in their queues until someone consumes them.
   std::vector<std::weak_ptr<queue_impl>> error_queues;  // under graph_mutex
   std::vector<std::shared_ptr<command>> dependencies;
   std::vector<std::shared_ptr<command>> dependents;
@@ -34,7 +33,8 @@ std::mutex& graph_mutex();
 std::condition_variable& graph_completed();
 
 // Under graph_mutex: adds the edge `cmd` after `dep` when `dep` is unfinished.
-void add_dependency_locked(const std::shared_ptr<command>& cmd, const std::shared_ptr<command>& dep);
+void add_dependency_locked(const std::shared_ptr<command>& cmd,
+                           const std::shared_ptr<command>& dep);
 // Under graph_mutex: queues `cmd` to run once its dependencies completed.
 void schedule_locked(const std::shared_ptr<command>& cmd);
 // Marks `cmd` complete and releases its dependents.

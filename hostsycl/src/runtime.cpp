@@ -1,10 +1,9 @@
 // Devices and their profiles, contexts, exceptions and the check modes of the host runtime.
-#include <hostsycl/hostsycl.hpp>
-
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
+#include <hostsycl/hostsycl.hpp>
 #include <mutex>
 #include <thread>
 
@@ -77,8 +76,8 @@ hostsycl::device_profile make_profile(const char* name, int architecture, std::u
   p.architecture = architecture;
   p.eu_count = eus;
   p.tile_count = tiles;
-  p.sub_group_sizes = wide_sub_groups_only ? std::vector<std::size_t>{16, 32}
-                                           : std::vector<std::size_t>{8, 16, 32};
+  p.sub_group_sizes =
+      wide_sub_groups_only ? std::vector<std::size_t>{16, 32} : std::vector<std::size_t>{8, 16, 32};
   p.preferred_sub_group_size = wide_sub_groups_only ? 32 : 16;
   p.max_work_group_size = max_wg;
   p.local_mem_size = local_mem;
@@ -204,8 +203,8 @@ struct context_impl {
 };
 
 context default_context() {
-  static const context ctx = context_access::make(std::make_shared<context_impl>(
-      context_impl{device::get_devices(), async_handler()}));
+  static const context ctx = context_access::make(
+      std::make_shared<context_impl>(context_impl{device::get_devices(), async_handler()}));
   return ctx;
 }
 
@@ -293,8 +292,8 @@ std::uint64_t largest_max_alloc_size() {
   } catch (const sycl::exception&) {
     throw;
   } catch (const std::exception& e) {
-    throw_error(errc::kernel, std::string("exception thrown inside a kernel (") + where +
-                                  "): " + e.what());
+    throw_error(errc::kernel,
+                std::string("exception thrown inside a kernel (") + where + "): " + e.what());
   } catch (...) {
     throw_error(errc::kernel, std::string("exception thrown inside a kernel (") + where + ")");
   }

@@ -1,10 +1,9 @@
 // The command graph: queues, events, dependencies and the worker threads that run commands.
-#include <hostsycl/hostsycl.hpp>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <deque>
+#include <hostsycl/hostsycl.hpp>
 #include <random>
 #include <thread>
 
@@ -158,7 +157,7 @@ struct queue_impl {
   context ctx;
   async_handler handler;
   bool in_order;
-  std::shared_ptr<command> last;                   // under graph_mutex
+  std::shared_ptr<command> last;                     // under graph_mutex
   std::vector<std::shared_ptr<command>> unfinished;  // under graph_mutex
   std::mutex errors_mutex;
   std::vector<std::exception_ptr> errors;
@@ -254,7 +253,7 @@ struct buffer_state : std::enable_shared_from_this<buffer_state> {
   std::size_t bytes = 0;
   std::function<void(const unsigned char*, std::size_t)> sink;
   bool write_back = true;
-  std::mutex* host_mutex = nullptr;  // property::buffer::use_mutex
+  std::mutex* host_mutex = nullptr;               // property::buffer::use_mutex
   std::shared_ptr<command> last_writer;           // under graph_mutex
   std::vector<std::shared_ptr<command>> readers;  // under graph_mutex
 
@@ -327,8 +326,8 @@ std::shared_ptr<buffer_state> make_buffer_state(std::size_t bytes, const void* i
                 "cannot allocate " + std::to_string(bytes) + " bytes for a buffer");
   auto state = std::make_shared<buffer_state>();
   state->bytes = bytes;
-  state->data = static_cast<unsigned char*>(
-      ::operator new[](bytes == 0 ? 1 : bytes, std::align_val_t{64}));
+  state->data =
+      static_cast<unsigned char*>(::operator new[](bytes == 0 ? 1 : bytes, std::align_val_t{64}));
   register_runtime_memory(state->data, bytes == 0 ? 1 : bytes);
   state->host_mutex = host_mutex;
   if (initial != nullptr && bytes != 0) {
@@ -381,8 +380,8 @@ void handler::check_nd_range(bool empty, bool divisible_range, std::size_t local
     detail::throw_error(errc::nd_range, "the global range is not a multiple of the local range");
   if (local_size > device_->max_work_group_size)
     detail::throw_error(errc::nd_range, "the work-group size " + std::to_string(local_size) +
-                                    " exceeds the device's maximum of " +
-                                    std::to_string(device_->max_work_group_size));
+                                            " exceeds the device's maximum of " +
+                                            std::to_string(device_->max_work_group_size));
   std::size_t local_bytes = 0;
   for (const auto& s : local_slots_) local_bytes += s.bytes + s.alignment;
   if (local_bytes > device_->local_mem_size)
@@ -394,15 +393,15 @@ std::size_t handler::checked_sub_group_size(std::size_t required) const {
   const auto& sizes = device_->sub_group_sizes;
   if (std::find(sizes.begin(), sizes.end(), required) == sizes.end())
     detail::throw_error(errc::kernel_not_supported,
-                "the kernel requires sub-group size " + std::to_string(required) +
-                    ", which device '" + device_->name + "' does not support");
+                        "the kernel requires sub-group size " + std::to_string(required) +
+                            ", which device '" + device_->name + "' does not support");
   return required;
 }
 
 void handler::check_no_local_memory(const char* form) const {
   if (!local_slots_.empty())
     detail::throw_error(errc::kernel_argument,
-                std::string("a local accessor cannot be used with ") + form);
+                        std::string("a local accessor cannot be used with ") + form);
 }
 
 void handler::set_command(detail::command_kind kind, std::function<void()> work) {

@@ -1,7 +1,6 @@
 // USM allocation with device limits, and the registry that tells memory kinds apart.
-#include <hostsycl/hostsycl.hpp>
-
 #include <cstdio>
+#include <hostsycl/hostsycl.hpp>
 #include <map>
 #include <shared_mutex>
 #include <unordered_map>
@@ -46,9 +45,12 @@ const std::pair<const std::uintptr_t, region>* find_region(const registry& r, co
 
 region_kind region_kind_of(usm::alloc kind) {
   switch (kind) {
-    case usm::alloc::host: return region_kind::usm_host;
-    case usm::alloc::device: return region_kind::usm_device;
-    default: return region_kind::usm_shared;
+    case usm::alloc::host:
+      return region_kind::usm_host;
+    case usm::alloc::device:
+      return region_kind::usm_device;
+    default:
+      return region_kind::usm_shared;
   }
 }
 
@@ -73,10 +75,14 @@ usm_region_kind usm_region_of(const void* p) noexcept {
   const auto* found = find_region(r, p);
   if (found == nullptr) return usm_region_kind::none;
   switch (found->second.kind) {
-    case region_kind::usm_host: return usm_region_kind::host;
-    case region_kind::usm_device: return usm_region_kind::device;
-    case region_kind::usm_shared: return usm_region_kind::shared;
-    default: return usm_region_kind::none;
+    case region_kind::usm_host:
+      return usm_region_kind::host;
+    case region_kind::usm_device:
+      return usm_region_kind::device;
+    case region_kind::usm_shared:
+      return usm_region_kind::shared;
+    default:
+      return usm_region_kind::none;
   }
 }
 
@@ -158,10 +164,14 @@ usm::alloc usm_pointer_type(const void* ptr, const context& ctx) {
   if (found == nullptr || found->second.ctx != context_access::impl(ctx).get())
     return usm::alloc::unknown;
   switch (found->second.kind) {
-    case region_kind::usm_host: return usm::alloc::host;
-    case region_kind::usm_device: return usm::alloc::device;
-    case region_kind::usm_shared: return usm::alloc::shared;
-    default: return usm::alloc::unknown;
+    case region_kind::usm_host:
+      return usm::alloc::host;
+    case region_kind::usm_device:
+      return usm::alloc::device;
+    case region_kind::usm_shared:
+      return usm::alloc::shared;
+    default:
+      return usm::alloc::unknown;
   }
 }
 

@@ -1,5 +1,7 @@
 // Kernel execution: range kernels as chunked loops, nd_range work-groups as cooperative fibers.
 #include <atomic>
+#include <boost/context/fiber.hpp>
+#include <boost/context/protected_fixedsize_stack.hpp>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -7,9 +9,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <boost/context/fiber.hpp>
-#include <boost/context/protected_fixedsize_stack.hpp>
 
 #include "compute_pool.hpp"
 #include "internal.hpp"
@@ -95,7 +94,8 @@ class work_group_state {
 
   static std::size_t local_bytes_needed(const nd_launch_desc& desc) {
     std::size_t total = 0;
-    for (const auto& slot : *desc.local_slots) total += slot.bytes + (slot.alignment < 16 ? 16 : slot.alignment);
+    for (const auto& slot : *desc.local_slots)
+      total += slot.bytes + (slot.alignment < 16 ? 16 : slot.alignment);
     return total;
   }
 
@@ -167,9 +167,9 @@ void work_group_state::record_error(std::exception_ptr e) {
 }
 
 void work_group_state::fail_divergence(const char* what) {
-  throw sycl::exception(make_error_code(errc::kernel),
-                        std::string("work-items of work-group ") + std::to_string(group_linear_) +
-                            " diverged: " + what);
+  throw sycl::exception(make_error_code(errc::kernel), std::string("work-items of work-group ") +
+                                                           std::to_string(group_linear_) +
+                                                           " diverged: " + what);
 }
 
 void work_group_state::yield_to_scheduler() {

@@ -1,7 +1,7 @@
 // Atomics under contention and kernels that rely on forward progress of running groups.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
+#include <hostsycl/hostsycl.hpp>
 #include <numeric>
 #include <vector>
 
@@ -113,7 +113,8 @@ TEST(ForwardProgress, GroupsWaitingOnEarlierGroupsComplete) {
                                                         sycl::plus<long>());
      long before = 0;
      if (g > 0) {
-       sycl::atomic_ref<int, sycl::memory_order::acquire, sycl::memory_scope::device> flag(ready[g - 1]);
+       sycl::atomic_ref<int, sycl::memory_order::acquire, sycl::memory_scope::device> flag(
+           ready[g - 1]);
        while (flag.load() == 0) {
        }
        before = prefix[g - 1];
@@ -121,7 +122,8 @@ TEST(ForwardProgress, GroupsWaitingOnEarlierGroupsComplete) {
      data[it.get_global_id(0)] = before + local;
      if (it.get_local_id(0) == wg - 1) {
        prefix[g] = before + local;
-       sycl::atomic_ref<int, sycl::memory_order::release, sycl::memory_scope::device>(ready[g]).store(1);
+       sycl::atomic_ref<int, sycl::memory_order::release, sycl::memory_scope::device>(ready[g])
+           .store(1);
      }
    }).wait();
   long acc = 0;
@@ -168,7 +170,9 @@ TEST(ForwardProgress, PersistentGroupsDrainAnAtomicWorkCounter) {
      for (;;) {
        unsigned row = 0;
        if (it.get_local_id(0) == 0)
-         row = sycl::atomic_ref<unsigned, sycl::memory_order::relaxed, sycl::memory_scope::device>(*next).fetch_add(1u);
+         row = sycl::atomic_ref<unsigned, sycl::memory_order::relaxed, sycl::memory_scope::device>(
+                   *next)
+                   .fetch_add(1u);
        row = sycl::group_broadcast(it.get_group(), row);
        if (row >= rows) break;
        if (it.get_local_id(0) == 0) hits[row] += 1;

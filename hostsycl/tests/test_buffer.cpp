@@ -1,14 +1,14 @@
 // Buffers: dependency ordering, host accessors, write-back, sub-buffers and reinterpretation.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
-
-#include "test_support.hpp"
 
 #include <atomic>
 #include <chrono>
+#include <hostsycl/hostsycl.hpp>
 #include <numeric>
 #include <thread>
 #include <vector>
+
+#include "test_support.hpp"
 
 namespace {
 
@@ -27,7 +27,8 @@ TEST(Buffers, ReadAfterWriteWriteAfterReadAndWriteAfterWriteAreOrdered) {
       // write
       q1.submit([&](sycl::handler& h) {
         sycl::accessor w(a, h, sycl::write_only, sycl::no_init);
-        h.parallel_for(sycl::range<1>(n), [=](sycl::id<1> i) { w[i] = static_cast<int>(i[0]) + round; });
+        h.parallel_for(sycl::range<1>(n),
+                       [=](sycl::id<1> i) { w[i] = static_cast<int>(i[0]) + round; });
       });
       // read on another queue (read after write)
       q2.submit([&](sycl::handler& h) {
@@ -50,7 +51,8 @@ TEST(Buffers, ReadAfterWriteWriteAfterReadAndWriteAfterWriteAreOrdered) {
   }
   for (std::size_t i = 0; i < n; ++i) ASSERT_EQ(result[i], 2 * (static_cast<int>(i) + 7));
   const long base = static_cast<long>(n) * (n - 1) / 2;
-  for (int round = 0; round < 8; ++round) EXPECT_EQ(sums[round], base + static_cast<long>(n) * round);
+  for (int round = 0; round < 8; ++round)
+    EXPECT_EQ(sums[round], base + static_cast<long>(n) * round);
 }
 
 TEST(Buffers, HostAccessorBlocksLaterCommandsUntilDestroyed) {
@@ -128,12 +130,18 @@ TEST(Buffers, SubBuffersViewPartsOfTheirParent) {
 TEST(Buffers, SubBufferRefusals) {
   sycl::buffer<int> b{sycl::range<1>(1024)};
   sycl::buffer<int> sub{b, sycl::id<1>(0), sycl::range<1>(512)};
-  EXPECT_EQ(code_of([&] { sycl::buffer<int> s2{sub, sycl::id<1>(0), sycl::range<1>(32)}; }),
+  EXPECT_EQ(code_of([&] {
+              sycl::buffer<int> s2{sub, sycl::id<1>(0), sycl::range<1>(32)};
+            }),
             sycl::errc::invalid);
-  EXPECT_EQ(code_of([&] { sycl::buffer<int> s{b, sycl::id<1>(1000), sycl::range<1>(32)}; }),
+  EXPECT_EQ(code_of([&] {
+              sycl::buffer<int> s{b, sycl::id<1>(1000), sycl::range<1>(32)};
+            }),
             sycl::errc::invalid);
   // 1024-bit base alignment: an offset of 4 ints is 128 bits.
-  EXPECT_EQ(code_of([&] { sycl::buffer<int> s{b, sycl::id<1>(4), sycl::range<1>(32)}; }),
+  EXPECT_EQ(code_of([&] {
+              sycl::buffer<int> s{b, sycl::id<1>(4), sycl::range<1>(32)};
+            }),
             sycl::errc::invalid);
 }
 
@@ -183,7 +191,8 @@ TEST(Buffers, NoInitWithReadIsRefused) {
   sycl::buffer<int> b{sycl::range<1>(4)};
   EXPECT_EQ(code_of([&] {
               q.submit([&](sycl::handler& h) {
-                sycl::accessor<int, 1, sycl::access_mode::read> a(b, h, sycl::property_list{sycl::no_init});
+                sycl::accessor<int, 1, sycl::access_mode::read> a(
+                    b, h, sycl::property_list{sycl::no_init});
               });
             }),
             sycl::errc::invalid);
@@ -199,9 +208,9 @@ TEST(Buffers, AccessorCopiesAndFill) {
     h.copy(in.data(), a);
   });
   q.submit([&](sycl::handler& h) {
-    sycl::accessor a(b, h, sycl::read_only);
-    h.copy(a, out.data());
-  }).wait();
+     sycl::accessor a(b, h, sycl::read_only);
+     h.copy(a, out.data());
+   }).wait();
   EXPECT_EQ(in, out);
   q.submit([&](sycl::handler& h) {
     sycl::accessor a(b, h, sycl::write_only);

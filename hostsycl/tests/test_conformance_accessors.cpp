@@ -1,11 +1,11 @@
 // Accessors: ranged windows of two and three dimensions (iteration, fill, every copy form),
 // indexing by item and by a[i][j][k], placeholder ranged accessors from tags, and identity.
 #include <gtest/gtest.h>
-#include <sycl/sycl.hpp>
 
 #include <iterator>
 #include <memory>
 #include <numeric>
+#include <sycl/sycl.hpp>
 #include <type_traits>
 #include <vector>
 
@@ -179,8 +179,8 @@ TEST(RangedAccessorWindow, ThreeDimensionalFillAndCopyStayInTheWindow) {
       }
   EXPECT_EQ(filled, box.size());
   // The copy read columns 0 and 1 of every row; only column 1 of the filled rows holds 3.
-  EXPECT_EQ(out[0], untouched);             // (0,0,0)
-  EXPECT_EQ(out[(1 * 4 + 2) * 2 + 1], 3);   // (1,2,1)
+  EXPECT_EQ(out[0], untouched);                    // (0,0,0)
+  EXPECT_EQ(out[(1 * 4 + 2) * 2 + 1], 3);          // (1,2,1)
   EXPECT_EQ(out[(1 * 4 + 2) * 2 + 0], untouched);  // (1,2,0)
 }
 
@@ -253,15 +253,15 @@ TEST(PlaceholderAccessors, RangedPlaceholdersFromTagsDeduceTheirType) {
     sycl::queue q{sycl::cpu_selector_v};
     sycl::buffer<int> b{host.data(), sycl::range<1>(8)};
     sycl::accessor reader{b, sycl::range<1>(4), sycl::read_only};
-    static_assert(std::is_same_v<decltype(reader),
-                                 sycl::accessor<const int, 1, sycl::access_mode::read,
-                                                sycl::target::device,
-                                                sycl::access::placeholder::true_t>>);
+    static_assert(
+        std::is_same_v<decltype(reader),
+                       sycl::accessor<const int, 1, sycl::access_mode::read, sycl::target::device,
+                                      sycl::access::placeholder::true_t>>);
     sycl::accessor writer{b, sycl::range<1>(4), sycl::id<1>(4), sycl::write_only};
-    static_assert(std::is_same_v<decltype(writer),
-                                 sycl::accessor<int, 1, sycl::access_mode::write,
-                                                sycl::target::device,
-                                                sycl::access::placeholder::true_t>>);
+    static_assert(
+        std::is_same_v<decltype(writer),
+                       sycl::accessor<int, 1, sycl::access_mode::write, sycl::target::device,
+                                      sycl::access::placeholder::true_t>>);
     sycl::accessor untagged{b, sycl::range<1>(2), sycl::id<1>(1)};
     EXPECT_TRUE(untagged.is_placeholder());
     EXPECT_TRUE(reader.is_placeholder());

@@ -1,15 +1,15 @@
 // Buffers: update_host, use_mutex, allocators, shared host data, properties, the older host
 // get_access forms, and equality and hashing.
 #include <gtest/gtest.h>
-#include <sycl/sycl.hpp>
-
-#include "test_support.hpp"
 
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <sycl/sycl.hpp>
 #include <thread>
 #include <type_traits>
+
+#include "test_support.hpp"
 
 namespace {
 
@@ -183,8 +183,9 @@ TEST(BufferHostGetAccess, OlderHostFormWaitsForWritersAndHoldsLaterCommandsBack)
   sycl::event later;
   {
     auto acc = b.get_access<sycl::access_mode::read_write>();
-    static_assert(std::is_same_v<decltype(acc), sycl::accessor<int, 1, sycl::access_mode::read_write,
-                                                               sycl::target::host_buffer>>);
+    static_assert(
+        std::is_same_v<decltype(acc), sycl::accessor<int, 1, sycl::access_mode::read_write,
+                                                     sycl::target::host_buffer>>);
     EXPECT_FALSE(acc.is_placeholder());
     EXPECT_EQ(acc[5], 15);
     acc[0] = -1;

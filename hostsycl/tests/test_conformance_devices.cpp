@@ -1,16 +1,16 @@
 // Contexts, devices and queue shortcuts: the context capability queries, device partitioning
 // (which these devices refuse), and prefetch and mem_advise after dependency events.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
-
-#include "test_support.hpp"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <hostsycl/hostsycl.hpp>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "test_support.hpp"
 
 namespace {
 
@@ -76,9 +76,11 @@ std::pair<sycl::errc, std::string> refusal_of(F&& f) {
 TEST(DevicePartition, CreateSubDevicesThrowsFeatureNotSupportedWithAMessage) {
   sycl::device d{sycl::cpu_selector_v};
   namespace ip = sycl::info;
-  const auto equally = refusal_of([&] { d.create_sub_devices<ip::partition_property::partition_equally>(2); });
+  const auto equally =
+      refusal_of([&] { d.create_sub_devices<ip::partition_property::partition_equally>(2); });
   const auto counts = refusal_of([&] {
-    d.create_sub_devices<ip::partition_property::partition_by_counts>(std::vector<std::size_t>{1, 1});
+    d.create_sub_devices<ip::partition_property::partition_by_counts>(
+        std::vector<std::size_t>{1, 1});
   });
   const auto affinity = refusal_of([&] {
     d.create_sub_devices<ip::partition_property::partition_by_affinity_domain>(
@@ -89,8 +91,9 @@ TEST(DevicePartition, CreateSubDevicesThrowsFeatureNotSupportedWithAMessage) {
     EXPECT_FALSE(message.empty());
   }
   sycl::device gpu = hostsycl::emulated_gpu("emu-a6");
-  EXPECT_EQ(refusal_of([&] { gpu.create_sub_devices<ip::partition_property::partition_equally>(2); })
-                .first,
+  EXPECT_EQ(refusal_of([&] {
+              gpu.create_sub_devices<ip::partition_property::partition_equally>(2);
+            }).first,
             sycl::errc::feature_not_supported);
 }
 

@@ -1,9 +1,9 @@
 // Events: which asynchronous errors wait and wait_and_throw deliver, and the common reference
 // semantics (equality and hashing) of events, queues, contexts, devices and platforms.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <functional>
+#include <hostsycl/hostsycl.hpp>
 #include <stdexcept>
 #include <vector>
 
@@ -15,7 +15,8 @@ sycl::async_handler count_into(int& count) {
 }
 
 sycl::event failing_task(sycl::queue& q) {
-  return q.submit([](sycl::handler& h) { h.host_task([] { throw std::runtime_error("failed"); }); });
+  return q.submit(
+      [](sycl::handler& h) { h.host_task([] { throw std::runtime_error("failed"); }); });
 }
 
 TEST(EventErrors, WaitDeliversNoAsynchronousError) {

@@ -1,11 +1,11 @@
 // Work-group copies between global and local memory (async_work_group_copy, device_event,
 // wait_for) and the joint scans over memory.
 #include <gtest/gtest.h>
-#include <sycl/sycl.hpp>
 
 #include <algorithm>
 #include <limits>
 #include <numeric>
+#include <sycl/sycl.hpp>
 #include <type_traits>
 #include <vector>
 

@@ -1,7 +1,7 @@
 // range and id: the element-wise logical, relational, unary and increment operators.
 #include <gtest/gtest.h>
-#include <sycl/sycl.hpp>
 
+#include <sycl/sycl.hpp>
 #include <type_traits>
 
 namespace {
@@ -23,9 +23,9 @@ Index make(F f) {
 TYPED_TEST(IndexOperators, RelationalOperatorsCompareElementByElement) {
   using I = TypeParam;
   const I a = make<I>([](int d) { return std::size_t(d + 1); });  // 1 2 3
-  const I b = make<I>([](int) { return std::size_t(2); });         // 2 2 2
+  const I b = make<I>([](int) { return std::size_t(2); });        // 2 2 2
   static_assert(std::is_same_v<decltype(a < b), I>);
-  const I lt = a < b, gt = a > b, le = a <= b, ge = a >= b;
+  const I lt = a<b, gt = a> b, le = a <= b, ge = a >= b;
   for (int d = 0; d < I::dimensions; ++d) {
     EXPECT_EQ(lt[d], a[d] < b[d] ? 1u : 0u);
     EXPECT_EQ(gt[d], a[d] > b[d] ? 1u : 0u);

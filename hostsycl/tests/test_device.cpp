@@ -1,8 +1,8 @@
 // Devices, profiles, selectors and device information.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <algorithm>
+#include <hostsycl/hostsycl.hpp>
 #include <set>
 
 namespace {
@@ -118,7 +118,8 @@ TEST(Devices, QueueWithADeviceOutsideItsContextIsRefused) {
 
 TEST(Devices, ProfilingIsNotSupported) {
   try {
-    sycl::queue q{sycl::cpu_selector_v, sycl::property_list{sycl::property::queue::enable_profiling{}}};
+    sycl::queue q{sycl::cpu_selector_v,
+                  sycl::property_list{sycl::property::queue::enable_profiling{}}};
     FAIL() << "expected an exception";
   } catch (const sycl::exception& e) {
     EXPECT_EQ(e.code(), sycl::errc::feature_not_supported);

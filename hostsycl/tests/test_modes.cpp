@@ -1,8 +1,8 @@
 // Strict mode stops on misuse a device cannot report; stress mode reorders independent commands.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <atomic>
+#include <hostsycl/hostsycl.hpp>
 #include <vector>
 
 namespace {

@@ -1,14 +1,13 @@
 // nd_range kernels: work-group barriers, local memory, group and sub-group functions.
 #include <gtest/gtest.h>
+
 #include <hostsycl/hostsycl.hpp>
-
-#include "test_support.hpp"
-
 #include <numeric>
 #include <random>
 #include <vector>
 
 #include "test_scale.hpp"
+#include "test_support.hpp"
 
 namespace {
 
@@ -22,7 +21,8 @@ using test_support::code_of;
 // Multi-group inclusive scan: scan each group in local memory with barriers, scan the group
 // totals, then add each group's offset.
 TEST(NdRange, MultiGroupInclusiveScanMatchesTheSequentialScan) {
-  sycl::queue q{hostsycl::emulated_gpu("emu-a3"), sycl::property_list{sycl::property::queue::in_order{}}};
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3"),
+                sycl::property_list{sycl::property::queue::in_order{}}};
   constexpr std::size_t wg = 256, groups = 256 / test_scale::divisor, n = wg * groups;
   std::vector<long> input(n);
   std::mt19937 rng(7);
@@ -49,7 +49,8 @@ TEST(NdRange, MultiGroupInclusiveScanMatchesTheSequentialScan) {
   q.submit([&](sycl::handler& h) {
     h.parallel_for(sycl::nd_range<1>(groups, groups), [=](sycl::nd_item<1> it) {
       const long x = totals[it.get_global_id(0)];
-      totals[it.get_global_id(0)] = sycl::exclusive_scan_over_group(it.get_group(), x, sycl::plus<long>());
+      totals[it.get_global_id(0)] =
+          sycl::exclusive_scan_over_group(it.get_group(), x, sycl::plus<long>());
     });
   });
   q.parallel_for(sycl::nd_range<1>(n, wg), [=](sycl::nd_item<1> it) {
@@ -141,7 +142,8 @@ TEST(SubGroups, KernelWithoutRequirementRunsAtThePreferredSize) {
 TEST(SubGroups, RequiredSizeTheDeviceLacksIsRefusedAtSubmission) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
   EXPECT_EQ(code_of([&] {
-              q.parallel_for<sub_group_probe<8>>(sycl::nd_range<1>(64, 64), [=](sycl::nd_item<1>) {});
+              q.parallel_for<sub_group_probe<8>>(sycl::nd_range<1>(64, 64),
+                                                 [=](sycl::nd_item<1>) {});
             }),
             sycl::errc::kernel_not_supported);
 }
@@ -162,8 +164,8 @@ TEST(SubGroups, SelectAndShiftRightAndWorkGroupBroadcast) {
     const std::size_t first = g / 16 * 16, k = g % 16;
     ASSERT_EQ(out[g], static_cast<float>(first + (k + 3) % 16));
     if (k >= 2) {
-          ASSERT_EQ(out[n + g], static_cast<float>(g - 2));
-        }
+      ASSERT_EQ(out[n + g], static_cast<float>(g - 2));
+    }
     ASSERT_EQ(out[2 * n + g], static_cast<float>(g / 32 * 32 + 5));
   }
   sycl::free(out, q);
@@ -178,14 +180,17 @@ TEST(NdRange, TwoAndThreeDimensionalIdsAreConsistent) {
   q.parallel_for(ndr, [=](sycl::nd_item<3> it) {
      bool ok = true;
      for (int d = 0; d < 3; ++d)
-       ok = ok && it.get_global_id(d) == it.get_group(d) * it.get_local_range(d) + it.get_local_id(d);
+       ok = ok &&
+            it.get_global_id(d) == it.get_group(d) * it.get_local_range(d) + it.get_local_id(d);
      ok = ok && it.get_global_linear_id() ==
                     (it.get_global_id(0) * 6 + it.get_global_id(1)) * 8 + it.get_global_id(2);
      ok = ok && it.get_local_linear_id() ==
                     (it.get_local_id(0) * 3 + it.get_local_id(1)) * 4 + it.get_local_id(2);
-     ok = ok && it.get_group_linear_id() == (it.get_group(0) * 2 + it.get_group(1)) * 2 + it.get_group(2);
+     ok = ok &&
+          it.get_group_linear_id() == (it.get_group(0) * 2 + it.get_group(1)) * 2 + it.get_group(2);
      ok = ok && it.get_global_linear_id() < n;
-     if (!ok) sycl::atomic_ref<int, sycl::memory_order::relaxed, sycl::memory_scope::device>(*bad)++;
+     if (!ok)
+       sycl::atomic_ref<int, sycl::memory_order::relaxed, sycl::memory_scope::device>(*bad)++;
    }).wait();
   EXPECT_EQ(*bad, 0);
   sycl::free(bad, q);
@@ -195,8 +200,9 @@ TEST(NdRange, IndivisibleRangeAndOversizedGroupAreRefused) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
   EXPECT_EQ(code_of([&] { q.parallel_for(sycl::nd_range<1>(100, 32), [=](sycl::nd_item<1>) {}); }),
             sycl::errc::nd_range);
-  EXPECT_EQ(code_of([&] { q.parallel_for(sycl::nd_range<1>(2048, 1024), [=](sycl::nd_item<1>) {}); }),
-            sycl::errc::nd_range);
+  EXPECT_EQ(
+      code_of([&] { q.parallel_for(sycl::nd_range<1>(2048, 1024), [=](sycl::nd_item<1>) {}); }),
+      sycl::errc::nd_range);
   q.parallel_for(sycl::nd_range<1>(0, 32), [=](sycl::nd_item<1>) {}).wait();
 }
 

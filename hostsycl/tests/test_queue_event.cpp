@@ -1,13 +1,13 @@
 // Queues, events, host tasks and asynchronous errors.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
-
-#include "test_support.hpp"
 
 #include <atomic>
 #include <chrono>
+#include <hostsycl/hostsycl.hpp>
 #include <thread>
 #include <vector>
+
+#include "test_support.hpp"
 
 namespace {
 
@@ -15,7 +15,8 @@ TEST(Queues, InOrderQueueRunsCommandsInSubmissionOrder) {
   sycl::queue q{sycl::cpu_selector_v, sycl::property_list{sycl::property::queue::in_order{}}};
   EXPECT_TRUE(q.is_in_order());
   std::vector<int> order;
-  for (int i = 0; i < 50; ++i) q.submit([&, i](sycl::handler& h) { h.host_task([&, i] { order.push_back(i); }); });
+  for (int i = 0; i < 50; ++i)
+    q.submit([&, i](sycl::handler& h) { h.host_task([&, i] { order.push_back(i); }); });
   q.wait();
   ASSERT_EQ(order.size(), 50u);
   for (int i = 0; i < 50; ++i) EXPECT_EQ(order[i], i);
@@ -145,7 +146,8 @@ TEST(AsyncErrors, HostTaskExceptionReachesTheQueueHandlerOnce) {
 
 TEST(AsyncErrors, EventWaitAndThrowDeliversToTheQueueOfTheEvent) {
   int count = 0;
-  sycl::queue q{sycl::cpu_selector_v, [&](sycl::exception_list list) { count += static_cast<int>(list.size()); }};
+  sycl::queue q{sycl::cpu_selector_v,
+                [&](sycl::exception_list list) { count += static_cast<int>(list.size()); }};
   auto e = q.submit([](sycl::handler& h) { h.host_task([] { throw 7; }); });
   e.wait_and_throw();
   EXPECT_EQ(count, 1);
@@ -194,7 +196,9 @@ TEST(Kernels, MultiDimensionalRangesLineariseRightMostFastest) {
       for (std::size_t k = 0; k < n2; ++k)
         ASSERT_EQ(a[(i * n1 + j) * n2 + k], static_cast<int>(i * 10000 + j * 100 + k));
   int* b = sycl::malloc_shared<int>(n0 * n1, q);
-  q.parallel_for(sycl::range<2>(n0, n1), [=](sycl::id<2> i) { b[i[0] * n1 + i[1]] = static_cast<int>(i[0] + i[1]); }).wait();
+  q.parallel_for(sycl::range<2>(n0, n1), [=](sycl::id<2> i) {
+     b[i[0] * n1 + i[1]] = static_cast<int>(i[0] + i[1]);
+   }).wait();
   for (std::size_t i = 0; i < n0; ++i)
     for (std::size_t j = 0; j < n1; ++j) ASSERT_EQ(b[i * n1 + j], static_cast<int>(i + j));
   sycl::free(a, q);

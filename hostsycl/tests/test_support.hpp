@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-
 #include <sycl/sycl.hpp>
 
 namespace test_support {

@@ -1,7 +1,7 @@
 // USM allocation, pointer queries, limits and injected failures.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
+#include <hostsycl/hostsycl.hpp>
 #include <vector>
 
 namespace {
@@ -126,7 +126,8 @@ TEST(Usm, DeviceOutsideTheContextIsRefused) {
 }
 
 TEST(Usm, MemcpyMemsetFillAndCopyMoveTheRightBytes) {
-  sycl::queue q{hostsycl::emulated_gpu("emu-a3"), sycl::property_list{sycl::property::queue::in_order{}}};
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3"),
+                sycl::property_list{sycl::property::queue::in_order{}}};
   constexpr std::size_t n = 1000;
   int* d = sycl::malloc_device<int>(n, q);
   int* s = sycl::malloc_shared<int>(n, q);

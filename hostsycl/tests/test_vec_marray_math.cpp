@@ -1,8 +1,8 @@
 // vec, marray and the math built-ins against plain scalar arithmetic.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cmath>
+#include <hostsycl/hostsycl.hpp>
 
 namespace {
 

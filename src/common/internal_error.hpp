@@ -5,9 +5,8 @@
 #pragma once
 
 #include <cstdio>
-#include <source_location>
-
 #include <orvane/vrt/sparse.hpp>
+#include <source_location>
 
 namespace orvane::vrt::sparse {
 
@@ -18,8 +17,8 @@ inline constexpr const char* internal_error_text = "internal error";
     const char* function, const char* text,
     std::source_location where = std::source_location::current()) {
 #if defined(VRT_INTERNAL_ERROR_PLACES)
-  std::fprintf(stderr, "vrt_sycl_sparse: %s: %s at %s:%u (%s)\n", function, text,
-               where.file_name(), static_cast<unsigned>(where.line()), where.function_name());
+  std::fprintf(stderr, "vrt_sycl_sparse: %s: %s at %s:%u (%s)\n", function, text, where.file_name(),
+               static_cast<unsigned>(where.line()), where.function_name());
 #else
   (void)where;
 #endif

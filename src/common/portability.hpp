@@ -6,9 +6,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <type_traits>
-
 #include <sycl/sycl.hpp>
+#include <type_traits>
 
 #ifdef HOSTSYCL
 #include <hostsycl/hostsycl.hpp>
@@ -170,14 +169,26 @@ struct simd {
       if (mask[i]) base[offsets[i]] = lanes[i];
   }
 
-  friend simd operator+(const simd& a, const simd& b) { return zip(a, b, [](T x, T y) { return x + y; }); }
-  friend simd operator-(const simd& a, const simd& b) { return zip(a, b, [](T x, T y) { return x - y; }); }
-  friend simd operator*(const simd& a, const simd& b) { return zip(a, b, [](T x, T y) { return x * y; }); }
+  friend simd operator+(const simd& a, const simd& b) {
+    return zip(a, b, [](T x, T y) { return x + y; });
+  }
+  friend simd operator-(const simd& a, const simd& b) {
+    return zip(a, b, [](T x, T y) { return x - y; });
+  }
+  friend simd operator*(const simd& a, const simd& b) {
+    return zip(a, b, [](T x, T y) { return x * y; });
+  }
   simd& operator+=(const simd& b) { return *this = *this + b; }
 
-  friend simd_mask<N> operator<(const simd& a, const simd& b) { return compare(a, b, [](T x, T y) { return x < y; }); }
-  friend simd_mask<N> operator<=(const simd& a, const simd& b) { return compare(a, b, [](T x, T y) { return x <= y; }); }
-  friend simd_mask<N> operator==(const simd& a, const simd& b) { return compare(a, b, [](T x, T y) { return x == y; }); }
+  friend simd_mask<N> operator<(const simd& a, const simd& b) {
+    return compare(a, b, [](T x, T y) { return x < y; });
+  }
+  friend simd_mask<N> operator<=(const simd& a, const simd& b) {
+    return compare(a, b, [](T x, T y) { return x <= y; });
+  }
+  friend simd_mask<N> operator==(const simd& a, const simd& b) {
+    return compare(a, b, [](T x, T y) { return x == y; });
+  }
 
  private:
   template <typename F>

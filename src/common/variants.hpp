@@ -19,9 +19,10 @@
 #include "common/internal_types.hpp"
 
 // X(letter, T, extra...) for every value type.
-#define VRT_FOR_EACH_VALUE(X, ...)                                               \
-  X(s, float, __VA_ARGS__) X(d, double, __VA_ARGS__) X(c, std::complex<float>, __VA_ARGS__) \
-  X(z, std::complex<double>, __VA_ARGS__)
+#define VRT_FOR_EACH_VALUE(X, ...) \
+  X(s, float, __VA_ARGS__)         \
+  X(d, double, __VA_ARGS__)        \
+  X(c, std::complex<float>, __VA_ARGS__) X(z, std::complex<double>, __VA_ARGS__)
 
 #define VRT_BOTH_INDEX_WIDTHS(p, T, X, ...) \
   X(p, T, i4, std::int32_t, __VA_ARGS__) X(p, T, i8, std::int64_t, __VA_ARGS__)
@@ -30,10 +31,10 @@
 #define VRT_FOR_EACH_VARIANT(X, ...) VRT_FOR_EACH_VALUE(VRT_BOTH_INDEX_WIDTHS, X, __VA_ARGS__)
 
 // X(T, I, C) for the two index widths and both memory models of value type T.
-#define VRT_FOR_EACH_INSTANCE(T, X)                                                      \
-  X(T, std::int32_t, ::orvane::vrt::sparse::container_usm)                               \
-  X(T, std::int32_t, ::orvane::vrt::sparse::container_buffer)                            \
-  X(T, std::int64_t, ::orvane::vrt::sparse::container_usm)                               \
+#define VRT_FOR_EACH_INSTANCE(T, X)                           \
+  X(T, std::int32_t, ::orvane::vrt::sparse::container_usm)    \
+  X(T, std::int32_t, ::orvane::vrt::sparse::container_buffer) \
+  X(T, std::int64_t, ::orvane::vrt::sparse::container_usm)    \
   X(T, std::int64_t, ::orvane::vrt::sparse::container_buffer)
 
 // X(T, I, C) for every instance of every value type, for families instantiated in one unit.

@@ -115,22 +115,21 @@ sycl::buffer<U, 1>* convert_sub_type(sycl::buffer<unsigned char, 1>* workspace,
 
 // Containers hold the value types, the index types and bytes; every function above is
 // instantiated for each of them here and nowhere else.
-#define VRT_CONTAINER_FUNCTIONS(T)                                                              \
-  template void* allocate_device_container<T>(std::size_t, sycl::queue&, containerType);        \
-  template void* allocate_shared_container<T>(std::size_t, sycl::queue&, containerType);        \
-  template void* allocate_host_container<T>(std::size_t, sycl::queue&, containerType);          \
-  template void deallocate_container<T>(void*, const sycl::context&, containerType);            \
-  template sycl::event fill_container<T>(sycl::queue&, T*, const T&, std::size_t,               \
-                                         const std::vector<sycl::event>&);                      \
-  template sycl::event fill_container<T>(sycl::queue&, sycl::buffer<T, 1>*, const T&,           \
-                                         std::size_t, const std::vector<sycl::event>&);         \
-  template sycl::event copy_container<T>(sycl::queue&, const T*, T*, std::size_t,               \
-                                         const std::vector<sycl::event>&);                      \
-  template sycl::event copy_container<T>(sycl::queue&, sycl::buffer<T, 1>*,                     \
-                                         sycl::buffer<T, 1>*, std::size_t,                      \
-                                         const std::vector<sycl::event>&);                      \
-  template T* convert_sub_type<unsigned char, T>(void*, std::size_t, std::size_t, std::size_t); \
-  template sycl::buffer<T, 1>* convert_sub_type<unsigned char, T>(                              \
+#define VRT_CONTAINER_FUNCTIONS(T)                                                                 \
+  template void* allocate_device_container<T>(std::size_t, sycl::queue&, containerType);           \
+  template void* allocate_shared_container<T>(std::size_t, sycl::queue&, containerType);           \
+  template void* allocate_host_container<T>(std::size_t, sycl::queue&, containerType);             \
+  template void deallocate_container<T>(void*, const sycl::context&, containerType);               \
+  template sycl::event fill_container<T>(sycl::queue&, T*, const T&, std::size_t,                  \
+                                         const std::vector<sycl::event>&);                         \
+  template sycl::event fill_container<T>(sycl::queue&, sycl::buffer<T, 1>*, const T&, std::size_t, \
+                                         const std::vector<sycl::event>&);                         \
+  template sycl::event copy_container<T>(sycl::queue&, const T*, T*, std::size_t,                  \
+                                         const std::vector<sycl::event>&);                         \
+  template sycl::event copy_container<T>(sycl::queue&, sycl::buffer<T, 1>*, sycl::buffer<T, 1>*,   \
+                                         std::size_t, const std::vector<sycl::event>&);            \
+  template T* convert_sub_type<unsigned char, T>(void*, std::size_t, std::size_t, std::size_t);    \
+  template sycl::buffer<T, 1>* convert_sub_type<unsigned char, T>(                                 \
       sycl::buffer<unsigned char, 1>*, std::size_t, std::size_t, std::size_t);
 #define VRT_CONTAINER_FUNCTIONS_OF_VALUE(p, T, unused) VRT_CONTAINER_FUNCTIONS(T)
 VRT_FOR_EACH_VALUE(VRT_CONTAINER_FUNCTIONS_OF_VALUE, 0)

@@ -5,11 +5,9 @@
 #include <complex>
 #include <cstddef>
 #include <new>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/internal_types.hpp"
 

@@ -3,9 +3,8 @@
 #include "containers/prefix_sum.hpp"
 
 #include <algorithm>
-#include <type_traits>
-
 #include <orvane/vrt/sparse.hpp>
+#include <type_traits>
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
@@ -118,12 +117,14 @@ sycl::event submit_join(sycl::queue& queue, container_t<C, I> data, container_t<
     auto t = bind(h, total, sycl::write_only);
     auto sums = bind(h, partial, sycl::read_only);
     const std::size_t count = s.count;
-    h.parallel_for<prefix_sum_join_kernel<I, C>>(
-        sycl::nd_range<1>(s.global, s.local), [=](sycl::nd_item<1> it) {
-          const std::size_t g = it.get_global_id(0);
-          if (g < count) raw(d)[g] += raw(sums)[it.get_group(0)];
-          if (g == count - 1) raw(t)[0] = static_cast<long>(raw(d)[g]);
-        });
+    h.parallel_for<prefix_sum_join_kernel<I, C>>(sycl::nd_range<1>(s.global, s.local),
+                                                 [=](sycl::nd_item<1> it) {
+                                                   const std::size_t g = it.get_global_id(0);
+                                                   if (g < count)
+                                                     raw(d)[g] += raw(sums)[it.get_group(0)];
+                                                   if (g == count - 1)
+                                                     raw(t)[0] = static_cast<long>(raw(d)[g]);
+                                                 });
   });
 }
 
@@ -173,9 +174,8 @@ sycl::event prefix_sum(sycl::queue& queue, int* data, std::size_t count, contain
                        long* total, const std::vector<sycl::event>& deps) {
   return scan_container<int, container_usm>(queue, data, count, container, total, deps);
 }
-sycl::event prefix_sum(sycl::queue& queue, long* data, std::size_t count,
-                       containerType container, long* total,
-                       const std::vector<sycl::event>& deps) {
+sycl::event prefix_sum(sycl::queue& queue, long* data, std::size_t count, containerType container,
+                       long* total, const std::vector<sycl::event>& deps) {
   return scan_container<long, container_usm>(queue, data, count, container, total, deps);
 }
 sycl::event prefix_sum(sycl::queue& queue, sycl::buffer<int, 1>* data, std::size_t count,
@@ -198,8 +198,8 @@ sycl::event copy_and_adjust_indexing(sycl::queue& queue, I index_a, I index_b, I
   if (delta == 0) return copy_container<I>(queue, src, dst, count, deps);
   return queue.submit([&](sycl::handler& h) {
     h.depends_on(deps);
-    h.parallel_for<copy_and_adjust_indexing_kernel<I>>(sycl::range<1>(count),
-                                                       [=](sycl::id<1> i) { dst[i] = src[i] + delta; });
+    h.parallel_for<copy_and_adjust_indexing_kernel<I>>(
+        sycl::range<1>(count), [=](sycl::id<1> i) { dst[i] = src[i] + delta; });
   });
 }
 

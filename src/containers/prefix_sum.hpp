@@ -2,9 +2,8 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/internal_types.hpp"
 
@@ -15,9 +14,8 @@ namespace orvane::vrt::sparse {
 // for its last kernel before it returns. An empty array gets a total of zero.
 sycl::event prefix_sum(sycl::queue& queue, int* data, std::size_t count, containerType container,
                        long* total, const std::vector<sycl::event>& deps);
-sycl::event prefix_sum(sycl::queue& queue, long* data, std::size_t count,
-                       containerType container, long* total,
-                       const std::vector<sycl::event>& deps);
+sycl::event prefix_sum(sycl::queue& queue, long* data, std::size_t count, containerType container,
+                       long* total, const std::vector<sycl::event>& deps);
 sycl::event prefix_sum(sycl::queue& queue, sycl::buffer<int, 1>* data, std::size_t count,
                        containerType container, sycl::buffer<long, 1>* total,
                        const std::vector<sycl::event>& deps);
@@ -30,7 +28,6 @@ sycl::event prefix_sum(sycl::queue& queue, sycl::buffer<long, 1>* data, std::siz
 template <typename I>
 sycl::event copy_and_adjust_indexing(sycl::queue& queue, I index_a, I index_b, I index_c,
                                      const I* src, I* dst, std::size_t count,
-                                     containerType container,
-                                     const std::vector<sycl::event>& deps);
+                                     containerType container, const std::vector<sycl::event>& deps);
 
 }  // namespace orvane::vrt::sparse

@@ -4,10 +4,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <sycl/sycl.hpp>
 #include <type_traits>
 #include <vector>
-
-#include <sycl/sycl.hpp>
 
 #include "common/internal_types.hpp"
 

@@ -2,8 +2,8 @@
 // engine's matrix, and its in-place ordering of rows.
 #pragma once
 
-#include "cpu/host_calls.hpp"
 #include "cpu/entry_points.hpp"
+#include "cpu/host_calls.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 
@@ -22,9 +22,8 @@ sycl::event hint_and_optimize(sycl::queue& queue, matrix_handle* A, const char* 
   host_matrix_t matrix = A->host_matrix;
   run_host_call<C>(queue, word, chain,
                    [&](sycl::handler&) { return [=] { return hint(matrix); }; });
-  run_host_call<C>(queue, word, {}, [&](sycl::handler&) {
-    return [=] { return engine<T, I>::optimize(matrix); };
-  });
+  run_host_call<C>(queue, word, {},
+                   [&](sycl::handler&) { return [=] { return engine<T, I>::optimize(matrix); }; });
   return sycl::event();
 }
 }  // namespace detail
@@ -40,8 +39,8 @@ sycl::event optimize_gemv_impl(sycl::queue& queue, transpose op, matrix_handle* 
 }
 
 template <typename T, typename I, containerType C>
-sycl::event optimize_trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg,
-                               matrix_handle* A, const event_list& deps) {
+sycl::event optimize_trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, matrix_handle* A,
+                               const event_list& deps) {
   const host_operation_t hop = host_operation(op, "optimize_trmv");
   const host_matrix_descr d = triangular_descr(ul, dg, "optimize_trmv");
   return detail::hint_and_optimize<T, I, C>(queue, A, "optimize_trmv", deps, [=](host_matrix_t m) {
@@ -50,8 +49,8 @@ sycl::event optimize_trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag d
 }
 
 template <typename T, typename I, containerType C>
-sycl::event optimize_trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg,
-                               matrix_handle* A, const event_list& deps) {
+sycl::event optimize_trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, matrix_handle* A,
+                               const event_list& deps) {
   const host_operation_t hop = host_operation(op, "optimize_trsv");
   const host_matrix_descr d = triangular_descr(ul, dg, "optimize_trsv");
   return detail::hint_and_optimize<T, I, C>(queue, A, "optimize_trsv", deps, [=](host_matrix_t m) {
@@ -61,8 +60,7 @@ sycl::event optimize_trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag d
 
 template <typename T, typename I, containerType C>
 sycl::event optimize_trsm_impl(sycl::queue& queue, layout lay, uplo ul, transpose op, diag dg,
-                               matrix_handle* A, std::int64_t columns,
-                               const event_list& deps) {
+                               matrix_handle* A, std::int64_t columns, const event_list& deps) {
   if (A->primary != nullptr && A->primary->format != format_csr)
     throw unimplemented("sparse", "optimize_trsm",
                         "currently only supports the CSR matrix format on CPU devices");
@@ -76,8 +74,7 @@ sycl::event optimize_trsm_impl(sycl::queue& queue, layout lay, uplo ul, transpos
 }
 
 template <typename T, typename I, containerType C>
-sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A,
-                             const event_list& deps) {
+sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A, const event_list& deps) {
   sparseStructure* s = A->primary;
   if (s->format == format_coo)
     throw unimplemented("sparse", "sort_matrix",
@@ -88,25 +85,24 @@ sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A,
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, "sort_matrix", chain);
   host_matrix_t matrix = A->host_matrix;
-  run_host_call<C>(queue, "sort_matrix", chain, [&](sycl::handler&) {
-    return [=] { return engine<T, I>::do_order(matrix); };
-  });
+  run_host_call<C>(queue, "sort_matrix", chain,
+                   [&](sycl::handler&) { return [=] { return engine<T, I>::do_order(matrix); }; });
   s->sorted = 1;
   return sycl::event();
 }
 
 }  // namespace orvane::vrt::sparse::cpu
 
-#define VRT_INSTANTIATE_CPU_ANALYSIS(T, I, C)                                                    \
-  namespace orvane::vrt::sparse::cpu {                                                           \
-  template sycl::event optimize_gemv_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,      \
-                                                   const event_list&);                           \
-  template sycl::event optimize_trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \
-                                                   matrix_handle*, const event_list&);           \
-  template sycl::event optimize_trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \
-                                                   matrix_handle*, const event_list&);           \
-  template sycl::event optimize_trsm_impl<T, I, C>(sycl::queue&, layout, uplo, transpose, diag,  \
-                                                   matrix_handle*, std::int64_t,                 \
-                                                   const event_list&);                           \
+#define VRT_INSTANTIATE_CPU_ANALYSIS(T, I, C)                                                      \
+  namespace orvane::vrt::sparse::cpu {                                                             \
+  template sycl::event optimize_gemv_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,        \
+                                                   const event_list&);                             \
+  template sycl::event optimize_trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,            \
+                                                   matrix_handle*, const event_list&);             \
+  template sycl::event optimize_trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,            \
+                                                   matrix_handle*, const event_list&);             \
+  template sycl::event optimize_trsm_impl<T, I, C>(sycl::queue&, layout, uplo, transpose, diag,    \
+                                                   matrix_handle*, std::int64_t,                   \
+                                                   const event_list&);                             \
   template sycl::event sort_matrix_impl<T, I, C>(sycl::queue&, matrix_handle*, const event_list&); \
   }

@@ -4,11 +4,9 @@
 #pragma once
 
 #include <functional>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "cpu/engine_calls.hpp"
@@ -49,8 +47,10 @@ inline host_matrix_descr general_descr() {
 inline host_matrix_descr triangular_descr(uplo ul, diag dg, const char* function,
                                           const char* uplo_word = "uplo_flag") {
   if (ul != uplo::lower && ul != uplo::upper) throw invalid_argument("sparse", function, uplo_word);
-  if (dg != diag::nonunit && dg != diag::unit) throw invalid_argument("sparse", function, "diag_flag");
-  return {HOST_MATRIX_TYPE_TRIANGULAR, ul == uplo::lower ? HOST_FILL_MODE_LOWER : HOST_FILL_MODE_UPPER,
+  if (dg != diag::nonunit && dg != diag::unit)
+    throw invalid_argument("sparse", function, "diag_flag");
+  return {HOST_MATRIX_TYPE_TRIANGULAR,
+          ul == uplo::lower ? HOST_FILL_MODE_LOWER : HOST_FILL_MODE_UPPER,
           dg == diag::unit ? HOST_DIAG_UNIT : HOST_DIAG_NON_UNIT};
 }
 
@@ -104,8 +104,7 @@ void ensure_host_matrix(sycl::queue& queue, matrix_handle* A, const char* word,
     auto rows = bind(h, as_container<C, I>(s->row_ptr), sycl::read_write);
     auto cols = bind(h, as_container<C, I>(s->col_ind), sycl::read_write);
     // A structure without values has no value array to bind.
-    if (s->values == nullptr)
-      return [=] { return create(raw(rows), raw(cols), nullptr); };
+    if (s->values == nullptr) return [=] { return create(raw(rows), raw(cols), nullptr); };
     auto vals = bind(h, as_container<C, T>(s->values), sycl::read_write);
     return [=] { return create(raw(rows), raw(cols), raw(vals)); };
   });

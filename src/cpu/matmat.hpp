@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "cpu/host_calls.hpp"
 #include "cpu/entry_points.hpp"
+#include "cpu/host_calls.hpp"
 #include "handle/matmat_descr.hpp"
 #include "handle/visit_variant.hpp"
 
@@ -58,20 +58,20 @@ void export_product(sycl::queue& queue, matrix_handle* Cm, bool with_values) {
       int base = 0;
       I prows = 0, pcols = 0, *starts = nullptr, *ends = nullptr, *cols = nullptr;
       T* vals = nullptr;
-      sparse_status_t status = engine<T, I>::export_csr(product, &base, &prows, &pcols, &starts,
-                                                         &ends, &cols, &vals);
+      sparse_status_t status =
+          engine<T, I>::export_csr(product, &base, &prows, &pcols, &starts, &ends, &cols, &vals);
       if (status != SPARSE_STATUS_SUCCESS) return status;
       if (prows != rows) return SPARSE_STATUS_INVALID_VALUE;
       const I delta = target_base - static_cast<I>(base);
-      for (std::int64_t i = 0; i <= rows; ++i) row_ptr[i] = (i < rows ? starts[i] : ends[rows - 1]) + delta;
+      for (std::int64_t i = 0; i <= rows; ++i)
+        row_ptr[i] = (i < rows ? starts[i] : ends[rows - 1]) + delta;
       const I count = rows > 0 ? ends[rows - 1] - starts[0] : 0;
       if (col_ind != nullptr)
         for (I k = 0; k < count; ++k) col_ind[k] = cols[k] + delta;
       if (values != nullptr) std::copy(vals, vals + count, values);
       return SPARSE_STATUS_SUCCESS;
     };
-    if (s->col_ind == nullptr)
-      return [=] { return copy_structure(raw(rp), nullptr, nullptr); };
+    if (s->col_ind == nullptr) return [=] { return copy_structure(raw(rp), nullptr, nullptr); };
     auto ci = bind(h, as_container<C, I>(s->col_ind), sycl::write_only);
     if (!with_values || s->values == nullptr)
       return [=] { return copy_structure(raw(rp), raw(ci), nullptr); };
@@ -108,7 +108,10 @@ sycl::event product_request(sycl::queue& queue, matrix_handle* A, matrix_handle*
       host_matrix_t* product = &Cm->host_matrix;
       const host_request_t hr = host_request(request);
       run_host_call<C>(queue, "matmat", chain, [&](sycl::handler&) {
-        return [=] { return engine<T, I>::sp2m(op_a, general_descr(), a, op_b, general_descr(), b, hr, product); };
+        return [=] {
+          return engine<T, I>::sp2m(op_a, general_descr(), a, op_b, general_descr(), b, hr,
+                                    product);
+        };
       });
       Cm->host_matrix_is_product = true;
       return sycl::event();
@@ -126,10 +129,12 @@ sycl::event product_request(sycl::queue& queue, matrix_handle* A, matrix_handle*
     case matmat_request::finalize_structure:
     case matmat_request::finalize:
       if (Cm->host_matrix == nullptr)
-        throw computation_error("sparse", "matmat",
-                                request == matmat_request::finalize
-                                    ? "It appears you have not called matmat compute stage before finalize stage"
-                                    : "It appears you have not called matmat compute or compute_structure stage before finalize_structure stage");
+        throw computation_error(
+            "sparse", "matmat",
+            request == matmat_request::finalize
+                ? "It appears you have not called matmat compute stage before finalize stage"
+                : "It appears you have not called matmat compute or compute_structure stage before "
+                  "finalize_structure stage");
       for (auto& e : chain) e.wait();
       export_product<T, I, C>(queue, Cm, request == matmat_request::finalize);
       return sycl::event();

@@ -3,8 +3,8 @@
 
 #include <limits>
 
-#include "cpu/host_calls.hpp"
 #include "cpu/entry_points.hpp"
+#include "cpu/host_calls.hpp"
 
 namespace orvane::vrt::sparse::cpu {
 
@@ -32,8 +32,8 @@ inline void refuse_coo_layout(const sparseStructure* s, layout lay, const char* 
 // One engine call with dense operands x (read) and y (read and written), after the matrix.
 template <typename T, typename I, containerType C, typename Call>
 sycl::event call_with_vectors(sycl::queue& queue, matrix_handle* A, const char* word,
-                              container_t<C, T> x, container_t<C, T> y,
-                              const event_list& deps, Call&& call) {
+                              container_t<C, T> x, container_t<C, T> y, const event_list& deps,
+                              Call&& call) {
   primary_of(A, word);
   std::vector<sycl::event> chain = deps;
   ensure_host_matrix<T, I, C>(queue, A, word, chain);
@@ -49,8 +49,7 @@ sycl::event call_with_vectors(sycl::queue& queue, matrix_handle* A, const char* 
 
 template <typename T, typename I, containerType C>
 sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* A,
-                      container_t<C, T> x, T beta, container_t<C, T> y,
-                      const event_list& deps) {
+                      container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
   const host_operation_t hop = host_operation(op, "gemv");
   return detail::call_with_vectors<T, I, C>(
       queue, A, "gemv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
@@ -80,9 +79,8 @@ sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handl
 }
 
 template <typename T, typename I, containerType C>
-sycl::event symv_impl(sycl::queue& queue, uplo ul, T alpha, matrix_handle* A,
-                      container_t<C, T> x, T beta, container_t<C, T> y,
-                      const event_list& deps) {
+sycl::event symv_impl(sycl::queue& queue, uplo ul, T alpha, matrix_handle* A, container_t<C, T> x,
+                      T beta, container_t<C, T> y, const event_list& deps) {
   if (ul != uplo::lower && ul != uplo::upper) throw invalid_argument("sparse", "symv", "uplo_flag");
   const host_matrix_descr d{HOST_MATRIX_TYPE_SYMMETRIC,
                             ul == uplo::lower ? HOST_FILL_MODE_LOWER : HOST_FILL_MODE_UPPER,
@@ -94,9 +92,8 @@ sycl::event symv_impl(sycl::queue& queue, uplo ul, T alpha, matrix_handle* A,
 }
 
 template <typename T, typename I, containerType C>
-sycl::event trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha,
-                      matrix_handle* A, container_t<C, T> x, T beta, container_t<C, T> y,
-                      const event_list& deps) {
+sycl::event trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha, matrix_handle* A,
+                      container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
   const host_matrix_descr d = triangular_descr(ul, dg, "trmv");
   const host_operation_t hop = host_operation(op, "trmv");
   return detail::call_with_vectors<T, I, C>(
@@ -106,22 +103,21 @@ sycl::event trmv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alph
 }
 
 template <typename T, typename I, containerType C>
-sycl::event trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha,
-                      matrix_handle* A, container_t<C, T> x, container_t<C, T> y,
-                      const event_list& deps) {
+sycl::event trsv_impl(sycl::queue& queue, uplo ul, transpose op, diag dg, T alpha, matrix_handle* A,
+                      container_t<C, T> x, container_t<C, T> y, const event_list& deps) {
   const host_matrix_descr d = triangular_descr(ul, dg, "trsv");
   const host_operation_t hop = host_operation(op, "trsv");
-  return detail::call_with_vectors<T, I, C>(
-      queue, A, "trsv", x, y, deps, [=](host_matrix_t m, const T* xs, T* ys) {
-        return engine<T, I>::trsv(hop, alpha, m, d, xs, ys);
-      });
+  return detail::call_with_vectors<T, I, C>(queue, A, "trsv", x, y, deps,
+                                            [=](host_matrix_t m, const T* xs, T* ys) {
+                                              return engine<T, I>::trsv(hop, alpha, m, d, xs, ys);
+                                            });
 }
 
 template <typename T, typename I, containerType C>
 sycl::event trsm_impl(sycl::queue& queue, layout lay, transpose opA, transpose opX, uplo ul,
-                      diag dg, T alpha, matrix_handle* A, container_t<C, T> x,
-                      std::int64_t columns, std::int64_t ldx, container_t<C, T> y,
-                      std::int64_t ldy, const event_list& deps) {
+                      diag dg, T alpha, matrix_handle* A, container_t<C, T> x, std::int64_t columns,
+                      std::int64_t ldx, container_t<C, T> y, std::int64_t ldy,
+                      const event_list& deps) {
   if (ul != uplo::lower && ul != uplo::upper)
     throw invalid_argument("sparse", "trsm", "uplo_flag is invalid");
   if (!detail::fits<I>(columns) || !detail::fits<I>(ldx) || !detail::fits<I>(ldy))
@@ -143,9 +139,8 @@ sycl::event trsm_impl(sycl::queue& queue, layout lay, transpose opA, transpose o
 
 template <typename T, typename I, containerType C>
 sycl::event gemm_impl(sycl::queue& queue, layout lay, transpose opA, transpose opB, T alpha,
-                      matrix_handle* A, container_t<C, T> b, std::int64_t columns,
-                      std::int64_t ldb, T beta, container_t<C, T> c, std::int64_t ldc,
-                      const event_list& deps) {
+                      matrix_handle* A, container_t<C, T> b, std::int64_t columns, std::int64_t ldb,
+                      T beta, container_t<C, T> c, std::int64_t ldc, const event_list& deps) {
   if (opB != transpose::nontrans)
     throw unimplemented("sparse", "gemm",
                         "currently does not support non-transpose op on B/dense matrix");
@@ -163,29 +158,29 @@ sycl::event gemm_impl(sycl::queue& queue, layout lay, transpose opA, transpose o
 
 }  // namespace orvane::vrt::sparse::cpu
 
-#define VRT_INSTANTIATE_CPU_OPERATIONS(T, I, C)                                                  \
-  namespace orvane::vrt::sparse::cpu {                                                           \
-  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,            \
-                                          container_t<C, T>, T, container_t<C, T>,               \
-                                          const event_list&);                                    \
-  template sycl::event gemvdot_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,         \
-                                             container_t<C, T>, T, container_t<C, T>,            \
-                                             container_t<C, T>, const event_list&);              \
-  template sycl::event symv_impl<T, I, C>(sycl::queue&, uplo, T, matrix_handle*,                 \
-                                          container_t<C, T>, T, container_t<C, T>,               \
-                                          const event_list&);                                    \
-  template sycl::event trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                \
-                                          matrix_handle*, container_t<C, T>, T,                  \
-                                          container_t<C, T>, const event_list&);                 \
-  template sycl::event trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,                \
-                                          matrix_handle*, container_t<C, T>, container_t<C, T>,  \
-                                          const event_list&);                                    \
-  template sycl::event trsm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, uplo,      \
-                                          diag, T, matrix_handle*, container_t<C, T>,            \
-                                          std::int64_t, std::int64_t, container_t<C, T>,         \
-                                          std::int64_t, const event_list&);                      \
-  template sycl::event gemm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, T,         \
-                                          matrix_handle*, container_t<C, T>, std::int64_t,       \
-                                          std::int64_t, T, container_t<C, T>, std::int64_t,      \
-                                          const event_list&);                                    \
+#define VRT_INSTANTIATE_CPU_OPERATIONS(T, I, C)                                                   \
+  namespace orvane::vrt::sparse::cpu {                                                            \
+  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,             \
+                                          container_t<C, T>, T, container_t<C, T>,                \
+                                          const event_list&);                                     \
+  template sycl::event gemvdot_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,          \
+                                             container_t<C, T>, T, container_t<C, T>,             \
+                                             container_t<C, T>, const event_list&);               \
+  template sycl::event symv_impl<T, I, C>(sycl::queue&, uplo, T, matrix_handle*,                  \
+                                          container_t<C, T>, T, container_t<C, T>,                \
+                                          const event_list&);                                     \
+  template sycl::event trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, \
+                                          container_t<C, T>, T, container_t<C, T>,                \
+                                          const event_list&);                                     \
+  template sycl::event trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, \
+                                          container_t<C, T>, container_t<C, T>,                   \
+                                          const event_list&);                                     \
+  template sycl::event trsm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, uplo, diag, \
+                                          T, matrix_handle*, container_t<C, T>, std::int64_t,     \
+                                          std::int64_t, container_t<C, T>, std::int64_t,          \
+                                          const event_list&);                                     \
+  template sycl::event gemm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, T,          \
+                                          matrix_handle*, container_t<C, T>, std::int64_t,        \
+                                          std::int64_t, T, container_t<C, T>, std::int64_t,       \
+                                          const event_list&);                                     \
   }

@@ -57,10 +57,10 @@ sycl::event omatcopy_impl(sycl::queue& queue, transpose op, matrix_handle* A, ma
 
 }  // namespace orvane::vrt::sparse::cpu
 
-#define VRT_INSTANTIATE_CPU_TRANSPOSE(T, I, C)                                              \
-  namespace orvane::vrt::sparse::cpu {                                                      \
+#define VRT_INSTANTIATE_CPU_TRANSPOSE(T, I, C)                                               \
+  namespace orvane::vrt::sparse::cpu {                                                       \
   template sycl::event make_transpose_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*, \
-                                                    matrix_handle*, const event_list&);     \
-  template sycl::event omatcopy_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,      \
-                                              matrix_handle*, const event_list&);           \
+                                                    matrix_handle*, const event_list&);      \
+  template sycl::event omatcopy_impl<T, I, C>(sycl::queue&, transpose, matrix_handle*,       \
+                                              matrix_handle*, const event_list&);            \
   }

@@ -3,11 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/variants.hpp"
 #include "containers/views.hpp"

@@ -3,10 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <sycl/sycl.hpp>
 #include <tuple>
 #include <vector>
-
-#include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
 

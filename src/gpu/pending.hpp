@@ -10,8 +10,8 @@
 namespace orvane::vrt::sparse::gpu {
 
 template <typename T, typename I, containerType C>
-sycl::event trmv_impl(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, container_t<C, T>,
-                      T, container_t<C, T>, const event_list&) {
+sycl::event trmv_impl(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, container_t<C, T>, T,
+                      container_t<C, T>, const event_list&) {
   throw unimplemented("sparse", "trmv");
 }
 

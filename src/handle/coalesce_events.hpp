@@ -1,9 +1,8 @@
 // One event that covers a list of events, for USM routines that have no work of their own.
 #pragma once
 
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/internal_types.hpp"
 

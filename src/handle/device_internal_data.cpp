@@ -2,7 +2,6 @@
 #include "handle/device_internal_data.hpp"
 
 #include <algorithm>
-
 #include <orvane/vrt/sparse.hpp>
 
 #include "common/internal_error.hpp"
@@ -32,8 +31,7 @@ void deviceInternalDataRelease(deviceInternalData** slot) {
 }
 
 void cache_device_internals(sycl::queue& queue, deviceInternalData* data) {
-  if (data == nullptr || (data->cached && data->device == nullptr))
-    internal_error("");
+  if (data == nullptr || (data->cached && data->device == nullptr)) internal_error("");
   if (data->cached) return;
   if (data->device == nullptr) data->device = new sycl::device(queue.get_device());
 
@@ -43,9 +41,8 @@ void cache_device_internals(sycl::queue& queue, deviceInternalData* data) {
   const bool is_gpu = device.is_gpu();
   const architecture arch = is_gpu ? architecture_from_code(code) : architecture::generic;
   data->architecture = code_of(arch);
-  data->threads_per_eu = !is_gpu ? 1
-                                 : (has_eight_threads_per_eu(arch) ? eight_threads_per_eu
-                                                                   : seven_threads_per_eu);
+  data->threads_per_eu =
+      !is_gpu ? 1 : (has_eight_threads_per_eu(arch) ? eight_threads_per_eu : seven_threads_per_eu);
   data->eu_count = static_cast<std::int32_t>(gpu::get_eu_count(&queue));
   data->tile_count = static_cast<std::int32_t>(gpu::get_tile_count(&queue));
   data->hw_thread_count = data->eu_count * data->threads_per_eu;

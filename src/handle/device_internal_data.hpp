@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 namespace orvane::vrt::sparse {

@@ -2,7 +2,6 @@
 #include "handle/gemm_data.hpp"
 
 #include <complex>
-
 #include <orvane/vrt/sparse.hpp>
 
 #include "common/internal_error.hpp"

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 #include "common/internal_types.hpp"

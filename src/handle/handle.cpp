@@ -43,13 +43,13 @@ void set_csr_data_impl(void* structure, long nrows, long ncols, index_base index
                        intType it, containerType container, void* ia, void* ja, void* a,
                        bool owns_arrays) {
   // nnz is left alone: it is counted from the row pointers, once.
-  bind_structure(static_cast<sparseStructure*>(structure), format_csr, nrows, ncols, index, fp,
-                 it, container, ia, ja, a, owns_arrays);
+  bind_structure(static_cast<sparseStructure*>(structure), format_csr, nrows, ncols, index, fp, it,
+                 container, ia, ja, a, owns_arrays);
 }
 
 void set_coo_data_impl(void* structure, long nrows, long ncols, long nnz, index_base index,
-                       fpType fp, intType it, containerType container, void* ia, void* ja,
-                       void* a, bool owns_arrays) {
+                       fpType fp, intType it, containerType container, void* ia, void* ja, void* a,
+                       bool owns_arrays) {
   auto* s = static_cast<sparseStructure*>(structure);
   bind_structure(s, format_coo, nrows, ncols, index, fp, it, container, ia, ja, a, owns_arrays);
   s->nnz = nnz;

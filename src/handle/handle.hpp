@@ -2,11 +2,10 @@
 #pragma once
 
 #include <cstdint>
-
+#include <orvane/vrt/sparse.hpp>
 #include <sycl/sycl.hpp>
 
 #include "common/internal_types.hpp"
-#include <orvane/vrt/sparse.hpp>
 
 struct vrt_host_matrix;  // the host sparse engine's matrix object
 
@@ -51,10 +50,10 @@ struct sparseStructure {
   std::int64_t ncols;
   std::int64_t nnz;  // negative: not counted yet
   std::int32_t index;
-  std::int32_t reserved_flag;      // 1 after each binding
-  std::int32_t reserved_word;      // 0 after each binding
-  std::int64_t reserved_long_0;    // 0 after each binding
-  std::int64_t reserved_long_1;    // 0 after each binding
+  std::int32_t reserved_flag;    // 1 after each binding
+  std::int32_t reserved_word;    // 0 after each binding
+  std::int64_t reserved_long_0;  // 0 after each binding
+  std::int64_t reserved_long_1;  // 0 after each binding
   bool owns_arrays;
   void* row_ptr;
   void* row_ptr_end;
@@ -76,12 +75,7 @@ struct host_hint_node {
 // An optimize_* call the handle has seen. A rebinding drops everything derived from the old
 // arrays, analysis included; the next operation replays these records, so that the analysis of a
 // matrix outlives the rebinding of its arrays.
-enum analysis_routine : std::int32_t {
-  analysis_gemv,
-  analysis_trmv,
-  analysis_trsv,
-  analysis_trsm
-};
+enum analysis_routine : std::int32_t { analysis_gemv, analysis_trmv, analysis_trsv, analysis_trsm };
 struct analysis_record {
   analysis_record* next = nullptr;
   analysis_routine routine{};
@@ -139,8 +133,8 @@ void set_csr_data_impl(void* structure, long nrows, long ncols, index_base index
                        intType it, containerType container, void* ia, void* ja, void* a,
                        bool owns_arrays);
 void set_coo_data_impl(void* structure, long nrows, long ncols, long nnz, index_base index,
-                       fpType fp, intType it, containerType container, void* ia, void* ja,
-                       void* a, bool owns_arrays);
+                       fpType fp, intType it, containerType container, void* ia, void* ja, void* a,
+                       bool owns_arrays);
 
 // Marks the bound matrix sorted or symmetric; the handle must be bound.
 void set_matrix_property_impl(matrix_handle* handle, property p);

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <orvane/vrt/sparse.hpp>
 
 namespace orvane::vrt::sparse {

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <cstring>
-
 #include <orvane/vrt/sparse.hpp>
 
 #include "common/internal_error.hpp"
@@ -50,9 +49,8 @@ sycl::event count_nonzeros(sycl::queue& queue, void* structure,
   }
   return queue.submit([&](sycl::handler& h) {
     h.depends_on(deps);
-    h.host_task([s, row_ptr, last, base] {
-      s->nnz = static_cast<std::int64_t>(row_ptr[last]) - base;
-    });
+    h.host_task(
+        [s, row_ptr, last, base] { s->nnz = static_cast<std::int64_t>(row_ptr[last]) - base; });
   });
 }
 }  // namespace

@@ -1,9 +1,8 @@
 // Counting the non-zeros of a bound CSR structure from its row pointers.
 #pragma once
 
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 namespace orvane::vrt::sparse {
 

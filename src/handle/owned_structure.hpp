@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <cstdint>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
 
 #include "containers/containers.hpp"
 #include "handle/handle.hpp"

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstring>
-
 #include <orvane/vrt/sparse.hpp>
 
 #include "platform/services.hpp"

@@ -1,6 +1,8 @@
 // Releasing structures and handles with all they own.
 #include "handle/release.hpp"
 
+#include <vector>
+
 #include "common/internal_error.hpp"
 #include "containers/containers.hpp"
 #include "handle/gemm_data.hpp"
@@ -10,8 +12,6 @@
 #include "handle/visit_variant.hpp"
 #include "platform/services.hpp"
 #include "vrt/host_sparse.h"
-
-#include <vector>
 
 namespace orvane::vrt::sparse {
 
@@ -81,16 +81,15 @@ void release_derived(matrix_handle* h, release_once& once) {
   const auto structure = [&](void** slot) { sparseStructureRelease<T, I, C>(slot, h->context); };
   for (sparseStructure** slot :
        {&h->sorted_copy, &h->conj_transposed, &h->transposed, &h->sym_from_lower,
-        &h->sym_from_upper, &h->reserved_structure_0, &h->reserved_structure_1,
-        &h->lower_triangle, &h->upper_triangle, &h->reserved_structure_2,
-        &h->reserved_structure_3})
+        &h->sym_from_upper, &h->reserved_structure_0, &h->reserved_structure_1, &h->lower_triangle,
+        &h->upper_triangle, &h->reserved_structure_2, &h->reserved_structure_3})
     once(*slot, structure);
   const auto coloring = [&](void** slot) { coloringDataRelease<T, I>(slot, h->context, C); };
   once(h->coloring_lower, coloring);
   once(h->coloring_upper, coloring);
   once(h->diag_values, [&](void** slot) { diagonalValuesDataRelease<T, I>(slot, h->context, C); });
-  for (diagonalStructData** slot : {&h->diag_struct, &h->diag_struct_sorted,
-                                    &h->diag_struct_lower, &h->diag_struct_upper})
+  for (diagonalStructData** slot :
+       {&h->diag_struct, &h->diag_struct_sorted, &h->diag_struct_lower, &h->diag_struct_upper})
     once(*slot, [&](void** s) { diagonalStructDataRelease<I>(s, h->context, C); });
 }
 }  // namespace
@@ -132,7 +131,7 @@ void drop_derived_impl(matrix_handle* h, bool with_plans) {
   }
 }
 
-#define VRT_INSTANTIATE_RELEASE(T, I, C)                                   \
+#define VRT_INSTANTIATE_RELEASE(T, I, C)                                       \
   template void sparseStructureRelease<T, I, C>(void**, const sycl::context*); \
   template void release_matrix_handle_impl<T, I, C>(matrix_handle*);           \
   template void drop_derived_impl<T, I, C>(matrix_handle*, bool);

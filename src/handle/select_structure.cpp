@@ -5,8 +5,8 @@
 
 namespace orvane::vrt::sparse {
 
-sparseStructSelection select_best_sparse_struct(sycl::queue&, transpose op,
-                                                matrix_handle* handle, sparseStructure** out) {
+sparseStructSelection select_best_sparse_struct(sycl::queue&, transpose op, matrix_handle* handle,
+                                                sparseStructure** out) {
   switch (op) {
     case transpose::nontrans:
       *out = handle->primary;

@@ -1,9 +1,8 @@
 // Choosing the form of a matrix that an operation runs on.
 #pragma once
 
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
 
 #include "handle/handle.hpp"
 

@@ -2,7 +2,6 @@
 #include "handle/triangular_data.hpp"
 
 #include <cstring>
-
 #include <orvane/vrt/sparse.hpp>
 
 #include "common/variants.hpp"
@@ -35,8 +34,7 @@ void initColoringData(void** slot) {
 }
 
 template <typename T, typename I>
-void diagonalValuesDataRelease(void** slot, const sycl::context* context,
-                               containerType container) {
+void diagonalValuesDataRelease(void** slot, const sycl::context* context, containerType container) {
   auto* record = static_cast<diagonalValuesData*>(*slot);
   if (record == nullptr) return;
   if (context != nullptr) {
@@ -51,8 +49,7 @@ void diagonalValuesDataRelease(void** slot, const sycl::context* context,
 }
 
 template <typename I>
-void diagonalStructDataRelease(void** slot, const sycl::context* context,
-                               containerType container) {
+void diagonalStructDataRelease(void** slot, const sycl::context* context, containerType container) {
   auto* record = static_cast<diagonalStructData*>(*slot);
   if (record == nullptr) return;
   if (context != nullptr) {
@@ -74,14 +71,14 @@ void coloringDataRelease(void** slot, const sycl::context* context, containerTyp
           c->chunk_color_host, c->chunks_per_color_host, c->color_counters, c->chunk_ticket,
           c->lower_ptr, c->lower_col, c->upper_ptr, c->upper_col})
       deallocate_container<I>(index_array, *context, container);
-    for (void* value_array : {c->lower_val, c->upper_val, c->rhs_colored, c->sol_colored,
-                              c->inv_diag_colored})
+    for (void* value_array :
+         {c->lower_val, c->upper_val, c->rhs_colored, c->sol_colored, c->inv_diag_colored})
       deallocate_container<T>(value_array, *context, container);
     // The device copies of the colour tables are arrays of their own in USM; with buffers the
     // host buffer serves the device too and has been freed above.
     if (container == container_usm) {
-      for (void* device_copy : {c->color_ptr_device, c->chunk_start_device,
-                                c->chunk_color_device, c->chunks_per_color_device})
+      for (void* device_copy : {c->color_ptr_device, c->chunk_start_device, c->chunk_color_device,
+                                c->chunks_per_color_device})
         sycl::free(device_copy, *context);
     }
   }
@@ -90,7 +87,7 @@ void coloringDataRelease(void** slot, const sycl::context* context, containerTyp
   *slot = nullptr;
 }
 
-#define VRT_INSTANTIATE_TRIANGULAR_RELEASE(p, T, i, I, unused)                                        \
+#define VRT_INSTANTIATE_TRIANGULAR_RELEASE(p, T, i, I, unused)                                \
   template void diagonalValuesDataRelease<T, I>(void**, const sycl::context*, containerType); \
   template void coloringDataRelease<T, I>(void**, const sycl::context*, containerType);
 VRT_FOR_EACH_VARIANT(VRT_INSTANTIATE_TRIANGULAR_RELEASE, 0)

@@ -21,11 +21,9 @@
 
 #include <complex>
 #include <cstdint>
-#include <type_traits>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <type_traits>
 
 #include "common/internal_error.hpp"
 #include "common/variants.hpp"

@@ -27,33 +27,36 @@ bool single_precision(const matrix_handle* h) { return !is_double_precision(h->f
 sycl::event dispatch_make_transpose(sycl::queue& queue, transpose op, matrix_handle* src,
                                     matrix_handle* dst, const event_list& deps) {
   const bool on_cpu = queue.get_device().is_cpu();
-  return visit_variant(src, {.function = "omatcopy"}, [&]<typename T, typename I, containerType C>() {
-    return on_cpu ? cpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps)
-                  : gpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps);
-  });
+  return visit_variant(
+      src, {.function = "omatcopy"}, [&]<typename T, typename I, containerType C>() {
+        return on_cpu ? cpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps)
+                      : gpu::make_transpose_impl<T, I, C>(queue, op, src, dst, deps);
+      });
 }
 }  // namespace
 
 sycl::event dispatch_optimize_gemv(sycl::queue& q, transpose op, matrix_handle* A,
                                    const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(A, {.function = "optimize_gemv"}, [&]<typename T, typename I, containerType C>() {
-    return on_cpu ? cpu::optimize_gemv_impl<T, I, C>(q, op, A, deps)
-                  : gpu::optimize_gemv_impl<T, I, C>(q, op, A, deps);
-  });
+  return visit_variant(A, {.function = "optimize_gemv"},
+                       [&]<typename T, typename I, containerType C>() {
+                         return on_cpu ? cpu::optimize_gemv_impl<T, I, C>(q, op, A, deps)
+                                       : gpu::optimize_gemv_impl<T, I, C>(q, op, A, deps);
+                       });
 }
 
-sycl::event dispatch_optimize_trmv(sycl::queue& q, uplo ul, transpose op, diag dg,
-                                   matrix_handle* A, const event_list& deps) {
+sycl::event dispatch_optimize_trmv(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle* A,
+                                   const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(A, {.function = "optimize_trmv"}, [&]<typename T, typename I, containerType C>() {
-    return on_cpu ? cpu::optimize_trmv_impl<T, I, C>(q, ul, op, dg, A, deps)
-                  : gpu::optimize_trmv_impl<T, I, C>(q, ul, op, dg, A, deps);
-  });
+  return visit_variant(A, {.function = "optimize_trmv"},
+                       [&]<typename T, typename I, containerType C>() {
+                         return on_cpu ? cpu::optimize_trmv_impl<T, I, C>(q, ul, op, dg, A, deps)
+                                       : gpu::optimize_trmv_impl<T, I, C>(q, ul, op, dg, A, deps);
+                       });
 }
 
-sycl::event dispatch_optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag dg,
-                                   matrix_handle* A, const event_list& deps) {
+sycl::event dispatch_optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle* A,
+                                   const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
   // The triangular analysis refuses an unset index type as unimplemented, under the word users
   // know from that message.
@@ -66,8 +69,8 @@ sycl::event dispatch_optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag d
   });
 }
 
-sycl::event dispatch_make_symmetric(sycl::queue& q, uplo ul, matrix_handle* src,
-                                    matrix_handle* dst, const event_list& deps) {
+sycl::event dispatch_make_symmetric(sycl::queue& q, uplo ul, matrix_handle* src, matrix_handle* dst,
+                                    const event_list& deps) {
   const visit_policy policy{.function = "", .unset_index = on_unset::unimplemented};
   return visit_variant(src, policy, [&]<typename T, typename I, containerType C>() {
     return gpu::symmetric_impl<T, I, C>(q, ul, src, dst, deps);
@@ -75,8 +78,7 @@ sycl::event dispatch_make_symmetric(sycl::queue& q, uplo ul, matrix_handle* src,
 }
 
 sycl::event dispatch_optimize_trsm(sycl::queue& q, layout lay, uplo ul, transpose op, diag dg,
-                                   matrix_handle* A, std::int64_t columns,
-                                   const event_list& deps) {
+                                   matrix_handle* A, std::int64_t columns, const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
   const visit_policy policy{.function = "optimize_trsm", .index_function = "optimized_trsm"};
   return visit_variant(A, policy, [&]<typename T, typename I, containerType C>() {
@@ -87,10 +89,11 @@ sycl::event dispatch_optimize_trsm(sycl::queue& q, layout lay, uplo ul, transpos
 
 sycl::event dispatch_sort_matrix(sycl::queue& q, matrix_handle* A, const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
-  return visit_variant(A, {.function = "sort_matrix"}, [&]<typename T, typename I, containerType C>() {
-    return on_cpu ? cpu::sort_matrix_impl<T, I, C>(q, A, deps)
-                  : gpu::sort_matrix_impl<T, I, C>(q, A, deps);
-  });
+  return visit_variant(A, {.function = "sort_matrix"},
+                       [&]<typename T, typename I, containerType C>() {
+                         return on_cpu ? cpu::sort_matrix_impl<T, I, C>(q, A, deps)
+                                       : gpu::sort_matrix_impl<T, I, C>(q, A, deps);
+                       });
 }
 
 sycl::event dispatch_omatcopy(sycl::queue& q, transpose op, matrix_handle* A, matrix_handle* B,
@@ -144,8 +147,7 @@ void replay_analyses(sycl::queue& queue, matrix_handle* A, const event_list& dep
     run_analysis(queue, A, *r, deps).wait();
 }
 
-sycl::event optimize_gemv(sycl::queue& q, transpose op, matrix_handle_t A,
-                          const event_list& deps) {
+sycl::event optimize_gemv(sycl::queue& q, transpose op, matrix_handle_t A, const event_list& deps) {
   optimize_frame(q, A, deps, "optimize_gemv");
   return analyse(q, A, {.routine = analysis_gemv, .op = op}, deps);
 }
@@ -153,15 +155,13 @@ sycl::event optimize_gemv(sycl::queue& q, transpose op, matrix_handle_t A,
 sycl::event optimize_trmv(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
                           const event_list& deps) {
   optimize_frame(q, A, deps, "optimize_trmv");
-  return analyse(q, A, {.routine = analysis_trmv, .op = op, .triangle = ul, .diagonal = dg},
-                 deps);
+  return analyse(q, A, {.routine = analysis_trmv, .op = op, .triangle = ul, .diagonal = dg}, deps);
 }
 
 sycl::event optimize_trsv(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
                           const event_list& deps) {
   optimize_frame(q, A, deps, "optimize_trsv");
-  return analyse(q, A, {.routine = analysis_trsv, .op = op, .triangle = ul, .diagonal = dg},
-                 deps);
+  return analyse(q, A, {.routine = analysis_trsv, .op = op, .triangle = ul, .diagonal = dg}, deps);
 }
 
 sycl::event optimize_trsm(sycl::queue& q, uplo ul, transpose op, diag dg, matrix_handle_t A,
@@ -194,8 +194,7 @@ sycl::event sort_matrix(sycl::queue& q, matrix_handle_t A, const event_list& dep
   if (A == nullptr) throw uninitialized("sparse", "sort_matrix", "");
   if (!single_precision(A)) verify_double_support(q, "sort_matrix");
   cache_context(q, A);
-  if (A->primary == nullptr ||
-      (A->container != container_buffer && A->container != container_usm))
+  if (A->primary == nullptr || (A->container != container_buffer && A->container != container_usm))
     throw unimplemented("sparse", "sort_matrix",
                         "set_csr_data must be called before calling sort_matrix");
   return dispatch_sort_matrix(q, A, deps);

@@ -32,7 +32,8 @@ void check_shape(const char* function, I nrows, I ncols, index_base index) {
   if (nrows < 0) throw invalid_argument("sparse", function, "nrows is negative");
   if (ncols < 0) throw invalid_argument("sparse", function, "ncols is negative");
   if (index != index_base::zero && index != index_base::one)
-    throw invalid_argument("sparse", function, "index is neither index_base::zero nor index_base::one");
+    throw invalid_argument("sparse", function,
+                           "index is neither index_base::zero nor index_base::one");
 }
 
 // A buffer that is given (not empty) must hold at least `needed` elements.
@@ -165,22 +166,21 @@ sycl::event set_coo_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows
 
 // The binding frames of every value and index type; the public overloads
 // (public_operations.cpp) forward here.
-#define VRT_INSTANTIATE_BINDING(p, T, i, I, unused)                                              \
-  template void set_csr_data_no_queue<T, I>(matrix_handle_t, I, I, index_base,                   \
-                                            sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,            \
-                                            sycl::buffer<T, 1>&);                                \
-  template void set_csr_data_buffer<T, I>(sycl::queue&, matrix_handle_t, I, I, index_base,       \
-                                          sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,              \
-                                          sycl::buffer<T, 1>&);                                  \
-  template void set_csr_data_no_queue<T, I>(matrix_handle_t, I, I, index_base, I*, I*, T*);      \
-  template sycl::event set_csr_data_usm<T, I>(sycl::queue&, matrix_handle_t, I, I, index_base,   \
-                                              I*, I*, T*, const std::vector<sycl::event>&);      \
-  template void set_coo_data_buffer<T, I>(sycl::queue&, matrix_handle_t, I, I, I, index_base,    \
-                                          sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,              \
-                                          sycl::buffer<T, 1>&);                                  \
-  template sycl::event set_coo_data_usm<T, I>(sycl::queue&, matrix_handle_t, I, I, I,            \
-                                              index_base, I*, I*, T*,                            \
-                                              const std::vector<sycl::event>&);
+#define VRT_INSTANTIATE_BINDING(p, T, i, I, unused)                                                \
+  template void set_csr_data_no_queue<T, I>(matrix_handle_t, I, I, index_base,                     \
+                                            sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,              \
+                                            sycl::buffer<T, 1>&);                                  \
+  template void set_csr_data_buffer<T, I>(sycl::queue&, matrix_handle_t, I, I, index_base,         \
+                                          sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,                \
+                                          sycl::buffer<T, 1>&);                                    \
+  template void set_csr_data_no_queue<T, I>(matrix_handle_t, I, I, index_base, I*, I*, T*);        \
+  template sycl::event set_csr_data_usm<T, I>(sycl::queue&, matrix_handle_t, I, I, index_base, I*, \
+                                              I*, T*, const std::vector<sycl::event>&);            \
+  template void set_coo_data_buffer<T, I>(sycl::queue&, matrix_handle_t, I, I, I, index_base,      \
+                                          sycl::buffer<I, 1>&, sycl::buffer<I, 1>&,                \
+                                          sycl::buffer<T, 1>&);                                    \
+  template sycl::event set_coo_data_usm<T, I>(sycl::queue&, matrix_handle_t, I, I, I, index_base,  \
+                                              I*, I*, T*, const std::vector<sycl::event>&);
 VRT_FOR_EACH_VARIANT(VRT_INSTANTIATE_BINDING, 0)
 #undef VRT_INSTANTIATE_BINDING
 

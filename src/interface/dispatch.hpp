@@ -1,12 +1,11 @@
 // What the routines that exist once for all variants share: the replay of analyses after a
-// rebinding and the symmetric expansion. Their dispatch is visit_variant (handle/visit_variant.hpp).
+// rebinding and the symmetric expansion. Their dispatch is visit_variant
+// (handle/visit_variant.hpp).
 #pragma once
 
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "handle/handle.hpp"
 #include "handle/visit_variant.hpp"

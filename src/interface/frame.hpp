@@ -3,13 +3,11 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <orvane/vrt/sparse.hpp>
 #include <string>
+#include <sycl/sycl.hpp>
 #include <utility>
 #include <vector>
-
-#include <sycl/sycl.hpp>
-
-#include <orvane/vrt/sparse.hpp>
 
 #include "containers/views.hpp"
 #include "handle/handle.hpp"

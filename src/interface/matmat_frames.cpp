@@ -56,8 +56,8 @@ void get_matmat_data(matmat_descr_t d, matrix_view_descr& view_a, transpose& op_
 template <containerType C>
 sycl::event dispatch_matmat(sycl::queue& q, matrix_handle* A, matrix_handle* B, matrix_handle* Cm,
                             matmat_request request, matmat_descr* descr,
-                            container_t<C, std::int64_t> size,
-                            container_t<C, std::uint8_t> temp, const event_list& deps) {
+                            container_t<C, std::int64_t> size, container_t<C, std::uint8_t> temp,
+                            const event_list& deps) {
   const bool on_cpu = q.get_device().is_cpu();
   // The backends visit the value type themselves: it is only tested here (an unset one is an
   // invalid argument), and the memory model is the overload's.

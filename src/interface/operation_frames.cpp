@@ -44,7 +44,8 @@ sycl::event dispatch(sycl::queue& queue, matrix_handle* A, const char* function,
 
 constexpr const char* dense_sizes_gemm = "one or more of columns, ldb and ldc are invalid";
 constexpr const char* dense_sizes_trsm = "one or more of columns, ldx and ldy are invalid";
-constexpr const char* incompatible_layout = "incompatible leading dimensions with dense matrix layout";
+constexpr const char* incompatible_layout =
+    "incompatible leading dimensions with dense matrix layout";
 constexpr const char* dense_op_unsupported =
     "Only non-transpose operation is supported for dense matrix in sparse";
 
@@ -52,7 +53,8 @@ void check_gemm_dense(const matrix_handle* A, layout lay, transpose opA, transpo
                       std::int64_t columns, std::int64_t ldb, std::int64_t ldc) {
   if (columns < 1 || ldb < 1 || ldc < 1) throw invalid_argument("sparse", "gemm", dense_sizes_gemm);
   if (lay == layout::row_major) {
-    if (columns > ldb || columns > ldc) throw invalid_argument("sparse", "gemm", incompatible_layout);
+    if (columns > ldb || columns > ldc)
+      throw invalid_argument("sparse", "gemm", incompatible_layout);
     if (opB != transpose::nontrans) throw unimplemented("sparse", "gemm", dense_op_unsupported);
   } else if (lay == layout::col_major) {
     if (opB != transpose::nontrans) throw unimplemented("sparse", "gemm", dense_op_unsupported);
@@ -89,8 +91,8 @@ void check_memory_model(const matrix_handle* A, containerType overload) {
 }  // namespace
 
 template <typename T, containerType C>
-sycl::event gemv_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* A,
-                       container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps) {
+sycl::event gemv_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* A, container_t<C, T> x,
+                       T beta, container_t<C, T> y, const event_list& deps) {
   require_present("gemv", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}});
   return dispatch<T, C>(q, A, "gemv", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::gemv_impl<T, I, C>(q, op, alpha, A, x, beta, y, deps)
@@ -102,8 +104,9 @@ template <typename T, containerType C>
 sycl::event gemvdot_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* A,
                           container_t<C, T> x, T beta, container_t<C, T> y, container_t<C, T> d,
                           const event_list& deps) {
-  require_present("gemvdot", {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"},
-                              {present(d), "d"}});
+  require_present(
+      "gemvdot",
+      {{present(A), "hMatrix"}, {present(x), "x"}, {present(y), "y"}, {present(d), "d"}});
   return dispatch<T, C>(q, A, "gemvdot", deps, [&]<typename I>(bool on_cpu) {
     return on_cpu ? cpu::gemvdot_impl<T, I, C>(q, op, alpha, A, x, beta, y, d, deps)
                   : gpu::gemvdot_impl<T, I, C>(q, op, alpha, A, x, beta, y, d, deps);
@@ -149,10 +152,10 @@ sycl::event trsm_frame(sycl::queue& q, layout lay, transpose opA, transpose opX,
   verify_double_support_for(q, A, "trsm");
   check_trsm_dense(lay, opX, columns, ldx, ldy);
   return dispatch<T, C>(q, A, "trsm", deps, [&]<typename I>(bool on_cpu) {
-    return on_cpu ? cpu::trsm_impl<T, I, C>(q, lay, opA, opX, ul, dg, alpha, A, x, columns, ldx,
-                                            y, ldy, deps)
-                  : gpu::trsm_impl<T, I, C>(q, lay, opA, opX, ul, dg, alpha, A, x, columns, ldx,
-                                            y, ldy, deps);
+    return on_cpu ? cpu::trsm_impl<T, I, C>(q, lay, opA, opX, ul, dg, alpha, A, x, columns, ldx, y,
+                                            ldy, deps)
+                  : gpu::trsm_impl<T, I, C>(q, lay, opA, opX, ul, dg, alpha, A, x, columns, ldx, y,
+                                            ldy, deps);
   });
 }
 
@@ -187,41 +190,39 @@ sycl::event update_diagonal_values_frame(sycl::queue& q, matrix_handle* A, std::
   cache_context(q, A);
   replay_analyses(q, A, deps);
   if (q.get_device().is_cpu())
-    throw unimplemented("sparse", "update_diagonal_values", "currently does not support cpu device");
-  return visit_variant<T, C>(A, {.function = "update_diagonal_values"},
-                             [&]<typename, typename I, containerType>() {
-                               return gpu::update_diagonal_values_impl<T, I, C>(q, A, length,
-                                                                               diagonal, deps);
-                             });
+    throw unimplemented("sparse", "update_diagonal_values",
+                        "currently does not support cpu device");
+  return visit_variant<T, C>(
+      A, {.function = "update_diagonal_values"}, [&]<typename, typename I, containerType>() {
+        return gpu::update_diagonal_values_impl<T, I, C>(q, A, length, diagonal, deps);
+      });
 }
 
-#define VRT_INSTANTIATE_FRAMES_OF_MODEL(T, C)                                                    \
-  template sycl::event gemv_frame<T, C>(sycl::queue&, transpose, T, matrix_handle*,              \
-                                        container_t<C, T>, T, container_t<C, T>,                 \
-                                        const event_list&);                                      \
-  template sycl::event gemvdot_frame<T, C>(sycl::queue&, transpose, T, matrix_handle*,           \
-                                           container_t<C, T>, T, container_t<C, T>,              \
-                                           container_t<C, T>, const event_list&);                \
-  template sycl::event symv_frame<T, C>(sycl::queue&, uplo, T, matrix_handle*, container_t<C, T>, \
-                                        T, container_t<C, T>, const event_list&);                \
-  template sycl::event trmv_frame<T, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*,  \
-                                        container_t<C, T>, T, container_t<C, T>,                 \
-                                        const event_list&);                                      \
-  template sycl::event trsv_frame<T, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*,  \
-                                        container_t<C, T>, container_t<C, T>, const event_list&); \
-  template sycl::event trsm_frame<T, C>(sycl::queue&, layout, transpose, transpose, uplo, diag,  \
-                                        T, matrix_handle*, container_t<C, T>, std::int64_t,      \
-                                        std::int64_t, container_t<C, T>, std::int64_t,           \
-                                        const event_list&);                                      \
-  template sycl::event gemm_frame<T, C>(sycl::queue&, layout, transpose, transpose, T,           \
-                                        matrix_handle*, container_t<C, T>, std::int64_t,         \
-                                        std::int64_t, T, container_t<C, T>, std::int64_t,        \
-                                        const event_list&);                                      \
-  template sycl::event update_diagonal_values_frame<T, C>(sycl::queue&, matrix_handle*,          \
-                                                          std::int64_t, container_t<C, T>,       \
-                                                          const event_list&);
-#define VRT_INSTANTIATE_FRAMES(p, T, unused)                  \
-  VRT_INSTANTIATE_FRAMES_OF_MODEL(T, container_usm)           \
+#define VRT_INSTANTIATE_FRAMES_OF_MODEL(T, C)                                                      \
+  template sycl::event gemv_frame<T, C>(sycl::queue&, transpose, T, matrix_handle*,                \
+                                        container_t<C, T>, T, container_t<C, T>,                   \
+                                        const event_list&);                                        \
+  template sycl::event gemvdot_frame<T, C>(sycl::queue&, transpose, T, matrix_handle*,             \
+                                           container_t<C, T>, T, container_t<C, T>,                \
+                                           container_t<C, T>, const event_list&);                  \
+  template sycl::event symv_frame<T, C>(sycl::queue&, uplo, T, matrix_handle*, container_t<C, T>,  \
+                                        T, container_t<C, T>, const event_list&);                  \
+  template sycl::event trmv_frame<T, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*,    \
+                                        container_t<C, T>, T, container_t<C, T>,                   \
+                                        const event_list&);                                        \
+  template sycl::event trsv_frame<T, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*,    \
+                                        container_t<C, T>, container_t<C, T>, const event_list&);  \
+  template sycl::event trsm_frame<T, C>(sycl::queue&, layout, transpose, transpose, uplo, diag, T, \
+                                        matrix_handle*, container_t<C, T>, std::int64_t,           \
+                                        std::int64_t, container_t<C, T>, std::int64_t,             \
+                                        const event_list&);                                        \
+  template sycl::event gemm_frame<T, C>(                                                           \
+      sycl::queue&, layout, transpose, transpose, T, matrix_handle*, container_t<C, T>,            \
+      std::int64_t, std::int64_t, T, container_t<C, T>, std::int64_t, const event_list&);          \
+  template sycl::event update_diagonal_values_frame<T, C>(                                         \
+      sycl::queue&, matrix_handle*, std::int64_t, container_t<C, T>, const event_list&);
+#define VRT_INSTANTIATE_FRAMES(p, T, unused)        \
+  VRT_INSTANTIATE_FRAMES_OF_MODEL(T, container_usm) \
   VRT_INSTANTIATE_FRAMES_OF_MODEL(T, container_buffer)
 VRT_FOR_EACH_VALUE(VRT_INSTANTIATE_FRAMES, 0)
 

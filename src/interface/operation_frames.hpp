@@ -5,11 +5,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "handle/handle.hpp"
@@ -17,8 +15,8 @@
 namespace orvane::vrt::sparse {
 
 template <typename T, containerType C>
-sycl::event gemv_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* A,
-                       container_t<C, T> x, T beta, container_t<C, T> y, const event_list& deps);
+sycl::event gemv_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* A, container_t<C, T> x,
+                       T beta, container_t<C, T> y, const event_list& deps);
 template <typename T, containerType C>
 sycl::event gemvdot_frame(sycl::queue& q, transpose op, T alpha, matrix_handle* A,
                           container_t<C, T> x, T beta, container_t<C, T> y, container_t<C, T> d,

@@ -3,11 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
@@ -44,9 +42,8 @@ sycl::event omatcopy_kernel(sycl::queue& queue, sparseStructure* in, sparseStruc
       depend_on<C>(h, after);
       auto s_view = bind(h, src, sycl::read_only);
       auto d_view = bind(h, dst, sycl::write_only);
-      h.parallel_for<csrComputeIbCopy<T, I, C>>(sycl::range<1>(count), [=](sycl::id<1> i) {
-        raw(d_view)[i] = raw(s_view)[i] + shift;
-      });
+      h.parallel_for<csrComputeIbCopy<T, I, C>>(
+          sycl::range<1>(count), [=](sycl::id<1> i) { raw(d_view)[i] = raw(s_view)[i] + shift; });
     });
   };
   std::vector<sycl::event> chain{shifted_copy(in->row_ptr, out->row_ptr, row_count, {})};
@@ -80,18 +77,16 @@ sycl::event coo_transpose_kernel(sycl::queue& queue, transpose op, sparseStructu
     if (in->values != nullptr) {
       auto va = bind(h, as_container<C, T>(in->values), sycl::read_only);
       auto ova = bind(h, as_container<C, T>(out->values), sycl::write_only);
-      h.parallel_for<cooTransposeKernel<T, I, C, true>>(
-          sycl::range<1>(nnz), [=](sycl::id<1> k) {
-            raw(ori)[k] = raw(ci)[k] + shift;
-            raw(oci)[k] = raw(ri)[k] + shift;
-            raw(ova)[k] = conjugate_if(raw(va)[k], conj);
-          });
+      h.parallel_for<cooTransposeKernel<T, I, C, true>>(sycl::range<1>(nnz), [=](sycl::id<1> k) {
+        raw(ori)[k] = raw(ci)[k] + shift;
+        raw(oci)[k] = raw(ri)[k] + shift;
+        raw(ova)[k] = conjugate_if(raw(va)[k], conj);
+      });
     } else {
-      h.parallel_for<cooTransposeKernel<T, I, C, false>>(
-          sycl::range<1>(nnz), [=](sycl::id<1> k) {
-            raw(ori)[k] = raw(ci)[k] + shift;
-            raw(oci)[k] = raw(ri)[k] + shift;
-          });
+      h.parallel_for<cooTransposeKernel<T, I, C, false>>(sycl::range<1>(nnz), [=](sycl::id<1> k) {
+        raw(ori)[k] = raw(ci)[k] + shift;
+        raw(oci)[k] = raw(ri)[k] + shift;
+      });
     }
   });
 }

@@ -3,11 +3,9 @@
 // CsrTranspose::run<T, I, C>(queue, op, in, out, deps).
 #pragma once
 
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "handle/handle.hpp"
@@ -49,9 +47,8 @@ sycl::event build_own_transpose(sycl::queue& queue, transpose op, matrix_handle*
   sparseStructure* in = A->primary;
   set_nnz_value(queue, in, deps).wait();
   sparseStructure** slot = op == transpose::trans ? &A->transposed : &A->conj_transposed;
-  const owned_shape shape{in->format,          in->ncols,        in->nrows,
-                          in->nnz,             index_base::zero, in->fp_type,
-                          in->int_type,        in->values != nullptr};
+  const owned_shape shape{in->format,       in->ncols,   in->nrows,    in->nnz,
+                          index_base::zero, in->fp_type, in->int_type, in->values != nullptr};
   sparseStructure* out =
       make_owned_structure<T, I, C>(queue, reinterpret_cast<void**>(slot), shape, omatcopy_word);
   try {

@@ -1,15 +1,14 @@
 // Containers and the inclusive scan, in both memory models, against plain host computations.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <algorithm>
 #include <cmath>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
 #include <numeric>
+#include <orvane/vrt/sparse.hpp>
 #include <random>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"

@@ -2,8 +2,8 @@
 // device USM, of memory the context does not know and of a buffer, and which of them count as
 // host memory (no device atomics into them) under the rule and under the narrower host-USM test.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
+#include <hostsycl/hostsycl.hpp>
 #include <vector>
 
 #include "containers/views.hpp"

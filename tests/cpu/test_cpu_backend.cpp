@@ -54,7 +54,8 @@ struct cpu_matrix {
   std::unique_ptr<sycl::buffer<T, 1>> vals;
   I *r = nullptr, *c = nullptr;
   T* v = nullptr;
-  cpu_matrix(sycl::queue& queue, bool in_usm, csr_matrix<T, I> m) : q(queue), usm(in_usm), A(std::move(m)) {
+  cpu_matrix(sycl::queue& queue, bool in_usm, csr_matrix<T, I> m)
+      : q(queue), usm(in_usm), A(std::move(m)) {
     vs::init_matrix_handle(&h);
     const auto base = static_cast<vrt::index_base>(A.base);
     if (usm) {
@@ -64,12 +65,16 @@ struct cpu_matrix {
       std::copy(A.row_ptr.begin(), A.row_ptr.end(), r);
       std::copy(A.col_ind.begin(), A.col_ind.end(), c);
       std::copy(A.values.begin(), A.values.end(), v);
-      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, r, c, v).wait();
+      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, r, c, v)
+          .wait();
     } else {
-      rows = std::make_unique<sycl::buffer<I, 1>>(A.row_ptr.data(), sycl::range<1>(A.row_ptr.size()));
-      cols = std::make_unique<sycl::buffer<I, 1>>(A.col_ind.data(), sycl::range<1>(A.col_ind.size()));
+      rows =
+          std::make_unique<sycl::buffer<I, 1>>(A.row_ptr.data(), sycl::range<1>(A.row_ptr.size()));
+      cols =
+          std::make_unique<sycl::buffer<I, 1>>(A.col_ind.data(), sycl::range<1>(A.col_ind.size()));
       vals = std::make_unique<sycl::buffer<T, 1>>(A.values.data(), sycl::range<1>(A.values.size()));
-      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, *rows, *cols, *vals);
+      vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), base, *rows, *cols,
+                       *vals);
     }
   }
   ~cpu_matrix() {
@@ -136,7 +141,7 @@ TYPED_TEST(CpuBackend, GemvInEveryOperationAndMemoryModel) {
           return vs::gemv(q, op, alpha, M.h, xs, beta, ys), sycl::event();
       });
       vrt_test::expect_close(got, vrt_test::reference_gemv(A, op, alpha, x, beta, y0),
-                                    vrt_test::error_scale(A, op, alpha, x, beta, y0), "cpu gemv");
+                             vrt_test::error_scale(A, op, alpha, x, beta, y0), "cpu gemv");
     }
     // Hints and optimisation change nothing in the result.
     vs::optimize_gemv(q, transpose::trans, M.h).wait();
@@ -149,7 +154,8 @@ TYPED_TEST(CpuBackend, GemvInEveryOperationAndMemoryModel) {
         return vs::gemv(q, transpose::trans, T(1), M.h, xs, T(0), ys), sycl::event();
     });
     vrt_test::expect_close(got, vrt_test::reference_gemv(A, transpose::trans, T(1), x, T(0), y0),
-                                  vrt_test::error_scale(A, transpose::trans, T(1), x, T(0), y0), "after optimize");
+                           vrt_test::error_scale(A, transpose::trans, T(1), x, T(0), y0),
+                           "after optimize");
   }
 }
 
@@ -230,9 +236,10 @@ dense_result dense_product(const dense& M, T alpha, const std::vector<T>& x, T b
     }
     const bool reads_y = beta != T(0);
     r.value.push_back(W(alpha) * sum + (reads_y ? W(beta) * W(y[i]) : W(0)));
-    r.bound.push_back(8 * eps * terms *
-                          (std::abs(W(alpha)) * scale + (reads_y ? std::abs(W(beta) * W(y[i])) : 0)) +
-                      std::numeric_limits<vrt_test::real_t<T>>::min());
+    r.bound.push_back(
+        8 * eps * terms *
+            (std::abs(W(alpha)) * scale + (reads_y ? std::abs(W(beta) * W(y[i])) : 0)) +
+        std::numeric_limits<vrt_test::real_t<T>>::min());
   }
   return r;
 }
@@ -300,12 +307,12 @@ std::string combination(transpose op, vrt::uplo ul, vrt::diag dg) {
 }
 
 // Calls f(x, y) as USM pointers or buffers, whichever with_vectors hands over.
-#define VRT_EITHER_FORM(call)                          \
-  [&](auto xs, auto ys) {                              \
-    if constexpr (std::is_pointer_v<decltype(xs)>)     \
-      return call;                                     \
-    else                                               \
-      return call, sycl::event();                      \
+#define VRT_EITHER_FORM(call)                      \
+  [&](auto xs, auto ys) {                          \
+    if constexpr (std::is_pointer_v<decltype(xs)>) \
+      return call;                                 \
+    else                                           \
+      return call, sycl::event();                  \
   }
 
 TYPED_TEST(CpuBackend, SymvReadsOneTriangleAndMirrorsIt) {
@@ -376,8 +383,8 @@ TYPED_TEST(CpuBackend, TrsvSolvesWithTheChosenTriangleInEveryCombination) {
               q, usm, b, unset, VRT_EITHER_FORM(vs::trsv(q, ul, op, dg, alpha, M.h, xs, ys)));
           expect_close(scaled, dense_solve(Top, lower, alpha, b),
                        "trsv alpha " + combination(op, ul, dg));
-          const auto plain = with_vectors<T>(
-              q, usm, b, unset, VRT_EITHER_FORM(vs::trsv(q, ul, op, dg, M.h, xs, ys)));
+          const auto plain = with_vectors<T>(q, usm, b, unset,
+                                             VRT_EITHER_FORM(vs::trsv(q, ul, op, dg, M.h, xs, ys)));
           expect_close(plain, dense_solve(Top, lower, T(1), b), "trsv " + combination(op, ul, dg));
         }
   }
@@ -432,7 +439,8 @@ TYPED_TEST(CpuBackend, GemvdotWritesYThenItsDotWithX) {
         const std::size_t m = std::min(nx, ny);
         for (std::size_t i = 0; i < m; ++i) {
           dot += W(x[i]) * want.value[i];
-          bound += std::abs(W(x[i])) * (8 * eps * (m + 2) * std::abs(want.value[i]) + want.bound[i]);
+          bound +=
+              std::abs(W(x[i])) * (8 * eps * (m + 2) * std::abs(want.value[i]) + want.bound[i]);
         }
         EXPECT_LE(std::abs(W(d) - dot), bound) << what << " d " << d << " want " << dot;
       }
@@ -470,7 +478,8 @@ TYPED_TEST(CpuBackend, GemmAndTrsmInBothLayoutsAndEveryCombination) {
         });
         const dense Aop = apply_op(dense_of(A), op);
         for (std::int64_t col = 0; col < columns; ++col)
-          expect_close(column(c, col), dense_product(Aop, alpha, column(b, col), beta, column(start, col)),
+          expect_close(column(c, col),
+                       dense_product(Aop, alpha, column(b, col), beta, column(start, col)),
                        "gemm op " + std::to_string(static_cast<int>(op)) + layout_name +
                            (reads_c ? "" : " beta 0") + " column " + std::to_string(col));
       }
@@ -478,16 +487,16 @@ TYPED_TEST(CpuBackend, GemmAndTrsmInBothLayoutsAndEveryCombination) {
       for (vrt::uplo ul : {vrt::uplo::lower, vrt::uplo::upper})
         for (vrt::diag dg : {vrt::diag::nonunit, vrt::diag::unit}) {
           const bool lower = (ul == vrt::uplo::lower) == (op == transpose::nontrans);
-          const auto solved = with_vectors<T>(
-              q, true, b, vrt_test::nan_vector<T>(n * columns), [&](T* xs, T* ys) {
+          const auto solved =
+              with_vectors<T>(q, true, b, vrt_test::nan_vector<T>(n * columns), [&](T* xs, T* ys) {
                 return vs::trsm(q, lay, op, transpose::nontrans, ul, dg, alpha, M.h, xs, columns,
                                 ld, ys, ld);
               });
           const dense Top = triangle_op(A, ul, dg, op);
           for (std::int64_t col = 0; col < columns; ++col)
-            expect_close(column(solved, col), dense_solve(Top, lower, alpha, column(b, col)),
-                         "trsm " + combination(op, ul, dg) + layout_name + " column " +
-                             std::to_string(col));
+            expect_close(
+                column(solved, col), dense_solve(Top, lower, alpha, column(b, col)),
+                "trsm " + combination(op, ul, dg) + layout_name + " column " + std::to_string(col));
         }
   }
 }
@@ -525,7 +534,8 @@ TYPED_TEST(CpuBackend, SortMatrixOrdersEachRowKeepingItsEntries) {
     }
     EXPECT_EQ(rows, A.row_ptr);
     for (std::int64_t i = 0; i < 100; ++i) {
-      EXPECT_TRUE(std::is_sorted(cols.begin() + (A.row_ptr[i] - 1), cols.begin() + (A.row_ptr[i + 1] - 1)))
+      EXPECT_TRUE(
+          std::is_sorted(cols.begin() + (A.row_ptr[i] - 1), cols.begin() + (A.row_ptr[i + 1] - 1)))
           << "row " << i;
       EXPECT_EQ(row_entries(cols, values, i), row_entries(A.col_ind, A.values, i)) << "row " << i;
     }
@@ -539,13 +549,22 @@ TEST(CpuBackendRefusals, WordsOfTheHostPath) {
   double* v = sycl::malloc_shared<double>(100, q);
   const std::string p = "orvane::vrt::sparse::";
   expect_message<vrt::invalid_argument>(
-      [&] { vs::trmv(q, static_cast<vrt::uplo>(5), transpose::nontrans, vrt::diag::unit, 1.0, M.h, v, 0.0, v); },
+      [&] {
+        vs::trmv(q, static_cast<vrt::uplo>(5), transpose::nontrans, vrt::diag::unit, 1.0, M.h, v,
+                 0.0, v);
+      },
       p + "trmv: invalid argument: uplo_flag");
   expect_message<vrt::invalid_argument>(
-      [&] { vs::trsm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, static_cast<vrt::uplo>(5), vrt::diag::unit, 1.0, M.h, v, 1, 1, v, 1); },
+      [&] {
+        vs::trsm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans,
+                 static_cast<vrt::uplo>(5), vrt::diag::unit, 1.0, M.h, v, 1, 1, v, 1);
+      },
       p + "trsm: invalid argument: uplo_flag is invalid");
   expect_message<vrt::invalid_argument>(
-      [&] { vs::gemm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 1.0, M.h, v, 1, std::int64_t(1) << 33, 0.0, v, std::int64_t(1) << 33); },
+      [&] {
+        vs::gemm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 1.0, M.h, v,
+                 1, std::int64_t(1) << 33, 0.0, v, std::int64_t(1) << 33);
+      },
       p + "gemm: invalid argument: one of columns, ldb, ldc is invalid");
   // A COO matrix in two base and layout combinations.
   vs::matrix_handle* coo = nullptr;
@@ -554,15 +573,22 @@ TEST(CpuBackendRefusals, WordsOfTheHostPath) {
   idx[0] = idx[1] = idx[2] = idx[3] = 0;
   vs::set_coo_data(q, coo, 2, 2, 1, vrt::index_base::zero, idx, idx, v).wait();
   expect_message<vrt::unimplemented>(
-      [&] { vs::gemm(q, vrt::layout::col_major, transpose::nontrans, transpose::nontrans, 1.0, coo, v, 1, 2, 0.0, v, 2); },
-      p + "gemm: unimplemented functionality: {index_base::zero, layout::col_major} and {index_base::one, layout::row_major} input cases are not yet supported on CPU device");
-  vs::gemm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 1.0, coo, v, 1, 1, 0.0, v, 1).wait();
-  expect_message<vrt::unimplemented>(
-      [&] { vs::sort_matrix(q, coo); },
-      p + "sort_matrix: unimplemented functionality: Sorting COO matrix format is currently not supported with this API");
+      [&] {
+        vs::gemm(q, vrt::layout::col_major, transpose::nontrans, transpose::nontrans, 1.0, coo, v,
+                 1, 2, 0.0, v, 2);
+      },
+      p + "gemm: unimplemented functionality: {index_base::zero, layout::col_major} and "
+          "{index_base::one, layout::row_major} input cases are not yet supported on CPU device");
+  vs::gemm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 1.0, coo, v, 1, 1,
+           0.0, v, 1)
+      .wait();
+  expect_message<vrt::unimplemented>([&] { vs::sort_matrix(q, coo); },
+                                     p + "sort_matrix: unimplemented functionality: Sorting COO "
+                                         "matrix format is currently not supported with this API");
   expect_message<vrt::unimplemented>(
       [&] { vs::optimize_trsm(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::unit, coo); },
-      p + "optimize_trsm: unimplemented functionality: currently only supports the CSR matrix format on CPU devices");
+      p + "optimize_trsm: unimplemented functionality: currently only supports the CSR matrix "
+          "format on CPU devices");
   vs::release_matrix_handle(q, &coo).wait();
   sycl::free(idx, q);
   sycl::free(v, q);
@@ -581,21 +607,32 @@ TEST(CpuBackendRefusals, EngineStatusesBecomeExceptions) {
   };
   // Each failure names the routine that met it.
   const std::string p = "orvane::vrt::sparse::gemv: ";
-  expect_message<vrt::uninitialized>([&] { gemv_with_status(1); }, p + "uninitialized object: SPARSE_STATUS_NOT_INITIALIZED");
-  expect_message<vrt::host_bad_alloc>([&] { gemv_with_status(2); }, p + "cannot allocate memory on host");
-  expect_message<vrt::invalid_argument>([&] { gemv_with_status(3); }, p + "invalid argument: SPARSE_STATUS_INVALID_VALUE");
-  expect_message<vrt::computation_error>([&] { gemv_with_status(4); }, p + "computation error: SPARSE_STATUS_EXECUTION_FAILED");
-  expect_message<vrt::computation_error>([&] { gemv_with_status(5); }, p + "computation error: SPARSE_STATUS_INTERNAL_ERROR");
-  expect_message<vrt::unimplemented>([&] { gemv_with_status(6); }, p + "unimplemented functionality: SPARSE_STATUS_NOT_SUPPORTED");
+  expect_message<vrt::uninitialized>([&] { gemv_with_status(1); },
+                                     p + "uninitialized object: SPARSE_STATUS_NOT_INITIALIZED");
+  expect_message<vrt::host_bad_alloc>([&] { gemv_with_status(2); },
+                                      p + "cannot allocate memory on host");
+  expect_message<vrt::invalid_argument>([&] { gemv_with_status(3); },
+                                        p + "invalid argument: SPARSE_STATUS_INVALID_VALUE");
+  expect_message<vrt::computation_error>([&] { gemv_with_status(4); },
+                                         p + "computation error: SPARSE_STATUS_EXECUTION_FAILED");
+  expect_message<vrt::computation_error>([&] { gemv_with_status(5); },
+                                         p + "computation error: SPARSE_STATUS_INTERNAL_ERROR");
+  expect_message<vrt::unimplemented>(
+      [&] { gemv_with_status(6); }, p + "unimplemented functionality: SPARSE_STATUS_NOT_SUPPORTED");
   // The hint of an analysis, and the making of the engine's matrix on a fresh handle.
   vrt_sparse_testing_force_status(SPARSE_STATUS_INVALID_VALUE, 1);
   expect_message<vrt::invalid_argument>(
-      [&] { vs::optimize_trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, M.h).wait(); },
+      [&] {
+        vs::optimize_trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, M.h).wait();
+      },
       "orvane::vrt::sparse::optimize_trsv: invalid argument: SPARSE_STATUS_INVALID_VALUE");
   cpu_matrix<float, std::int64_t> fresh(q, true, A);
   vrt_sparse_testing_force_status(SPARSE_STATUS_EXECUTION_FAILED, 1);
   expect_message<vrt::computation_error>(
-      [&] { vs::trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, 1.0f, fresh.h, v, v).wait(); },
+      [&] {
+        vs::trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, 1.0f, fresh.h, v, v)
+            .wait();
+      },
       "orvane::vrt::sparse::trsv: computation error: SPARSE_STATUS_EXECUTION_FAILED");
   vrt_sparse_testing_force_status(SPARSE_STATUS_SUCCESS, 0);
   sycl::free(v, q);
@@ -605,7 +642,8 @@ TEST(CpuBackendRefusals, AHandleBoundWithoutAQueueWorks) {
   sycl::queue q{sycl::cpu_selector_v};
   std::vector<std::int32_t> rows = {0, 1, 2}, cols = {1, 0};
   std::vector<double> vals = {2, 3}, x = {1, 10}, y = {0, 0};
-  sycl::buffer<std::int32_t, 1> br(rows.data(), sycl::range<1>(3)), bc(cols.data(), sycl::range<1>(2));
+  sycl::buffer<std::int32_t, 1> br(rows.data(), sycl::range<1>(3)),
+      bc(cols.data(), sycl::range<1>(2));
   sycl::buffer<double, 1> bv(vals.data(), sycl::range<1>(2));
   vs::matrix_handle* h = nullptr;
   vs::init_matrix_handle(&h);
@@ -625,14 +663,17 @@ TEST(CpuBackendConcurrency, ThreadsDriveTheirOwnHandlesOnOneQueue) {
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t)
     threads.emplace_back([&, t] {
-      const auto A = vrt_test::random_csr<double, std::int32_t>(400, 400, 8, static_cast<unsigned>(t), 0);
+      const auto A =
+          vrt_test::random_csr<double, std::int32_t>(400, 400, 8, static_cast<unsigned>(t), 0);
       cpu_matrix<double, std::int32_t> M(q, true, A);
       const auto x = random_vector<double>(400, 9);
-      const auto want = vrt_test::reference_gemv(A, transpose::nontrans, 1.0, x, 0.0, std::vector<double>(400));
+      const auto want =
+          vrt_test::reference_gemv(A, transpose::nontrans, 1.0, x, 0.0, std::vector<double>(400));
       for (int k = 0; k < 10; ++k) {
-        const auto got = with_vectors<double>(q, true, x, std::vector<double>(400), [&](double* xs, double* ys) {
-          return vs::gemv(q, transpose::nontrans, 1.0, M.h, xs, 0.0, ys);
-        });
+        const auto got =
+            with_vectors<double>(q, true, x, std::vector<double>(400), [&](double* xs, double* ys) {
+              return vs::gemv(q, transpose::nontrans, 1.0, M.h, xs, 0.0, ys);
+            });
         for (std::size_t i = 0; i < 400; ++i)
           if (std::abs(got[i] - want[i]) > 1e-12 * (1 + std::abs(want[i]))) ++failures;
       }

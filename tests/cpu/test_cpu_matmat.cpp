@@ -20,21 +20,26 @@ using vrt_test::expect_message;
 using W = std::complex<double>;
 
 template <typename T, typename I>
-std::map<std::pair<std::int64_t, std::int64_t>, W> entries(const csr_matrix<T, I>& A, transpose op) {
+std::map<std::pair<std::int64_t, std::int64_t>, W> entries(const csr_matrix<T, I>& A,
+                                                           transpose op) {
   std::map<std::pair<std::int64_t, std::int64_t>, W> m;
   for (std::int64_t i = 0; i < A.nrows; ++i)
     for (I k = A.row_ptr[i] - A.base; k < A.row_ptr[i + 1] - A.base; ++k) {
       const std::int64_t j = A.col_ind[k] - A.base;
       const W v(A.values[k]);
-      if (op == transpose::nontrans) m[{i, j}] += v;
-      else m[{j, i}] += op == transpose::conjtrans ? std::conj(v) : v;
+      if (op == transpose::nontrans)
+        m[{i, j}] += v;
+      else
+        m[{j, i}] += op == transpose::conjtrans ? std::conj(v) : v;
     }
   return m;
 }
 
 template <typename T, typename I>
-std::map<std::pair<std::int64_t, std::int64_t>, W> reference_product(const csr_matrix<T, I>& A, transpose oa,
-                                                                     const csr_matrix<T, I>& B, transpose ob) {
+std::map<std::pair<std::int64_t, std::int64_t>, W> reference_product(const csr_matrix<T, I>& A,
+                                                                     transpose oa,
+                                                                     const csr_matrix<T, I>& B,
+                                                                     transpose ob) {
   const auto a = entries(A, oa), b = entries(B, ob);
   std::map<std::int64_t, std::vector<std::pair<std::int64_t, W>>> b_rows;
   for (const auto& [ij, v] : b) b_rows[ij.first].push_back({ij.second, v});
@@ -46,9 +51,10 @@ std::map<std::pair<std::int64_t, std::int64_t>, W> reference_product(const csr_m
 
 // Runs one legal order of requests with USM shared arrays; returns C's entries.
 template <typename T, typename I>
-std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q, const csr_matrix<T, I>& A,
-                                                               transpose oa, transpose ob, int order,
-                                                               int c_base) {
+std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q,
+                                                               const csr_matrix<T, I>& A,
+                                                               transpose oa, transpose ob,
+                                                               int order, int c_base) {
   auto upload = [&](const auto& v) {
     using E = typename std::decay_t<decltype(v)>::value_type;
     E* p = sycl::malloc_shared<E>(std::max<std::size_t>(v.size(), 1), q);
@@ -68,8 +74,9 @@ std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q, c
   // C's arrays start as sentinels: -1 indices, NaN values.
   I* cr = sycl::malloc_shared<I>(rows + 1, q);
   std::fill(cr, cr + rows + 1, I(-1));
-  vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols), static_cast<vrt::index_base>(c_base), cr,
-                   (I*)nullptr, (T*)nullptr).wait();
+  vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols),
+                   static_cast<vrt::index_base>(c_base), cr, (I*)nullptr, (T*)nullptr)
+      .wait();
   vs::matmat_descr* d = nullptr;
   vs::init_matmat_descr(&d);
   vs::set_matmat_data(d, vs::matrix_view_descr::general, oa, vs::matrix_view_descr::general, ob,
@@ -89,8 +96,9 @@ std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q, c
       cv = sycl::malloc_shared<T>(std::max<std::int64_t>(nnz, 1), q);
       std::fill(cv, cv + std::max<std::int64_t>(nnz, 1), vrt_test::nan_value<T>());
     }
-    vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols), static_cast<vrt::index_base>(c_base), cr, cc,
-                     cv).wait();
+    vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols),
+                     static_cast<vrt::index_base>(c_base), cr, cc, cv)
+        .wait();
   };
   if (order == 1) {
     request(R::get_work_estimation_buf_size);
@@ -110,8 +118,9 @@ std::map<std::pair<std::int64_t, std::int64_t>, W> run_product(sycl::queue& q, c
     request(R::compute);
     cv = sycl::malloc_shared<T>(std::max<std::int64_t>(nnz, 1), q);
     std::fill(cv, cv + std::max<std::int64_t>(nnz, 1), vrt_test::nan_value<T>());
-    vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols), static_cast<vrt::index_base>(c_base), cr, cc,
-                     cv).wait();
+    vs::set_csr_data(q, c, static_cast<I>(rows), static_cast<I>(cols),
+                     static_cast<vrt::index_base>(c_base), cr, cc, cv)
+        .wait();
     request(R::finalize);
   } else {
     request(R::get_work_estimation_buf_size);
@@ -154,9 +163,12 @@ TYPED_TEST(CpuMatmat, LegalOrdersAndTransposedOperands) {
   sycl::queue q{sycl::cpu_selector_v};
   const auto A = vrt_test::random_csr<T, I>(70, 50, 6, 2, 1);
   const double tolerance = 100 * std::numeric_limits<vrt_test::real_t<T>>::epsilon();
-  struct ops { transpose a, b; };
-  for (auto [oa, ob] : {ops{transpose::nontrans, transpose::trans}, ops{transpose::conjtrans, transpose::nontrans},
-                        ops{transpose::nontrans, transpose::conjtrans}}) {
+  struct ops {
+    transpose a, b;
+  };
+  for (auto [oa, ob] :
+       {ops{transpose::nontrans, transpose::trans}, ops{transpose::conjtrans, transpose::nontrans},
+        ops{transpose::nontrans, transpose::conjtrans}}) {
     const auto want = reference_product(A, oa, A, ob);
     for (int order : {1, 2, 3}) {
       const auto got = run_product(q, A, oa, ob, order, order == 2 ? 1 : 0);
@@ -185,14 +197,20 @@ TEST(CpuMatmatRefusals, Words) {
   std::int64_t* size = sycl::malloc_shared<std::int64_t>(1, q);
   const std::string p = "orvane::vrt::sparse::matmat: ";
   fresh->fp_type = vs::fp_double;
-  expect_message<vrt::uninitialized>([&] { vs::matmat(q, a, fresh, a, vs::matmat_request::get_nnz, d, size, nullptr); },
-                                     p + "uninitialized object: One of the matrices is not initialized");
-  expect_message<vrt::invalid_argument>([&] { vs::matmat(q, a, a, a, static_cast<vs::matmat_request>(10), d, size, nullptr); },
-                                        p + "invalid argument: invalid matmat request");
-  expect_message<vrt::unimplemented>([&] { vs::matmat(q, a, a, a, vs::matmat_request::get_nnz, d, size, nullptr); },
-                                     p + "unimplemented functionality: nnz is not ready to be retrieved, please call matmat API with matmat_request::compute or matmat_request::compute_structure first");
-  expect_message<vrt::computation_error>([&] { vs::matmat(q, a, a, a, vs::matmat_request::finalize, d, size, nullptr); },
-                                         p + "computation error: It appears you have not called matmat compute stage before finalize stage");
+  expect_message<vrt::uninitialized>(
+      [&] { vs::matmat(q, a, fresh, a, vs::matmat_request::get_nnz, d, size, nullptr); },
+      p + "uninitialized object: One of the matrices is not initialized");
+  expect_message<vrt::invalid_argument>(
+      [&] { vs::matmat(q, a, a, a, static_cast<vs::matmat_request>(10), d, size, nullptr); },
+      p + "invalid argument: invalid matmat request");
+  expect_message<vrt::unimplemented>(
+      [&] { vs::matmat(q, a, a, a, vs::matmat_request::get_nnz, d, size, nullptr); },
+      p + "unimplemented functionality: nnz is not ready to be retrieved, please call matmat API "
+          "with matmat_request::compute or matmat_request::compute_structure first");
+  expect_message<vrt::computation_error>(
+      [&] { vs::matmat(q, a, a, a, vs::matmat_request::finalize, d, size, nullptr); },
+      p + "computation error: It appears you have not called matmat compute stage before finalize "
+          "stage");
   vs::release_matmat_descr(&d);
   vs::release_matrix_handle(q, &a).wait();
   vs::release_matrix_handle(&fresh);

@@ -6,15 +6,14 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <optional>
+#include <orvane/vrt/sparse.hpp>
 #include <type_traits>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
@@ -65,8 +64,8 @@ struct buffer_operands {
 
 // One fuzzed call through the memory model of the operands.
 template <typename T, typename Operands>
-void one_call(FuzzedDataProvider& in, sycl::queue& q, vs::matrix_handle_t A,
-              vs::matrix_handle_t B, Operands o) {
+void one_call(FuzzedDataProvider& in, sycl::queue& q, vs::matrix_handle_t A, vs::matrix_handle_t B,
+              Operands o) {
   auto& x = o.x;
   auto& y = o.y;
   auto& d = o.d;
@@ -80,18 +79,48 @@ void one_call(FuzzedDataProvider& in, sycl::queue& q, vs::matrix_handle_t A,
   const T alpha = T(in.ConsumeIntegralInRange<int>(-2, 2));
   const T beta = T(in.ConsumeIntegralInRange<int>(-2, 2));
   switch (in.ConsumeIntegralInRange<int>(0, 12)) {
-    case 0: finish([&] { return vs::gemv(q, op, alpha, A, x, beta, y); }); break;
-    case 1: finish([&] { return vs::gemvdot(q, op, alpha, A, x, beta, y, d); }); break;
-    case 2: finish([&] { return vs::symv(q, ul, alpha, A, x, beta, y); }); break;
-    case 3: finish([&] { return vs::trmv(q, ul, op, dg, alpha, A, x, beta, y); }); break;
-    case 4: finish([&] { return vs::trsv(q, ul, op, dg, alpha, A, x, y); }); break;
-    case 5: finish([&] { return vs::trsm(q, lay, op, any_enum<vrt::transpose>(in), ul, dg, alpha, A, x, columns, ld1, y, ld2); }); break;
-    case 6: finish([&] { return vs::gemm(q, lay, op, any_enum<vrt::transpose>(in), alpha, A, x, columns, ld1, beta, y, ld2); }); break;
-    case 7: vs::optimize_gemv(q, op, A).wait(); break;
-    case 8: vs::optimize_trsv(q, ul, op, dg, A).wait(); break;
-    case 9: vs::optimize_trsm(q, lay, ul, op, dg, A, columns).wait(); break;
-    case 10: vs::sort_matrix(q, A).wait(); break;
-    case 11: vs::omatcopy(q, op, A, B).wait(); break;
+    case 0:
+      finish([&] { return vs::gemv(q, op, alpha, A, x, beta, y); });
+      break;
+    case 1:
+      finish([&] { return vs::gemvdot(q, op, alpha, A, x, beta, y, d); });
+      break;
+    case 2:
+      finish([&] { return vs::symv(q, ul, alpha, A, x, beta, y); });
+      break;
+    case 3:
+      finish([&] { return vs::trmv(q, ul, op, dg, alpha, A, x, beta, y); });
+      break;
+    case 4:
+      finish([&] { return vs::trsv(q, ul, op, dg, alpha, A, x, y); });
+      break;
+    case 5:
+      finish([&] {
+        return vs::trsm(q, lay, op, any_enum<vrt::transpose>(in), ul, dg, alpha, A, x, columns, ld1,
+                        y, ld2);
+      });
+      break;
+    case 6:
+      finish([&] {
+        return vs::gemm(q, lay, op, any_enum<vrt::transpose>(in), alpha, A, x, columns, ld1, beta,
+                        y, ld2);
+      });
+      break;
+    case 7:
+      vs::optimize_gemv(q, op, A).wait();
+      break;
+    case 8:
+      vs::optimize_trsv(q, ul, op, dg, A).wait();
+      break;
+    case 9:
+      vs::optimize_trsm(q, lay, ul, op, dg, A, columns).wait();
+      break;
+    case 10:
+      vs::sort_matrix(q, A).wait();
+      break;
+    case 11:
+      vs::omatcopy(q, op, A, B).wait();
+      break;
     default: {
       // The buffer form takes its length from the buffer.
       const std::int64_t length = in.ConsumeIntegralInRange<std::int64_t>(-1, 4);
@@ -138,9 +167,10 @@ struct triangle_arrays {
 // Binds `a` (or `a` read as float values) to A through USM or buffers, CSR or COO, with the
 // matrix's own sizes or negative ones. Buffers are made by the caller and outlive the handle.
 template <typename T, typename I>
-void bind_arrays(FuzzedDataProvider& in, sycl::queue& q, vs::matrix_handle_t A, triangle_arrays<T, I>& a,
-          float* float_values, std::vector<std::unique_ptr<void, void (*)(void*)>>& keep,
-          bool coo, bool buffers) {
+void bind_arrays(FuzzedDataProvider& in, sycl::queue& q, vs::matrix_handle_t A,
+                 triangle_arrays<T, I>& a, float* float_values,
+                 std::vector<std::unique_ptr<void, void (*)(void*)>>& keep, bool coo,
+                 bool buffers) {
   const I nrows = in.ConsumeBool() ? 4 : in.ConsumeIntegralInRange<I>(-2, -1);
   const I ncols = in.ConsumeBool() ? 4 : in.ConsumeIntegralInRange<I>(-2, -1);
   const auto base = any_enum<vrt::index_base>(in);
@@ -215,8 +245,9 @@ void exercise(FuzzedDataProvider& in, sycl::queue& q) {
         }
         vs::matrix_handle_t A_arg = in.ConsumeBool() ? A : nullptr;
         if (in.ConsumeBool()) {
-          one_call<T>(in, q, A_arg, B, buffer_operands<T>{in.ConsumeBool() ? xb : none,
-                                                          in.ConsumeBool() ? yb : none, db});
+          one_call<T>(
+              in, q, A_arg, B,
+              buffer_operands<T>{in.ConsumeBool() ? xb : none, in.ConsumeBool() ? yb : none, db});
         } else {
           T* y_arg = in.ConsumeBool() ? y : nullptr;
           one_call<T>(in, q, A_arg, B,

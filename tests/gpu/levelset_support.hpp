@@ -4,16 +4,15 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <algorithm>
 #include <cstdint>
+#include <hostsycl/hostsycl.hpp>
 #include <numeric>
+#include <orvane/vrt/sparse.hpp>
 #include <random>
 #include <tuple>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 #include "containers/containers.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
@@ -135,8 +134,8 @@ triangle_matrix<T> random_triangle(std::int64_t n, int per_row, unsigned seed) {
   for (std::int64_t r = 0; r < n; ++r) {
     if (r > 0)
       for (int k = 0; k < per_row; ++k)
-        m.entries.push_back({r, std::uniform_int_distribution<std::int64_t>(0, r - 1)(rng),
-                             make_value<T>(rng)});
+        m.entries.push_back(
+            {r, std::uniform_int_distribution<std::int64_t>(0, r - 1)(rng), make_value<T>(rng)});
     m.entries.push_back({r, r, T(2 + per_row) + make_value<T>(rng)});
   }
   // Duplicate coordinates would make two entries; keep the first of each.
@@ -234,9 +233,9 @@ struct bound_expansion {
   vs::coloringData** slot() { return lower ? &h->coloring_lower : &h->coloring_upper; }
 
   sycl::event color(const std::vector<sycl::event>& deps = {}) {
-    return vs::gpu::coloring_impl<T, I, C>(
-        q, h->primary, h->diag_values, lower ? h->diag_struct_lower : h->diag_struct_upper,
-        slot(), deps);
+    return vs::gpu::coloring_impl<T, I, C>(q, h->primary, h->diag_values,
+                                           lower ? h->diag_struct_lower : h->diag_struct_upper,
+                                           slot(), deps);
   }
 
   ~bound_expansion() {

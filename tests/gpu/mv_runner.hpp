@@ -4,7 +4,6 @@
 #pragma once
 
 #include <hostsycl/hostsycl.hpp>
-
 #include <string>
 #include <vector>
 

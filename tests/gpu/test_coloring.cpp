@@ -2,9 +2,9 @@
 // exact and contiguous, the permutation and its inverse, head and tail runs, chunk tables and the
 // coloured strict parts, on generated triangles and on the shared matrix corpus.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <filesystem>
+#include <hostsycl/hostsycl.hpp>
 #include <string>
 
 #include "gpu/levelset_support.hpp"
@@ -263,8 +263,8 @@ TEST(ColoringRelease, NothingStaysAllocated) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
   const auto before = hostsycl::live_allocation_bytes(q.get_device());
   {
-    const auto e = expand<double, std::int32_t>(levels_triangle<double>({2, 300, 1, 280}, 9),
-                                                true, 0);
+    const auto e =
+        expand<double, std::int32_t>(levels_triangle<double>({2, 300, 1, 280}, 9), true, 0);
     bound_expansion<double, std::int32_t, vs::container_usm> b(q, e, true);
     b.color().wait();
     ASSERT_NE((*b.slot())->inv_diag_colored, nullptr);
@@ -283,9 +283,8 @@ TEST(ColoringRelease, FailedAllocationTakesNothing) {
   // The device allocation and its host fallback.
   hostsycl::fail_next_allocations(2);
   vrt_test::expect_message<vrt::device_bad_alloc>(
-      [&] { b.color(); },
-      "orvane::vrt::sparse::optimize_trsv: cannot allocate memory on " +
-          q.get_device().get_info<sycl::info::device::name>());
+      [&] { b.color(); }, "orvane::vrt::sparse::optimize_trsv: cannot allocate memory on " +
+                              q.get_device().get_info<sycl::info::device::name>());
   EXPECT_EQ(*b.slot(), nullptr);
   EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before);
   b.color().wait();

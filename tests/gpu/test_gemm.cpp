@@ -3,13 +3,13 @@
 // memory models; the plan's choices (path, sub-group block plan, explicit-SIMD tiles), the
 // staging arrays' life, the fallbacks when staging cannot be had, and the refusals.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <complex>
 #include <functional>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
 #include <string>
 #include <thread>
@@ -45,9 +45,9 @@ constexpr bool double_precision =
 // The one variant on which tests call the device paths themselves, a real one: each further
 // variant would compile the whole gemm kernel family into this test once more.
 template <typename T, typename I>
-constexpr bool direct_call_variant =
-    std::is_same_v<I, std::int32_t> &&
-    (std::is_same_v<T, double> || (std::is_same_v<T, float> && !vs::value_type_built<double>));
+constexpr bool direct_call_variant = std::is_same_v<I, std::int32_t> &&
+                                     (std::is_same_v<T, double> ||
+                                      (std::is_same_v<T, float> && !vs::value_type_built<double>));
 
 // Untouched padding of B and C holds this value, so a write outside the product shows.
 template <typename T>
@@ -102,8 +102,8 @@ struct call_hooks {
 // Binds A, runs gemm with B and C as given, returns C's whole storage. In host memory A lives in
 // device USM, B and C in host USM.
 template <typename T, typename I>
-std::vector<T> run_gemm(sycl::queue& q, const csr_matrix<T, I>& A, memory m, transpose op,
-                        T alpha, const dense<T>& B, T beta, const dense<T>& C,
+std::vector<T> run_gemm(sycl::queue& q, const csr_matrix<T, I>& A, memory m, transpose op, T alpha,
+                        const dense<T>& B, T beta, const dense<T>& C,
                         const call_hooks& hooks = {}) {
   const memory matrix = m == memory::host ? memory::device : m;
   vrt_test::bound_matrix<T, I> bound(q, A, matrix);
@@ -140,7 +140,7 @@ void expect_product(const std::vector<T>& got, const csr_matrix<T, I>& A, transp
     const auto want = vrt_test::reference_gemv(A, op, alpha, x, beta, y);
     const auto scale = vrt_test::error_scale(A, op, alpha, x, beta, y);
     vrt_test::expect_close(column_of(result, j), want, scale,
-                                  what + ", column " + std::to_string(j));
+                           what + ", column " + std::to_string(j));
     if (::testing::Test::HasFatalFailure()) return;
   }
   std::vector<bool> inside(got.size(), false);
@@ -241,8 +241,8 @@ TYPED_TEST(Gemm, ExplicitSimdRowsSpreadOverSeveralWorkGroups) {
     for (std::int64_t columns : {9, 17, 127}) {
       ASSERT_GT(A.nrows, 4 * gp::esimd_rows_per_group(columns));
       for (layout lay : {layout::row_major, layout::col_major}) {
-        check_case<T, I>(A, {"emu-a6", memory::device, lay, transpose::nontrans, columns, 1}, T(1.5),
-                         T(-0.5));
+        check_case<T, I>(A, {"emu-a6", memory::device, lay, transpose::nontrans, columns, 1},
+                         T(1.5), T(-0.5));
         if (::testing::Test::HasFatalFailure()) return;
       }
     }
@@ -334,10 +334,10 @@ TYPED_TEST(Gemm, StagingFailureFallsBackToTheUnstagedKernels) {
       EXPECT_EQ(h->primary->gemm_data->b_tmp_bytes, 0);
     };
     // Sub-group blocks on every architecture; column-major explicit SIMD on code 6.
-    check_case<T, I>(A, {"emu-a3", m, layout::row_major, transpose::nontrans, 64, 1}, T(2),
-                     T(-1), hooks);
-    check_case<T, I>(A, {"emu-a3", m, layout::col_major, transpose::nontrans, 70, 1}, T(2),
-                     T(-1), hooks);
+    check_case<T, I>(A, {"emu-a3", m, layout::row_major, transpose::nontrans, 64, 1}, T(2), T(-1),
+                     hooks);
+    check_case<T, I>(A, {"emu-a3", m, layout::col_major, transpose::nontrans, 70, 1}, T(2), T(-1),
+                     hooks);
     check_case<T, I>(A, {"emu-a6", m, layout::col_major, transpose::nontrans, 9, 0}, T(2), T(-1),
                      hooks);
   }
@@ -424,7 +424,8 @@ TYPED_TEST(Gemm, ColumnMajorStagingShowsThePathOnCode6) {
         EXPECT_EQ(plan->c_tmp, nullptr) << columns;
       }
     };
-    check_case<T, I>(A, {"emu-a6", memory::device, layout::col_major, transpose::nontrans, columns, 0},
+    check_case<T, I>(A,
+                     {"emu-a6", memory::device, layout::col_major, transpose::nontrans, columns, 0},
                      T(1), T(1), hooks);
     if (::testing::Test::HasFatalFailure()) return;
   }
@@ -451,10 +452,20 @@ TYPED_TEST(Gemm, LeftoverWithoutThirtyTwoBitOffsetsStaysInTheRestKernels) {
       vs::sparseStructure* s = h->primary;
       vs::initGemmInternalData(&s->gemm_data);
       vs::cache_gemm_internals(q, s->gemm_data);
-      const gp::gemm_operands<T, I, vs::container_usm> op{
-          static_cast<I*>(s->row_ptr), static_cast<I*>(s->col_ind), static_cast<T*>(s->values),
-          static_cast<T*>(b), static_cast<T*>(c), A.nrows, A.ncols, columns, B.ld, C.ld, false,
-          I(0), T(1.5), T(-0.5)};
+      const gp::gemm_operands<T, I, vs::container_usm> op{static_cast<I*>(s->row_ptr),
+                                                          static_cast<I*>(s->col_ind),
+                                                          static_cast<T*>(s->values),
+                                                          static_cast<T*>(b),
+                                                          static_cast<T*>(c),
+                                                          A.nrows,
+                                                          A.ncols,
+                                                          columns,
+                                                          B.ld,
+                                                          C.ld,
+                                                          false,
+                                                          I(0),
+                                                          T(1.5),
+                                                          T(-0.5)};
       return gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, s, density, arch::code6, false,
                                                             deps);
     };
@@ -466,7 +477,8 @@ TYPED_TEST(Gemm, LeftoverWithoutThirtyTwoBitOffsetsStaysInTheRestKernels) {
       EXPECT_EQ(plan->c_tmp_bytes, 0);
     };
     sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
-    const auto got = run_gemm(q, A, memory::device, transpose::nontrans, T(1.5), B, T(-0.5), C, hooks);
+    const auto got =
+        run_gemm(q, A, memory::device, transpose::nontrans, T(1.5), B, T(-0.5), C, hooks);
     expect_product(got, A, transpose::nontrans, T(1.5), B, T(-0.5), C,
                    "emu-a6 col-major 129 columns, offsets beyond 32 bits");
   }
@@ -553,8 +565,8 @@ TYPED_TEST(Gemm, TransposeIsBuiltOnceAndReused) {
     sycl::buffer<T, 1> b_val(va.data(), sycl::range<1>(va.size()));
     sycl::buffer<T, 1> b_b(bs.data(), sycl::range<1>(bs.size()));
     sycl::buffer<T, 1> b_c(cs.data(), sycl::range<1>(cs.size()));
-    vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols),
-                     vrt::index_base::zero, b_row, b_col, b_val);
+    vs::set_csr_data(q, h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), vrt::index_base::zero,
+                     b_row, b_col, b_val);
     EXPECT_EQ(h->transposed, nullptr);
     vs::gemm(q, s.lay, s.op, transpose::nontrans, T(1), h, b_b, s.columns, B.ld, T(0), b_c, C.ld);
     vs::sparseStructure* made = h->transposed;
@@ -595,8 +607,8 @@ TYPED_TEST(Gemm, UnknownNonZeroCountIsCountedOnce) {
     vs::set_csr_data(h, static_cast<I>(A.nrows), static_cast<I>(A.ncols), vrt::index_base::zero,
                      d_row, d_col, d_val);
     ASSERT_LT(h->primary->nnz, 0);
-    vs::gemm(q, layout::row_major, transpose::nontrans, transpose::nontrans, T(1), h, b, 4, 4,
-             T(1), c, 4)
+    vs::gemm(q, layout::row_major, transpose::nontrans, transpose::nontrans, T(1), h, b, 4, 4, T(1),
+             c, 4)
         .wait();
     const std::string where = kind == sycl::usm::alloc::shared ? "shared" : "device";
     if constexpr (vrt_test::is_complex<T>)
@@ -607,8 +619,8 @@ TYPED_TEST(Gemm, UnknownNonZeroCountIsCountedOnce) {
     q.memcpy(got.data(), c, got.size() * sizeof(T)).wait();
     expect_product(got, A, transpose::nontrans, T(1), B, T(1), C, "late-bound handle, " + where);
     vs::release_matrix_handle(q, &h, {}).wait();
-    for (void* p : {static_cast<void*>(d_row), static_cast<void*>(d_col),
-                    static_cast<void*>(d_val), static_cast<void*>(b), static_cast<void*>(c)})
+    for (void* p : {static_cast<void*>(d_row), static_cast<void*>(d_col), static_cast<void*>(d_val),
+                    static_cast<void*>(b), static_cast<void*>(c)})
       sycl::free(p, q);
   }
 }
@@ -632,15 +644,15 @@ TYPED_TEST(Gemm, Refusals) {
   vs::init_matrix_handle(&h);
   vs::set_csr_data(q, h, I(2), I(2), vrt::index_base::zero, d_row, d_col, d_val).wait();
   const char* internal = "orvane::vrt::sparse::gemm: computation error: internal error";
-  const gp::gemm_operands<T, I, vs::container_usm> op{d_row, d_col, d_val, b, c, 2, 2, 2, 2, 2,
-                                                      true, I(0), T(1), T(0)};
+  const gp::gemm_operands<T, I, vs::container_usm> op{d_row, d_col, d_val, b,    c,    2,    2,
+                                                      2,     2,     2,     true, I(0), T(1), T(0)};
   // Both paths need the plan record that gemm makes before calling them.
   ASSERT_EQ(h->primary->gemm_data, nullptr);
   if constexpr (direct_call_variant<T, I>) {
     vrt_test::expect_message<vrt::computation_error>(
         [&] {
-          gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, h->primary, 0.0, arch::code3,
-                                                         true, {});
+          gp::gemm_opt_subgroup<T, I, vs::container_usm>(q, op, h->primary, 0.0, arch::code3, true,
+                                                         {});
         },
         internal);
     vrt_test::expect_message<vrt::computation_error>(
@@ -709,14 +721,14 @@ TEST(GemmRecord, MissingOrFailedPlanIsAnInternalError) {
   using T = std::tuple_element_t<0, vrt_test::built_variants>::value;
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
   const char* internal = "orvane::vrt::sparse::gemm: computation error: internal error";
-  vrt_test::expect_message<vrt::computation_error>(
-      [&] { vs::cache_gemm_internals(q, nullptr); }, internal);
+  vrt_test::expect_message<vrt::computation_error>([&] { vs::cache_gemm_internals(q, nullptr); },
+                                                   internal);
   vs::gemmInternalData* data = nullptr;
   vs::initGemmInternalData(&data);
   ASSERT_NE(data, nullptr);
   data->plan_failed = 1;
-  vrt_test::expect_message<vrt::computation_error>(
-      [&] { vs::cache_gemm_internals(q, data); }, internal);
+  vrt_test::expect_message<vrt::computation_error>([&] { vs::cache_gemm_internals(q, data); },
+                                                   internal);
   EXPECT_EQ(data->cached, 0);
   vs::gemmInternalDataRelease<T>(&data, nullptr, vs::container_usm);
   EXPECT_EQ(data, nullptr);
@@ -742,8 +754,8 @@ TEST(GemmPlan, OffsetsBeyond32BitsKeepTheGenericKernels) {
   EXPECT_TRUE(gp::fits_32bit_offsets(1000, 10, 10, 4, 4, 4, true));
   EXPECT_FALSE(gp::fits_32bit_offsets(10, 10, 0x1fffffff, 4, 4, 4, true));
   EXPECT_FALSE(gp::fits_32bit_offsets(10, 0x1fffffff / 4 + 1, 10, 4, 4, 4, true));  // B
-  EXPECT_FALSE(gp::fits_32bit_offsets(10, 10, 10, 0x1000, 0x20000, 4, false));       // B
-  EXPECT_FALSE(gp::fits_32bit_offsets(10, 10, 10, 0x1000, 4, 0x20000, false));       // C
+  EXPECT_FALSE(gp::fits_32bit_offsets(10, 10, 10, 0x1000, 0x20000, 4, false));      // B
+  EXPECT_FALSE(gp::fits_32bit_offsets(10, 10, 10, 0x1000, 4, 0x20000, false));      // C
 }
 
 TEST(GemmPlan, SubgroupTableAndShrinkRule) {
@@ -802,9 +814,9 @@ TEST(GemmPlan, ExplicitSimdTiles) {
     int rest_width;
     std::int64_t rest_tiles;
   };
-  for (const row& r : {row{1, 8, 0, 8, 1}, row{8, 8, 1, 0, 0}, row{9, 16, 0, 16, 1},
-                       row{16, 16, 1, 0, 0}, row{17, 32, 0, 32, 1}, row{127, 32, 3, 32, 1},
-                       row{100, 32, 3, 8, 1}}) {
+  for (const row& r :
+       {row{1, 8, 0, 8, 1}, row{8, 8, 1, 0, 0}, row{9, 16, 0, 16, 1}, row{16, 16, 1, 0, 0},
+        row{17, 32, 0, 32, 1}, row{127, 32, 3, 32, 1}, row{100, 32, 3, 8, 1}}) {
     const auto t = gp::plan_esimd_tiles(r.columns);
     EXPECT_EQ(t.width, r.width) << r.columns;
     EXPECT_EQ(t.full_tiles, r.full) << r.columns;

@@ -2,18 +2,18 @@
 // variants in both memory models, on the architecture codes whose first-use plans run the row
 // kernels (0, 1, 2, 5) and the complex rewrites of those plans.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cmath>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
 #include <utility>
 
-#include "support/test_helpers.hpp"
 #include "gpu/mv/csr/csr_operands.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
 #include "support/gemv_runner.hpp"
 #include "support/sparse_matrices.hpp"
+#include "support/test_helpers.hpp"
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
@@ -27,9 +27,10 @@ using vrt_test::memory;
 // Binds A on the queue in the chosen memory model, runs gemv, returns y. `inspect` sees the
 // handle after the product and before its release.
 template <typename T, typename I, typename Inspect = void (*)(vs::matrix_handle*)>
-std::vector<T> run_gemv(sycl::queue& q, const csr_matrix<T, I>& A, memory m, vrt::transpose op,
-                        T alpha, const std::vector<T>& x, T beta, std::vector<T> y,
-                        Inspect inspect = [](vs::matrix_handle*) {}) {
+std::vector<T> run_gemv(
+    sycl::queue& q, const csr_matrix<T, I>& A, memory m, vrt::transpose op, T alpha,
+    const std::vector<T>& x, T beta, std::vector<T> y,
+    Inspect inspect = [](vs::matrix_handle*) {}) {
   vrt_test::gemv_run_options o;
   o.model = m;
   o.op = op;
@@ -49,9 +50,9 @@ void check_against_reference(const char* profile, const csr_matrix<T, I>& A, T a
   const auto scale = vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0);
   for (memory m : {memory::device, memory::buffer}) {
     const auto got = run_gemv(q, A, m, vrt::transpose::nontrans, alpha, x, beta, y0);
-    vrt_test::expect_close(got, want, scale,
-                                  what + " on " + profile +
-                                      (m == memory::device ? " (USM)" : " (buffers)"));
+    vrt_test::expect_close(
+        got, want, scale,
+        what + " on " + profile + (m == memory::device ? " (USM)" : " (buffers)"));
   }
 }
 
@@ -238,25 +239,26 @@ TEST(GemvCsrKernels, LaunchersRefusePlansOutsideTheirGrid) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   const auto A = vrt_test::random_csr<double, std::int32_t>(4, 4, 2, 9);
   const std::vector<double> x(4, 1.0), y(4, 0.0);
-  run_gemv(q, A, memory::device, vrt::transpose::nontrans, 1.0, x, 0.0, y,
-           [&](vs::matrix_handle* h) {
-             h->primary->gemv_data->group_param = 128;
-             double* d = sycl::malloc_shared<double>(4, q);
-             try {
-               vs::gemv(q, vrt::transpose::nontrans, 1.0, h, d, 0.0, d);
-               ADD_FAILURE() << "a work-group size of 128 is not in the grid";
-             } catch (const vrt::computation_error& e) {
-               EXPECT_STREQ(e.what(), "orvane::vrt::sparse::gemv csr: computation error: internal error");
-             }
-             h->primary->gemv_data->kernel_kind = vs::gemv_kind{9};
-             try {
-               vs::gemv(q, vrt::transpose::nontrans, 1.0, h, d, 0.0, d);
-               ADD_FAILURE() << "kind 9 does not exist";
-             } catch (const vrt::computation_error& e) {
-               EXPECT_STREQ(e.what(), "orvane::vrt::sparse::gemv: computation error: internal error");
-             }
-             sycl::free(d, q);
-           });
+  run_gemv(
+      q, A, memory::device, vrt::transpose::nontrans, 1.0, x, 0.0, y, [&](vs::matrix_handle* h) {
+        h->primary->gemv_data->group_param = 128;
+        double* d = sycl::malloc_shared<double>(4, q);
+        try {
+          vs::gemv(q, vrt::transpose::nontrans, 1.0, h, d, 0.0, d);
+          ADD_FAILURE() << "a work-group size of 128 is not in the grid";
+        } catch (const vrt::computation_error& e) {
+          EXPECT_STREQ(e.what(),
+                       "orvane::vrt::sparse::gemv csr: computation error: internal error");
+        }
+        h->primary->gemv_data->kernel_kind = vs::gemv_kind{9};
+        try {
+          vs::gemv(q, vrt::transpose::nontrans, 1.0, h, d, 0.0, d);
+          ADD_FAILURE() << "kind 9 does not exist";
+        } catch (const vrt::computation_error& e) {
+          EXPECT_STREQ(e.what(), "orvane::vrt::sparse::gemv: computation error: internal error");
+        }
+        sycl::free(d, q);
+      });
 }
 
 }  // namespace

@@ -2,19 +2,19 @@
 // profile, after optimize_gemv, and under plans set by hand for the sub-group, explicit-SIMD and
 // merge-path grids; both bases, USM and buffers; the launchers' refusals.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "gpu/mv/csr/csr_gemv_plan.hpp"
 #include "gpu/mv/csr/csr_operands.hpp"
 #include "gpu/mv/csr/sub_group_support.hpp"
-#include "gpu/mv/csr/csr_gemv_plan.hpp"
 #include "handle/device_internal_data.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
@@ -38,9 +38,8 @@ using vrt_test::random_vector;
 // Runs the product on `profile` with the plan given (or the one the library makes, after
 // optimize_gemv when asked) and compares with the reference. y starts as NaN when beta is zero.
 template <typename T, typename I>
-void check(const char* profile, const csr_matrix<T, I>& A, const forced_plan* plan,
-           bool optimize, memory model, T alpha, T beta, const std::string& what,
-           int expected_kind = 0) {
+void check(const char* profile, const csr_matrix<T, I>& A, const forced_plan* plan, bool optimize,
+           memory model, T alpha, T beta, const std::string& what, int expected_kind = 0) {
   sycl::queue q{hostsycl::emulated_gpu(profile)};
   const auto x = random_vector<T>(A.ncols, 7);
   auto y0 = random_vector<T>(A.nrows, 11);
@@ -62,12 +61,13 @@ void check(const char* profile, const csr_matrix<T, I>& A, const forced_plan* pl
     };
   if (expected_kind != 0)
     o.done = [&](vs::matrix_handle* h) {
-      EXPECT_EQ(vs::kind_code(h->primary->gemv_data->kernel_kind), expected_kind) << what << " on " << profile;
+      EXPECT_EQ(vs::kind_code(h->primary->gemv_data->kernel_kind), expected_kind)
+          << what << " on " << profile;
     };
   const auto got = vrt_test::run_gemv_with(q, A, alpha, x, beta, y0, o);
   vrt_test::expect_close(got, want, scale,
-                                what + " on " + profile + " (" + vrt_test::name_of(model) +
-                                    ", base " + std::to_string(A.base) + ")");
+                         what + " on " + profile + " (" + vrt_test::name_of(model) + ", base " +
+                             std::to_string(A.base) + ")");
 }
 
 // Rows shorter than, equal to, and longer than both sub-group widths; empty rows inside and
@@ -121,8 +121,8 @@ TYPED_TEST(GemvFamilies, SubGroupSingleRowGrid) {
     const auto A = vrt_test::shaped_csr<T, I>(mixed_lengths(3), 211, 4, base);
     for (const forced_plan plan : {forced_plan{3, 4, 16}, forced_plan{3, 4, 32},
                                    forced_plan{3, 8, 16}, forced_plan{3, 8, 32}}) {
-      const std::string what = "sub-group " + std::to_string(plan.group) + "x" +
-                               std::to_string(plan.vector);
+      const std::string what =
+          "sub-group " + std::to_string(plan.group) + "x" + std::to_string(plan.vector);
       check<T, I>("emu-a6", A, &plan, false, memory::device, T(2), T(0.5), what, 3);
       check<T, I>("emu-a4", A, &plan, false, memory::buffer, T(-1), T(0), what, 3);
     }
@@ -181,10 +181,10 @@ TYPED_TEST(GemvFamilies, ExplicitSimdGrid) {
     const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(0), std::vector<T>(A.nrows), o);
     const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, T(1), x, T(0),
                                                std::vector<T>(A.nrows));
-    vrt_test::expect_close(got, want,
-                                  vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x,
-                                                        T(0), std::vector<T>(A.nrows)),
-                                  "complex explicit-SIMD plan");
+    vrt_test::expect_close(
+        got, want,
+        vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x, T(0), std::vector<T>(A.nrows)),
+        "complex explicit-SIMD plan");
   } else {
     for (int base : {0, 1}) {
       // 47 rows: not a multiple of 4 or 8, so the last thread owns a partial set.
@@ -206,7 +206,7 @@ TYPED_TEST(GemvFamilies, ExplicitSimdGrid) {
 template <typename T, typename I>
 csr_matrix<T, I> spread_matrix(int base, std::int64_t long_length) {
   std::vector<std::int64_t> lengths(500, 2);
-  lengths[7] = long_length;        // one row across several parts
+  lengths[7] = long_length;                                // one row across several parts
   for (std::size_t i = 100; i < 120; ++i) lengths[i] = 0;  // empty rows inside
   for (std::size_t i = 480; i < 500; ++i) lengths[i] = 0;  // and at the end
   return vrt_test::shaped_csr<T, I>(lengths, 20011, 9, base);
@@ -226,8 +226,7 @@ TYPED_TEST(GemvFamilies, MergePathAfterOptimize) {
   const auto small = spread_matrix<T, I>(0, 400);
   check<T, I>("emu-a6", small, nullptr, true, memory::device, T(1), T(1), "merge path, few steps",
               5);
-  check<T, I>("emu-a6", small, nullptr, true, memory::host, T(1), T(1),
-              "merge path, few steps", 5);
+  check<T, I>("emu-a6", small, nullptr, true, memory::host, T(1), T(1), "merge path, few steps", 5);
 }
 
 // Two products in a row share the carry arrays.
@@ -246,17 +245,16 @@ TYPED_TEST(GemvFamilies, MergePathTwice) {
     o.optimize = true;
     o.products = 2;
     const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(1), y0, o);
-    vrt_test::expect_close(
-        got, want, vrt_test::error_scale(A, vrt::transpose::nontrans, T(2), x, T(1), once),
-        "two merge products");
+    vrt_test::expect_close(got, want,
+                           vrt_test::error_scale(A, vrt::transpose::nontrans, T(2), x, T(1), once),
+                           "two merge products");
   }
 }
 
 // ---- behaviour at the edges, and refusals ---------------------------------------------------
 
 template <typename T>
-std::vector<T> tiny_product(const char* profile, forced_plan plan, T alpha, T beta, T value,
-                            T y0) {
+std::vector<T> tiny_product(const char* profile, forced_plan plan, T alpha, T beta, T value, T y0) {
   csr_matrix<T, std::int32_t> A;
   A.nrows = A.ncols = 2;
   A.row_ptr = {0, 1, 2};
@@ -272,20 +270,21 @@ std::vector<T> tiny_product(const char* profile, forced_plan plan, T alpha, T be
     s->gemv_data->group_param = plan.group;
     s->gemv_data->vector_param = plan.vector;
   };
-  return vrt_test::run_gemv_with(q, A, alpha, std::vector<T>(2, T(1)), beta,
-                                 std::vector<T>(2, y0), o);
+  return vrt_test::run_gemv_with(q, A, alpha, std::vector<T>(2, T(1)), beta, std::vector<T>(2, y0),
+                                 o);
 }
 
 TEST(GemvFamilyEdges, ZeroAlphaStillReadsTheRowAndZeroBetaClearsNaN) {
   const double inf = std::numeric_limits<double>::infinity();
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  for (const forced_plan plan : {forced_plan{3, 8, 16}, forced_plan{3, 4, 32},
-                                 forced_plan{4, 8, 32}}) {
+  for (const forced_plan plan :
+       {forced_plan{3, 8, 16}, forced_plan{3, 4, 32}, forced_plan{4, 8, 32}}) {
     EXPECT_TRUE(std::isnan(tiny_product<double>("emu-a6", plan, 0.0, 2.0, inf, 3.0)[0]));
     EXPECT_EQ(tiny_product<double>("emu-a6", plan, 1.0, 0.0, 2.0, nan)[1], 2.0);
   }
   using Z = std::complex<double>;
-  EXPECT_TRUE(std::isnan(tiny_product<Z>("emu-a3", {3, 8, 16}, Z(0), Z(2), Z(inf), Z(3))[0].real()));
+  EXPECT_TRUE(
+      std::isnan(tiny_product<Z>("emu-a3", {3, 8, 16}, Z(0), Z(2), Z(inf), Z(3))[0].real()));
   EXPECT_EQ((tiny_product<Z>("emu-a3", {3, 8, 16}, Z(1), Z(0), Z(0, 2), Z(nan, nan))[0]), Z(0, 2));
 }
 
@@ -349,8 +348,7 @@ TEST(GemvFamilyEdges, SubGroupSizeIsCheckedAgainstTheDevice) {
   const sycl::queue q{a6};
   vrt_test::expect_message<vrt::unsupported_device>(
       [&] { vs::gpu::require_sub_group_size(q, 8, "gemv"); },
-      "orvane::vrt::sparse::gemv: unsupported device: " +
-          a6.get_info<sycl::info::device::name>());
+      "orvane::vrt::sparse::gemv: unsupported device: " + a6.get_info<sycl::info::device::name>());
 }
 
 // ---- the sub-group launch shape --------------------------------------------------------------
@@ -390,8 +388,8 @@ TEST(SubGroupLaunchShape, ThresholdAtOneThreadShortOfTheDevice) {
 TEST(SubGroupLaunchShape, BundleGroupsHalveUntilTheyDivide) {
   using vs::gpu::csr::sub_group_launch;
   const std::int64_t threads = 168;
-  const std::pair<std::int64_t, std::int32_t> cases[] = {
-      {2688, 8}, {2689, 1}, {2704, 1}, {2705, 2}, {2720, 2}, {2721, 1}, {2737, 4}};
+  const std::pair<std::int64_t, std::int32_t> cases[] = {{2688, 8}, {2689, 1}, {2704, 1}, {2705, 2},
+                                                         {2720, 2}, {2721, 1}, {2737, 4}};
   for (const auto& [nrows, groups] : cases) {
     const auto shape = sub_group_launch(nrows, threads, 16, 8);
     EXPECT_TRUE(shape.bundles) << nrows;
@@ -407,13 +405,13 @@ TEST(SubGroupLaunchShape, RefusesGroupCountsTheKernelsDoNotTake) {
   const std::string internal = "orvane::vrt::sparse::gemv csr: computation error: internal error";
   for (std::int32_t g : {0, 1, 2, 3, 16, -8})
     vrt_test::expect_message<vrt::computation_error>([&] { sub_group_launch(100, 168, 16, g); },
-                                                      internal);
+                                                     internal);
   // Bundles: 176 bundles keep 16; 168 bundles keep 3; a count of 0 or below never divides.
   for (std::int32_t g : {16, 0, -8})
-    vrt_test::expect_message<vrt::computation_error>(
-        [&] { sub_group_launch(2801, 168, 16, g); }, internal);
+    vrt_test::expect_message<vrt::computation_error>([&] { sub_group_launch(2801, 168, 16, g); },
+                                                     internal);
   vrt_test::expect_message<vrt::computation_error>([&] { sub_group_launch(2673, 168, 16, 3); },
-                                                    internal);
+                                                   internal);
   // 3 that does not divide the bundles halves to 1.
   EXPECT_EQ(sub_group_launch(2689, 168, 16, 3).groups, 1);
 }
@@ -462,7 +460,13 @@ void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A
         vs::as_container<vs::container_usm, I>(s->row_ptr),
         vs::as_container<vs::container_usm, I>(s->col_ind),
         vs::as_container<vs::container_usm, T>(s->values),
-        dx.usm(), dy.usm(), s->nrows, static_cast<I>(A.base), alpha, beta, true};
+        dx.usm(),
+        dy.usm(),
+        s->nrows,
+        static_cast<I>(A.base),
+        alpha,
+        beta,
+        true};
     const vs::gemvInternalData& p = *s->gemv_data;
     if (plan == nullptr) {
       EXPECT_EQ(p.kernel_kind, vs::gemv_kind::merge) << what;
@@ -479,10 +483,9 @@ void expect_conjugated(const char* profile, const csr_matrix<T, std::int32_t>& A
     got = dy.read(n);
   };
   vrt_test::run_gemv_with(q, A, alpha, x, beta, y0, o);
-  vrt_test::expect_close(
-      got, conjugated_reference(A, alpha, x, beta, y0),
-      vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0),
-      what + " on " + profile);
+  vrt_test::expect_close(got, conjugated_reference(A, alpha, x, beta, y0),
+                         vrt_test::error_scale(A, vrt::transpose::nontrans, alpha, x, beta, y0),
+                         what + " on " + profile);
 }
 
 template <typename T>
@@ -492,9 +495,9 @@ void check_conjugation() {
   // Rows shorter and longer than both widths: full steps and tails.
   const auto rows = vrt_test::shaped_csr<T, I>(mixed_lengths(1), 211, 31, 1);
   for (const forced_plan plan : {forced_plan{3, 8, 16}, forced_plan{3, 4, 32}})
-    expect_conjugated<T>("emu-a6", rows, &plan,
-                         "sub-group " + std::to_string(plan.group) + "x" +
-                             std::to_string(plan.vector));
+    expect_conjugated<T>(
+        "emu-a6", rows, &plan,
+        "sub-group " + std::to_string(plan.group) + "x" + std::to_string(plan.vector));
   // Bundles: 2673 rows on emu-a1.
   std::vector<std::int64_t> lengths(2673);
   for (std::size_t r = 0; r < lengths.size(); ++r) lengths[r] = static_cast<std::int64_t>(r % 21);

@@ -2,12 +2,12 @@
 // its tables, on every architecture code and for the four precisions, read back from the plan
 // record; the merge path's partition; refusals, allocation failures and repeated calls.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
 #include <numeric>
 #include <string>
@@ -56,16 +56,20 @@ constexpr bool complex_v = std::is_same_v<T, C> || std::is_same_v<T, Z>;
 template <typename T>
 plan_triple expected_table_plan(int code, std::int64_t avg_ceil) {
   switch (code) {
-    case 1: return {1, 256, single_v<T> ? 8 : 4};
+    case 1:
+      return {1, 256, single_v<T> ? 8 : 4};
     case 3:
-    case 4: return avg_ceil < 13 ? plan_triple{1, 64, 4} : plan_triple{3, 8, 16};
-    case 5: return {1, 4, single_v<T> ? 16 : 4};
+    case 4:
+      return avg_ceil < 13 ? plan_triple{1, 64, 4} : plan_triple{3, 8, 16};
+    case 5:
+      return {1, 4, single_v<T> ? 16 : 4};
     case 6:
       if (avg_ceil <= 4) return {1, 256, 4};
       if (avg_ceil <= 8) return {1, 256, 8};
       if (avg_ceil <= 16) return {1, 256, 16};
       return {3, 8, 32};
-    default: return {1, 256, 16};
+    default:
+      return {1, 256, 16};
   }
 }
 
@@ -83,8 +87,8 @@ struct profile_case {
   const char* name;
   int code;
 };
-constexpr profile_case all_profiles[] = {{"emu-a0", 0}, {"emu-a1", 1}, {"emu-a2", 2},
-                                         {"emu-a3", 3}, {"emu-a4", 4}, {"emu-a5", 5},
+constexpr profile_case all_profiles[] = {{"emu-a0", 0}, {"emu-a1", 1},       {"emu-a2", 2},
+                                         {"emu-a3", 3}, {"emu-a4", 4},       {"emu-a5", 5},
                                          {"emu-a6", 6}, {"emu-a1-nofp64", 1}};
 
 // Where beta is zero every entry must be written: NaN where it is not.
@@ -97,8 +101,8 @@ bool runs_on(const char* profile) {
 }
 
 template <typename T, typename I>
-void expect_plan_for(const profile_case& profile, const csr_matrix<T, I>& A,
-                     plan_triple planned, memory model, const std::string& what) {
+void expect_plan_for(const profile_case& profile, const csr_matrix<T, I>& A, plan_triple planned,
+                     memory model, const std::string& what) {
   if (!vs::value_type_built<T>) GTEST_SKIP() << "value type left out of this build";
   sycl::queue q{hostsycl::emulated_gpu(profile.name)};
   const std::vector<T> x(static_cast<std::size_t>(A.ncols), T(1));
@@ -118,13 +122,11 @@ void expect_plan_for(const profile_case& profile, const csr_matrix<T, I>& A,
     EXPECT_EQ(triple_of(h->primary->gemv_data), after_product<T>(planned, profile.code))
         << what << " on " << profile.name << " after the product";
   };
-  const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(0),
-                                           std::vector<T>(A.nrows, T(-1)), o);
-  vrt_test::expect_close(
-      got, want,
-      vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x, T(0),
-                            std::vector<T>(A.nrows, T(0))),
-      what + " on " + profile.name);
+  const auto got = vrt_test::run_gemv_with(q, A, T(1), x, T(0), std::vector<T>(A.nrows, T(-1)), o);
+  vrt_test::expect_close(got, want,
+                         vrt_test::error_scale(A, vrt::transpose::nontrans, T(1), x, T(0),
+                                               std::vector<T>(A.nrows, T(0))),
+                         what + " on " + profile.name);
 }
 
 // Every edge of the mean-row-length tables, every profile, four precisions.
@@ -235,8 +237,8 @@ TEST(OptimizeGemvMergeChoice, AllPrecisionsTakeTheMergePath) {
                      memory::device, "merge float");
   expect_plan_for<C>(a6, vrt_test::shaped_csr<C, std::int64_t>(lengths, 1009, 8), {5, 4, 32},
                      memory::buffer, "merge complex float");
-  expect_plan_for<Z>(a6, vrt_test::shaped_csr<Z, std::int32_t>(lengths, 1009, 8, 1),
-                     {5, 4, 32}, memory::host, "merge complex double");
+  expect_plan_for<Z>(a6, vrt_test::shaped_csr<Z, std::int32_t>(lengths, 1009, 8, 1), {5, 4, 32},
+                     memory::host, "merge complex double");
 }
 
 // ---- the arithmetic of the tables ------------------------------------------------------------
@@ -301,10 +303,13 @@ TEST(OptimizeGemvArithmetic, Code6LongRowsGoToExplicitSimdOnlyWhenTheCacheOverfl
   EXPECT_EQ(esimd.preset.vector_param, 32);
   // Too many rows for 32-bit offsets of z: the sub-group kernels.
   const gemv_matrix_facts huge{300'000'000, 10, 300'000'000 * 17LL, 17.0, 0.0, 0.0};
-  EXPECT_EQ(vs::kind_code(choose_optimized_plan<Z, std::int64_t>(huge, two_tiles).preset.kernel_kind), 3);
+  EXPECT_EQ(
+      vs::kind_code(choose_optimized_plan<Z, std::int64_t>(huge, two_tiles).preset.kernel_kind), 3);
   // The same matrix on one tile of a smaller device with 16 long rows stays on sycl::vec.
   const gemv_matrix_facts sixteen{10'000'000, 10'000'000, 160'000'000, 16.0, 0.0, 0.0};
-  EXPECT_EQ(vs::kind_code(choose_optimized_plan<D, std::int32_t>(sixteen, two_tiles).preset.kernel_kind), 1);
+  EXPECT_EQ(
+      vs::kind_code(choose_optimized_plan<D, std::int32_t>(sixteen, two_tiles).preset.kernel_kind),
+      1);
 }
 
 // Code 6 with rows of 17: the explicit-SIMD plan once the matrix overflows the cache. Eleven
@@ -401,11 +406,11 @@ TEST(OptimizeGemvSequence, TransposedOperationPlansTheExplicitTranspose) {
   };
   const std::vector<D> x(4, 1.0);
   const auto got = vrt_test::run_gemv_with(q, A, 2.0, x, 0.0, unwritten(31), o);
-  const auto want = vrt_test::reference_gemv(A, vrt::transpose::trans, 2.0, x, 0.0,
-                                             std::vector<D>(31));
+  const auto want =
+      vrt_test::reference_gemv(A, vrt::transpose::trans, 2.0, x, 0.0, std::vector<D>(31));
   vrt_test::expect_close(
-      got, want,
-      vrt_test::error_scale(A, vrt::transpose::trans, 2.0, x, 0.0, std::vector<D>(31)), "A^T");
+      got, want, vrt_test::error_scale(A, vrt::transpose::trans, 2.0, x, 0.0, std::vector<D>(31)),
+      "A^T");
 }
 
 TEST(OptimizeGemvSequence, CooIsMarkedOptimizedWithoutStatistics) {
@@ -451,8 +456,8 @@ TEST(OptimizeGemvFailures, UnboundMatrixAndSharedAllocationFailure) {
   };
   const std::vector<D> x(11, 1.0);
   const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, unwritten(8), o);
-  const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0,
-                                             std::vector<D>(8));
+  const auto want =
+      vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(8));
   vrt_test::expect_close(
       got, want, vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(8)),
       "after the failure");
@@ -508,8 +513,8 @@ TEST(OptimizeGemvFailures, MergeArraysFallBackToTheRowPlan) {
   o.optimize = true;
   const std::vector<D> x(1009, 1.0);
   const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, unwritten(100), o);
-  const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0,
-                                             std::vector<D>(100));
+  const auto want =
+      vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(100));
   vrt_test::expect_close(
       got, want,
       vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(100)),
@@ -569,13 +574,13 @@ TEST(OptimizeGemvRefusals, OnlyCsrAndCooOnGpuDevices) {
 TEST(OptimizeGemvRefusals, CachingNeedsARecordNotYetOptimized) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
   const std::string internal = "orvane::vrt::sparse::gemv: computation error: internal error";
-  vrt_test::expect_message<vrt::computation_error>(
-      [&] { vs::cache_gemv_internals(q, nullptr); }, internal);
+  vrt_test::expect_message<vrt::computation_error>([&] { vs::cache_gemv_internals(q, nullptr); },
+                                                   internal);
   vs::gemvInternalData* data = nullptr;
   vs::initGemvInternalData(&data);
   data->optimized = 1;  // optimized before its device was known
-  vrt_test::expect_message<vrt::computation_error>(
-      [&] { vs::cache_gemv_internals(q, data); }, internal);
+  vrt_test::expect_message<vrt::computation_error>([&] { vs::cache_gemv_internals(q, data); },
+                                                   internal);
   EXPECT_FALSE(data->cached);
   data->optimized = 0;
   vs::cache_gemv_internals(q, data);
@@ -602,7 +607,8 @@ TEST(OptimizeGemvRefusals, RecordAllocationFailureIsAHostBadAlloc) {
 
 // Reads the partition of a merge plan back to the host.
 template <typename I>
-std::pair<std::vector<I>, std::vector<I>> partition_of(sycl::queue& q, const vs::gemvInternalData* p) {
+std::pair<std::vector<I>, std::vector<I>> partition_of(sycl::queue& q,
+                                                       const vs::gemvInternalData* p) {
   std::vector<I> rows(static_cast<std::size_t>(p->num_partitions) + 1);
   std::vector<I> nnz(rows.size());
   q.memcpy(rows.data(), p->partition_rows, rows.size() * sizeof(I)).wait();
@@ -676,12 +682,12 @@ TEST(MergePathPartition, TotalSmallerThanPartCount) {
   };
   const std::vector<D> x(101, 1.0);
   const auto got = vrt_test::run_gemv_with(q, A, 1.0, x, 0.0, std::vector<D>(40, -1.0), o);
-  const auto want = vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0,
-                                             std::vector<D>(40));
-  vrt_test::expect_close(got, want,
-                                vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0,
-                                                      std::vector<D>(40)),
-                                "total < P");
+  const auto want =
+      vrt_test::reference_gemv(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(40));
+  vrt_test::expect_close(
+      got, want,
+      vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(40)),
+      "total < P");
 }
 
 }  // namespace

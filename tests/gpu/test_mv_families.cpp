@@ -2,9 +2,9 @@
 // fused gemvdot on emulated GPUs, through the public routines, against plain references, for the
 // sixteen variants and every memory of y.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cmath>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
 #include <type_traits>
 
@@ -19,9 +19,9 @@ namespace {
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
+using vrt_test::csr_matrix;
 using vrt_test::memory;
 using vrt_test::storage;
-using vrt_test::csr_matrix;
 
 using vrt_test::all_memories;
 constexpr const char* all_profiles[] = {"emu-a0", "emu-a1", "emu-a2", "emu-a3",
@@ -67,11 +67,12 @@ void check_gemv(const char* profile, const csr_matrix<T, I>& A, storage s, vrt::
   for (memory m : all_memories) {
     // Host y takes the explicit transpose and the row-wise kernels of the profile's plan; those
     // of codes 3, 4 and 6 are the CSR sub-group family, which is tested with it.
-    if (m == memory::host && s == storage::csr && transposed && row_subgroup_plan(profile)) continue;
+    if (m == memory::host && s == storage::csr && transposed && row_subgroup_plan(profile))
+      continue;
     const auto got = run_gemv(q, A, s, m, op, alpha, x, beta, y0).y;
     vrt_test::expect_close(got, want, scale,
-                                  what + " op " + std::to_string(static_cast<int>(op)) + " on " +
-                                      profile + " (" + vrt_test::name_of(m) + ")");
+                           what + " op " + std::to_string(static_cast<int>(op)) + " on " + profile +
+                               " (" + vrt_test::name_of(m) + ")");
   }
 }
 
@@ -105,7 +106,8 @@ void expect_csc_plan(const char* profile, int kind, int group, int vector) {
                    [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
                      // USM only: the plan is read once the product is submitted.
                      if constexpr (sizeof...(deps) > 0) {
-                       auto done = vs::gemv(q, vrt::transpose::trans, T(1), h, xv, T(0), yv, deps...);
+                       auto done =
+                           vs::gemv(q, vrt::transpose::trans, T(1), h, xv, T(0), yv, deps...);
                        plan = *h->primary->gemv_data;
                        return done;
                      }
@@ -273,9 +275,8 @@ TYPED_TEST(MvFamilies, SymvFromEitherTriangle) {
             const auto got = run_symv(q, *A, m, upper ? vrt::uplo::upper : vrt::uplo::lower,
                                       T(-1.25), xs, beta, ys);
             vrt_test::expect_close(got, want, scale,
-                                          std::string("symv ") + (upper ? "upper" : "lower") +
-                                              " on " + profile + " (" +
-                                              vrt_test::name_of(m) + ")");
+                                   std::string("symv ") + (upper ? "upper" : "lower") + " on " +
+                                       profile + " (" + vrt_test::name_of(m) + ")");
           }
         }
       }
@@ -340,8 +341,8 @@ TYPED_TEST(MvFamilies, GemvdotOddRowsAndOneGroup) {
   const auto A = vrt_test::random_csr<T, I>(101, 101, 20, 51, 0, 2, 90);
   const auto one_based = vrt_test::random_csr<T, I>(77, 77, 9, 52, 1);
   for (const char* profile : {"emu-a2", "emu-a5"}) {
-    check_gemvdot<T, I>(profile, A, T(1.5), T(0.5), {memory::device, memory::shared, memory::host,
-                                                      memory::buffer}, "gemvdot");
+    check_gemvdot<T, I>(profile, A, T(1.5), T(0.5),
+                        {memory::device, memory::shared, memory::host, memory::buffer}, "gemvdot");
     check_gemvdot<T, I>(profile, one_based, T(-1), T(0), {memory::device, memory::buffer},
                         "gemvdot one-based");
   }
@@ -391,8 +392,7 @@ TEST(MvFamiliesGemvdot, ReducePassesFromThirtyThreeGroups) {
   EXPECT_EQ(deep.reduce_passes, (std::vector<std::size_t>{33 * rows_per_group, 33}));
   EXPECT_EQ(deep.final_sum, 0u);
   // The row counts of GemvdotThirtyTwoAndThirtyThreeGroups on emu-a3.
-  const std::size_t a3 =
-      vs::gpu::detail::gemvdot_group_size(hostsycl::emulated_gpu("emu-a3"));
+  const std::size_t a3 = vs::gpu::detail::gemvdot_group_size(hostsycl::emulated_gpu("emu-a3"));
   EXPECT_EQ(a3, wg);
   EXPECT_EQ(schedule_gemvdot(32767, a3).groups, 32u);
   EXPECT_EQ(schedule_gemvdot(33791, a3).groups, 33u);
@@ -451,8 +451,8 @@ TEST(MvFamiliesGemvdot, PartialsThatCannotBeAllocated) {
                          [&](auto* h, auto& xv, auto& yv, auto& dv, const auto&... deps) {
                            // The device request and its fallback to host memory both fail.
                            hostsycl::fail_next_allocations(2);
-                           return vs::gemvdot(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv,
-                                              dv, deps...);
+                           return vs::gemvdot(q, vrt::transpose::nontrans, 1.0, h, xv, 0.0, yv, dv,
+                                              deps...);
                          });
       },
       "orvane::vrt::sparse::gemvdot: cannot allocate memory on " + device);
@@ -461,19 +461,19 @@ TEST(MvFamiliesGemvdot, PartialsThatCannotBeAllocated) {
 
 // ---- edge cases -----------------------------------------------------------------------------
 
-
 TEST(MvFamiliesEdges, ZeroBetaWithNaNInY) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   const auto A = two_by_two(2.0, 1.0);
   const std::vector<double> x{1, 1}, y{nan, nan};
   // The column scatter multiplies y by beta: the NaN stays.
-  const auto csc = run_gemv(q, A, storage::csr, memory::device, vrt::transpose::trans, 1.0, x, 0.0, y);
+  const auto csc =
+      run_gemv(q, A, storage::csr, memory::device, vrt::transpose::trans, 1.0, x, 0.0, y);
   EXPECT_TRUE(std::isnan(csc.y[0]) && std::isnan(csc.y[1]));
   // COO clears y for a zero beta, and for a NaN beta too.
   for (double beta : {0.0, nan}) {
-    const auto coo = run_gemv(q, A, storage::coo, memory::device, vrt::transpose::nontrans, 1.0, x,
-                              beta, y);
+    const auto coo =
+        run_gemv(q, A, storage::coo, memory::device, vrt::transpose::nontrans, 1.0, x, beta, y);
     EXPECT_EQ(coo.y, (std::vector<double>{3, 2}));
   }
   const auto sym = run_symv(q, A, memory::device, vrt::uplo::upper, 1.0, x, 0.0, y);
@@ -508,7 +508,8 @@ TEST(MvFamiliesEdges, EmptyRowsAndDiagonalOnce) {
   A.values = {2, 1, 7, 5};
   sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
   const std::vector<double> x{1, 2, 3, 4}, y{0, 0, 0, 0};
-  const auto csc = run_gemv(q, A, storage::csr, memory::shared, vrt::transpose::trans, 1.0, x, 0.0, y);
+  const auto csc =
+      run_gemv(q, A, storage::csr, memory::shared, vrt::transpose::trans, 1.0, x, 0.0, y);
   EXPECT_EQ(csc.y, (std::vector<double>{2, 28, 0, 21}));
   // Upper triangle: (0,0)=2, (0,3)=1, (3,3)=5; the diagonal counts once.
   const auto sym = run_symv(q, A, memory::shared, vrt::uplo::upper, 1.0, x, 0.0, y);
@@ -569,8 +570,8 @@ TEST(MvFamiliesEdges, EveryScatterLauncherRefusesHostYAndOffGridPlans) {
   }
   using zops = csc::scatter_operands<std::complex<double>, std::int32_t, vs::container_usm>;
   auto* complex_y = sycl::malloc_device<std::complex<double>>(2, q);
-  const zops complex_operands{nullptr, nullptr, nullptr, nullptr, complex_y, 2, 2, 0, 1.0, 0.0,
-                              false};
+  const zops complex_operands{nullptr, nullptr, nullptr, nullptr, complex_y, 2,
+                              2,       0,       1.0,     0.0,     false};
   vrt_test::expect_message<vrt::computation_error>(
       [&] {
         csc::gemv_with_syclvec<std::complex<double>, std::int32_t, vs::container_usm>(
@@ -600,8 +601,8 @@ TEST(MvFamiliesEdges, FamilyEntriesGuardTheirStructure) {
     csc::gemv_impl<double, std::int32_t, vs::container_usm>(q, op, false, 1.0, A, y, 0.0, y, {});
   };
   auto coo_product = [&](vs::sparseStructure* A) {
-    coo::gemv_impl<double, std::int32_t, vs::container_usm>(q, vrt::transpose::nontrans, 1.0, A,
-                                                             y, 0.0, y, {});
+    coo::gemv_impl<double, std::int32_t, vs::container_usm>(q, vrt::transpose::nontrans, 1.0, A, y,
+                                                            0.0, y, {});
   };
   vrt_test::expect_message<vrt::uninitialized>(
       [&] { column_scatter(nullptr, vrt::transpose::trans); }, uninitialized);
@@ -637,8 +638,7 @@ TEST(MvFamiliesEdges, UnboundHandleOnTheDevice) {
 TEST(MvFamiliesEdges, YInUnknownMemoryTakesNoAtomics) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
   std::vector<double> plain(4, 0.0);
-  EXPECT_EQ((vs::memory_kind<vs::container_usm>(q, plain.data())),
-            sycl::usm::alloc::unknown);
+  EXPECT_EQ((vs::memory_kind<vs::container_usm>(q, plain.data())), sycl::usm::alloc::unknown);
   EXPECT_TRUE((vs::is_host_memory<vs::container_usm>(q, plain.data())));
   double* shared = sycl::malloc_shared<double>(1, q);
   EXPECT_FALSE((vs::is_host_memory<vs::container_usm>(q, shared)));
@@ -655,21 +655,20 @@ TEST(MvFamiliesEdges, YInUnknownMemoryTakesNoAtomics) {
                          return vs::gemv(q, op, 1.5, h, xv, -0.5, y.data(), deps...);
                      });
     vrt_test::expect_close(y, vrt_test::reference_gemv(A, op, 1.5, x, -0.5, y0),
-                                  vrt_test::error_scale(A, op, 1.5, x, -0.5, y0),
-                                  "coo on heap y op " + std::to_string(static_cast<int>(op)));
+                           vrt_test::error_scale(A, op, 1.5, x, -0.5, y0),
+                           "coo on heap y op " + std::to_string(static_cast<int>(op)));
   }
   for (bool upper : {true, false}) {
     std::vector<double> y = y0;
     vrt_mv_test::run(q, A, storage::csr, memory::device, x, y0, 0.0,
                      [&](auto* h, auto& xv, auto&, auto&, const auto&... deps) {
                        if constexpr (sizeof...(deps) > 0)
-                         return vs::symv(q, upper ? vrt::uplo::upper : vrt::uplo::lower, 1.5, h,
-                                         xv, -0.5, y.data(), deps...);
+                         return vs::symv(q, upper ? vrt::uplo::upper : vrt::uplo::lower, 1.5, h, xv,
+                                         -0.5, y.data(), deps...);
                      });
     std::vector<double> scale;
     const auto want = reference_symv(A, upper, 1.5, x, -0.5, y0, scale);
-    vrt_test::expect_close(y, want, scale,
-                                  upper ? "symv upper on heap y" : "symv lower on heap y");
+    vrt_test::expect_close(y, want, scale, upper ? "symv upper on heap y" : "symv lower on heap y");
   }
 }
 

@@ -1,21 +1,21 @@
 // Row sort, explicit transposes and omatcopy on emulated GPUs, against plain references.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <hostsycl/hostsycl.hpp>
 #include <initializer_list>
 #include <set>
-#include <tuple>
 #include <thread>
+#include <tuple>
 
-#include "support/test_helpers.hpp"
 #include "gpu/format/sort_kernel.hpp"
 #include "handle/handle.hpp"
 #include "support/device_arrays.hpp"
 #include "support/sparse_matrices.hpp"
+#include "support/test_helpers.hpp"
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
@@ -36,10 +36,17 @@ std::vector<std::int64_t> keys_of_kind(std::size_t n, int kind, std::mt19937& rn
   std::vector<std::int64_t> k(n);
   for (std::size_t i = 0; i < n; ++i) {
     switch (kind) {
-      case 0: k[i] = static_cast<std::int64_t>(i); break;            // sorted
-      case 1: k[i] = static_cast<std::int64_t>(n - i); break;        // reverse
-      case 2: k[i] = static_cast<std::int64_t>(rng() % 5); break;    // many equal keys
-      default: k[i] = static_cast<std::int64_t>(rng() % 100000);     // random
+      case 0:
+        k[i] = static_cast<std::int64_t>(i);
+        break;  // sorted
+      case 1:
+        k[i] = static_cast<std::int64_t>(n - i);
+        break;  // reverse
+      case 2:
+        k[i] = static_cast<std::int64_t>(rng() % 5);
+        break;  // many equal keys
+      default:
+        k[i] = static_cast<std::int64_t>(rng() % 100000);  // random
     }
   }
   return k;
@@ -102,7 +109,11 @@ struct coo_matrix {
 
 template <typename T, typename I>
 coo_matrix<T, I> sentinel_coo(std::int64_t nrows, std::int64_t ncols, std::size_t nnz, int base) {
-  return {nrows, ncols, base, std::vector<I>(nnz, I(-1)), std::vector<I>(nnz, I(-1)),
+  return {nrows,
+          ncols,
+          base,
+          std::vector<I>(nnz, I(-1)),
+          std::vector<I>(nnz, I(-1)),
           vrt_test::nan_vector<T>(nnz)};
 }
 
@@ -156,7 +167,11 @@ struct device_matrix {
 
   // The bound COO arrays as they are now.
   coo_matrix<T, I> read_coo(std::int64_t nrows, std::int64_t ncols, int base, std::size_t nnz) {
-    return {nrows, ncols, base, bound.first().read(nnz), bound.col_ind().read(nnz),
+    return {nrows,
+            ncols,
+            base,
+            bound.first().read(nnz),
+            bound.col_ind().read(nnz),
             bound.values().read(nnz)};
   }
 };
@@ -193,9 +208,9 @@ TYPED_TEST(SortMatrix, RowsOfEveryLengthEndSortedWithTheirValues) {
   for (int r = 0; r < 10; ++r) {
     for (int k = 0; k < lengths[r]; ++k) {
       I col = static_cast<I>(rng() % 5000);
-      if (r == 7) col = static_cast<I>(k);            // already sorted
-      if (r == 8) col = static_cast<I>(4999 - k);     // reversed
-      if (r == 9) col = static_cast<I>(rng() % 4);    // many equal keys
+      if (r == 7) col = static_cast<I>(k);          // already sorted
+      if (r == 8) col = static_cast<I>(4999 - k);   // reversed
+      if (r == 9) col = static_cast<I>(rng() % 4);  // many equal keys
       A.col_ind.push_back(col + 1);
       A.values.push_back(vrt_test::random_value<T>(rng));
     }
@@ -249,7 +264,8 @@ csr_matrix<T, I> reference_transpose(const csr_matrix<T, I>& A, bool conj) {
   std::vector<std::vector<std::pair<I, T>>> rows(static_cast<std::size_t>(A.ncols));
   for (std::int64_t r = 0; r < A.nrows; ++r)
     for (I j = A.row_ptr[r] - A.base; j < A.row_ptr[r + 1] - A.base; ++j)
-      rows[A.col_ind[j] - A.base].push_back({static_cast<I>(r), vrt_test::conj_if(A.values[j], conj)});
+      rows[A.col_ind[j] - A.base].push_back(
+          {static_cast<I>(r), vrt_test::conj_if(A.values[j], conj)});
   t.row_ptr.push_back(0);
   for (const auto& row : rows) {
     for (const auto& [c, v] : row) {
@@ -418,12 +434,14 @@ TEST(TransposeFrame, RefusalsAndReuse) {
       prefix + "invalid argument: In-place copy operation is not supported");
   expect_message<vrt::invalid_argument>(
       [&] { vs::omatcopy(q, vrt::transpose::nontrans, S.h, D.h); },
-      prefix + "invalid argument: Input matrix appears to be CSR structure-only but output "
-               "matrix appears to CSR structure+values");
+      prefix +
+          "invalid argument: Input matrix appears to be CSR structure-only but output "
+          "matrix appears to CSR structure+values");
   expect_message<vrt::invalid_argument>(
       [&] { vs::omatcopy(q, vrt::transpose::trans, S.h, D.h); },
-      prefix + "invalid argument: Either both input `a` and output `a^T` arrays must be emptyor "
-               "both must be allocated with `a^T` at least as long as `a`");
+      prefix +
+          "invalid argument: Either both input `a` and output `a^T` arrays must be emptyor "
+          "both must be allocated with `a^T` at least as long as `a`");
   vs::matrix_handle* fresh = nullptr;
   vs::init_matrix_handle(&fresh);
   fresh->fp_type = vs::fp_double;

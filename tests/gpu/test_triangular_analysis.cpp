@@ -2,17 +2,17 @@
 // symmetric expansion of one triangle, the strict-triangle copy and optimize_trsv's records,
 // checked through the handle's slots against host computations, in both memory models.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <algorithm>
+#include <hostsycl/hostsycl.hpp>
 #include <map>
 #include <set>
 #include <tuple>
 
+#include "gpu/entry_points.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
 #include "gpu/triangular/trmv/strict_triangle_copy.hpp"
-#include "gpu/entry_points.hpp"
 #include "handle/release.hpp"
 #include "handle/triangular_data.hpp"
 #include "interface/dispatch.hpp"
@@ -161,15 +161,15 @@ TYPED_TEST(TriangularAnalysis, StructureRefusals) {
   using C = std::integral_constant<vs::containerType, vs::container_usm>;
   expect_message<vrt::computation_error>(
       [&] {
-        gpu::diagData_impl<T, I, C::value>(q, h->primary, &h->diag_values, true,
-                                           &h->diag_struct, {});
+        gpu::diagData_impl<T, I, C::value>(q, h->primary, &h->diag_values, true, &h->diag_struct,
+                                           {});
       },
       prefix("diagDataKernel") + "computation error: internal error");
   h->primary->fp_type = vs::fp_unset;
   expect_message<vrt::unimplemented>(
       [&] {
-        gpu::diagData_impl<T, I, C::value>(q, h->primary, &h->diag_values, false,
-                                           &h->diag_struct, {});
+        gpu::diagData_impl<T, I, C::value>(q, h->primary, &h->diag_values, false, &h->diag_struct,
+                                           {});
       },
       prefix("") +
           "unimplemented functionality: Only supports analysis of diagonal elements on fully "
@@ -179,8 +179,8 @@ TYPED_TEST(TriangularAnalysis, StructureRefusals) {
   h->primary->format = vs::format_coo;
   expect_message<vrt::unimplemented>(
       [&] {
-        gpu::diagData_impl<T, I, C::value>(q, h->primary, &h->diag_values, false,
-                                           &h->diag_struct, {});
+        gpu::diagData_impl<T, I, C::value>(q, h->primary, &h->diag_values, false, &h->diag_struct,
+                                           {});
       },
       prefix("") + "unimplemented functionality: currently only supports the CSR matrix format");
   h->primary->format = vs::format_csr;
@@ -515,8 +515,7 @@ TYPED_TEST(TriangularAnalysis, NoRowsLeavesTheFlagsAtZero) {
     vs::matrix_handle* h = b.handle();
     b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
     ASSERT_NE(h->diag_values, nullptr);
-    const auto status = read_container<I>(q, h->diag_values->status_host,
-                                          container_of(m), 32);
+    const auto status = read_container<I>(q, h->diag_values->status_host, container_of(m), 32);
     for (I s : status) EXPECT_EQ(s, I(0));
     ASSERT_NE(h->sym_from_lower, nullptr);
     EXPECT_EQ(h->sym_from_lower->nnz, 0);

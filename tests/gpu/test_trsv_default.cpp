@@ -1,6 +1,7 @@
 // trsv without analysis on emulated GPUs: the single work-item solve on the user's arrays,
 // against a plain solve, for every variant, memory model and profile, with its refusals.
 #include <gtest/gtest.h>
+
 #include <hostsycl/hostsycl.hpp>
 
 #include "gpu/entry_points.hpp"
@@ -15,7 +16,6 @@ namespace vs = orvane::vrt::sparse;
 using namespace vrt_test::triangular;
 using vrt_test::csr_matrix;
 using vrt_test::expect_message;
-
 
 template <typename V>
 class TrsvDefault : public ::testing::Test {};
@@ -62,8 +62,8 @@ TYPED_TEST(TrsvDefault, FullUnsortedMatricesOnEveryProfileAndMemory) {
               vs::set_csr_data(q, h, I(64), I(64), vrt::index_base::zero, rows.usm(), cols.usm(),
                                vals.usm());
             },
-            prefix("set_csr_data") + "unsupported device: " +
-                q.get_device().get_info<sycl::info::device::name>());
+            prefix("set_csr_data") +
+                "unsupported device: " + q.get_device().get_info<sycl::info::device::name>());
         vs::release_matrix_handle(q, &h, {}).wait();
         continue;
       }
@@ -239,8 +239,7 @@ TYPED_TEST(TrsvDefault, WaitsForItsDependencies) {
   for (vrt::diag dg : both_diags) {
     q.fill(dx, T(-1), 48).wait();
     const sycl::event written = q.fill(dx, T(0.75), 48);
-    vs::trsv(q, vrt::uplo::upper, vrt::transpose::nontrans, dg, T(2), b.handle(), dx, dy,
-             {written})
+    vs::trsv(q, vrt::uplo::upper, vrt::transpose::nontrans, dg, T(2), b.handle(), dx, dy, {written})
         .wait();
     expect_close(ys.read(), reference_solve(A, true, dg == vrt::diag::unit, T(2), x), "upper");
   }

@@ -3,9 +3,9 @@
 // profile (code 4 synchronises the middle colors of real solves by atomics, the others by one
 // kernel per color).
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cmath>
+#include <hostsycl/hostsycl.hpp>
 #include <string>
 
 #include "gpu/levelset_support.hpp"
@@ -70,8 +70,8 @@ void check_all_ways(const triangle_matrix<T>& lower_m, const char* profile, cons
     for (bool unit : {false, true}) {
       const solve_case s{lower, unit, 1.5};
       const auto want = reference_solve(m, lower, unit, static_cast<T>(s.alpha), x);
-      const std::string tag = what + (lower ? " lower" : " upper") + (unit ? " unit" : "") +
-                              " on " + profile;
+      const std::string tag =
+          what + (lower ? " lower" : " upper") + (unit ? " unit" : "") + " on " + profile;
       expect_close(levelset_solve<T, I, vs::container_usm>(q, m, s, x), want, tag + " (USM)");
       expect_close(levelset_solve<T, I, vs::container_buffer>(q, m, s, x), want,
                    tag + " (buffers)");
@@ -147,8 +147,8 @@ TYPED_TEST(LevelsetTrsv, ZeroAlphaGivesZero) {
   for (const char* profile : {"emu-a3", "emu-a4"}) {
     sycl::queue q{hostsycl::emulated_gpu(profile)};
     for (bool lower : {true, false}) {
-      const auto y = levelset_solve<T, I, vs::container_usm>(
-          q, lower ? m : transpose_of(m), {lower, false, 0.0}, x);
+      const auto y = levelset_solve<T, I, vs::container_usm>(q, lower ? m : transpose_of(m),
+                                                             {lower, false, 0.0}, x);
       for (const auto& v : y) ASSERT_EQ(v, T(0)) << profile;
     }
   }

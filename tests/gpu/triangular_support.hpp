@@ -3,19 +3,18 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
+#include <orvane/vrt/sparse.hpp>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 #include "handle/handle.hpp"
 #include "support/device_arrays.hpp"
@@ -172,8 +171,6 @@ class bound_matrix : public vrt_test::bound_matrix<T, I> {
   memory m_;
 };
 
-
-
 // The refusals optimize_trsv and trsv share, in the order they are checked: the triangle, the
 // operation, the format, then a missing structure (through the device entry `call_device`, since
 // the public frame answers a null handle first). `call(uplo, op)` runs the public routine on h.
@@ -183,24 +180,24 @@ void expect_triangular_refusals(vs::matrix_handle* h, const std::string& word, P
   expect_message<vrt::invalid_argument>(
       [&] { call(static_cast<vrt::uplo>(2), vrt::transpose::nontrans); },
       prefix(word) + "invalid argument: uplo_flag");
-  expect_message<vrt::unimplemented>(
-      [&] { call(vrt::uplo::lower, vrt::transpose::trans); },
-      prefix(word) +
-          "unimplemented functionality: currently only supports the orvane::vrt::transpose::nontrans op");
-  expect_message<vrt::unimplemented>(
-      [&] { call(vrt::uplo::upper, vrt::transpose::conjtrans); },
-      prefix(word) +
-          "unimplemented functionality: currently only supports the orvane::vrt::transpose::nontrans op");
+  expect_message<vrt::unimplemented>([&] { call(vrt::uplo::lower, vrt::transpose::trans); },
+                                     prefix(word) +
+                                         "unimplemented functionality: currently only supports the "
+                                         "orvane::vrt::transpose::nontrans op");
+  expect_message<vrt::unimplemented>([&] { call(vrt::uplo::upper, vrt::transpose::conjtrans); },
+                                     prefix(word) +
+                                         "unimplemented functionality: currently only supports the "
+                                         "orvane::vrt::transpose::nontrans op");
   h->primary->format = vs::format_coo;
-  expect_message<vrt::unimplemented>(
-      [&] { call(vrt::uplo::lower, vrt::transpose::nontrans); },
-      prefix(word) +
-          "unimplemented functionality: currently only supports the CSR matrix format on GPU devices");
+  expect_message<vrt::unimplemented>([&] { call(vrt::uplo::lower, vrt::transpose::nontrans); },
+                                     prefix(word) +
+                                         "unimplemented functionality: currently only supports the "
+                                         "CSR matrix format on GPU devices");
   h->primary->format = vs::format_csr;
   vs::sparseStructure* primary = h->primary;
   h->primary = nullptr;
-  expect_message<vrt::uninitialized>(call_device,
-                                     prefix(word) + "uninitialized object: Matrix is not initialized");
+  expect_message<vrt::uninitialized>(
+      call_device, prefix(word) + "uninitialized object: Matrix is not initialized");
   h->primary = primary;
 }
 

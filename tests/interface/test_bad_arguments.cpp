@@ -2,15 +2,14 @@
 // binding, a call through the wrong value type or memory model, negative or short sizes, and
 // enumeration values outside their range.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cmath>
 #include <cstdint>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
+#include <orvane/vrt/sparse.hpp>
 #include <string>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 #include "handle/handle.hpp"
 #include "support/device_arrays.hpp"
@@ -56,9 +55,8 @@ TEST(BadArguments, NullOutPointersAreRefused) {
   expect_message<vrt::invalid_argument>(
       [] { vs::release_matrix_handle(nullptr); },
       prefix("release_matrix_handle") + "invalid argument: handle");
-  expect_message<vrt::invalid_argument>(
-      [] { vs::release_matmat_descr(nullptr); },
-      prefix("release_matmat_descr") + "invalid argument: descr");
+  expect_message<vrt::invalid_argument>([] { vs::release_matmat_descr(nullptr); },
+                                        prefix("release_matmat_descr") + "invalid argument: descr");
 }
 
 TEST(BadArguments, APropertyBeforeBindingIsRefused) {
@@ -78,12 +76,16 @@ TEST(BadArguments, AHandleIsReadOnlyThroughItsOwnValueType) {
     double* d = sycl::malloc_shared<double>(9, q);
     expect_message<vrt::invalid_argument>(
         [&] { vs::gemv(q, transpose::nontrans, 1.0, A.h, d, 0.0, d).wait(); },
-        prefix("gemv") + "invalid argument: the value type of the call differs from the matrix "
-                         "handle's");
+        prefix("gemv") +
+            "invalid argument: the value type of the call differs from the matrix "
+            "handle's");
     expect_message<vrt::invalid_argument>(
-        [&] { vs::trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, A.h, d, d).wait(); },
-        prefix("trsv") + "invalid argument: the value type of the call differs from the matrix "
-                         "handle's");
+        [&] {
+          vs::trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, A.h, d, d).wait();
+        },
+        prefix("trsv") +
+            "invalid argument: the value type of the call differs from the matrix "
+            "handle's");
     sycl::free(d, q);
   }
 }
@@ -98,7 +100,8 @@ TEST(BadArguments, AHandleIsReadOnlyThroughItsOwnMemoryModel) {
 
   std::vector<std::int32_t> rows{0, 1}, cols{0};
   std::vector<double> values{1};
-  sycl::buffer<std::int32_t, 1> rb(rows.data(), sycl::range<1>(2)), cb(cols.data(), sycl::range<1>(1));
+  sycl::buffer<std::int32_t, 1> rb(rows.data(), sycl::range<1>(2)),
+      cb(cols.data(), sycl::range<1>(1));
   sycl::buffer<double, 1> vb(values.data(), sycl::range<1>(1));
   vs::matrix_handle_t B = nullptr;
   vs::init_matrix_handle(&B);
@@ -199,7 +202,8 @@ TEST(BadArguments, EnumerationsOutsideTheirRangeAreRefusedOnCpuQueues) {
                       transpose::nontrans, vs::matrix_view_descr::general);
   expect_message<vrt::invalid_argument>(
       [&] {
-        vs::matmat(q, A.h, B.h, B.h, vs::matmat_request::work_estimation, descr, static_cast<std::int64_t*>(nullptr), nullptr)
+        vs::matmat(q, A.h, B.h, B.h, vs::matmat_request::work_estimation, descr,
+                   static_cast<std::int64_t*>(nullptr), nullptr)
             .wait();
       },
       prefix("matmat") + "invalid argument: opA");

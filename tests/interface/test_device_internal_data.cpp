@@ -1,12 +1,11 @@
 // The cached device facts of a plan, and joining events.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <atomic>
 #include <chrono>
-#include <thread>
-
+#include <hostsycl/hostsycl.hpp>
 #include <orvane/vrt/sparse.hpp>
+#include <thread>
 
 #include "handle/coalesce_events.hpp"
 #include "handle/device_internal_data.hpp"
@@ -38,7 +37,8 @@ TEST(DeviceInternalData, EveryProfileGivesTheFactsOfItsDevice) {
     EXPECT_EQ(d.hw_thread_count, static_cast<int>(p.eu_count) * d.threads_per_eu);
     EXPECT_EQ(d.cache_line_size, std::max<int>(64, static_cast<int>(p.cache_line_size)));
     EXPECT_EQ(d.cache_size, static_cast<std::int32_t>(static_cast<std::uint32_t>(p.cache_size)));
-    EXPECT_EQ(d.alignment, std::max<int>(static_cast<int>(p.mem_base_addr_align_bits), d.cache_line_size));
+    EXPECT_EQ(d.alignment,
+              std::max<int>(static_cast<int>(p.mem_base_addr_align_bits), d.cache_line_size));
     EXPECT_EQ(d.max_alloc_size, static_cast<std::int64_t>(p.max_mem_alloc_size));
     EXPECT_EQ(d.arch_pair_low, p.architecture < 6 ? 0 : -1);
     EXPECT_EQ(d.arch_pair_high, p.architecture < 6 ? 2 : -1);

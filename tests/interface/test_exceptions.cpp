@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <orvane/vrt/sparse.hpp>
-
 #include <type_traits>
 
 namespace vrt = orvane::vrt;
@@ -44,8 +43,11 @@ TEST(Exceptions, EachClassComposesItsOwnInfo) {
                "orvane::vrt::sparse::gemv: uninitialized object: hMatrix");
   EXPECT_STREQ(vrt::uninitialized("sparse", "omatcopy").what(),
                "orvane::vrt::sparse::omatcopy: uninitialized object");
-  EXPECT_STREQ(vrt::invalid_argument("sparse", "gemm", "one or more of columns, ldb and ldc are invalid").what(),
-               "orvane::vrt::sparse::gemm: invalid argument: one or more of columns, ldb and ldc are invalid");
+  EXPECT_STREQ(
+      vrt::invalid_argument("sparse", "gemm", "one or more of columns, ldb and ldc are invalid")
+          .what(),
+      "orvane::vrt::sparse::gemm: invalid argument: one or more of columns, ldb and ldc are "
+      "invalid");
   EXPECT_STREQ(vrt::unimplemented("sparse", "trsm", "").what(),
                "orvane::vrt::sparse::trsm: unimplemented functionality");
   EXPECT_STREQ(vrt::computation_error("sparse", "gemv", "internal error").what(),

@@ -1,12 +1,12 @@
 // The call frame of the public routines: the order of the argument tests and every refusal text.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <functional>
+#include <hostsycl/hostsycl.hpp>
 
+#include "handle/handle.hpp"
 #include "support/device_arrays.hpp"
 #include "support/test_helpers.hpp"
-#include "handle/handle.hpp"
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
@@ -55,48 +55,64 @@ TEST(CallFrame, PointersAreTestedInTheirOrderBeforeTheDevice) {
       [&] { vs::symv(q, vrt::uplo::lower, 1.0, h, v, 0.0, nullptr); },
       prefix("symv") + "uninitialized object: y");
   expect_message<vrt::uninitialized>(
-      [&] { vs::trmv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::unit, 1.0, h, nullptr,
-                     0.0, v); },
+      [&] {
+        vs::trmv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::unit, 1.0, h, nullptr, 0.0,
+                 v);
+      },
       prefix("trmv") + "uninitialized object: x");
   expect_message<vrt::uninitialized>(
       [&] { vs::trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::unit, nullptr, v, v); },
       prefix("trsv") + "uninitialized object: hMatrix");
   expect_message<vrt::uninitialized>(
-      [&] { vs::gemm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 1.0, h,
-                     nullptr, 1, 1, 0.0, v, 1); },
+      [&] {
+        vs::gemm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 1.0, h,
+                 nullptr, 1, 1, 0.0, v, 1);
+      },
       prefix("gemm") + "uninitialized object: b");
   expect_message<vrt::uninitialized>(
-      [&] { vs::trsm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans,
-                     vrt::uplo::lower, vrt::diag::unit, 1.0, h, v, 1, 1, nullptr, 1); },
+      [&] {
+        vs::trsm(q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans,
+                 vrt::uplo::lower, vrt::diag::unit, 1.0, h, v, 1, 1, nullptr, 1);
+      },
       prefix("trsm") + "uninitialized object: y");
   // The double-precision binding tests the device before the handle.
   const std::string device_name = q.get_device().get_info<sycl::info::device::name>();
   expect_message<vrt::unsupported_device>(
-      [&] { vs::set_csr_data(q, nullptr, 1, 1, vrt::index_base::zero, (std::int32_t*)nullptr,
-                             (std::int32_t*)nullptr, v); },
+      [&] {
+        vs::set_csr_data(q, nullptr, 1, 1, vrt::index_base::zero, (std::int32_t*)nullptr,
+                         (std::int32_t*)nullptr, v);
+      },
       prefix("set_csr_data") + "unsupported device: " + device_name);
   expect_message<vrt::unsupported_device>(
-      [&] { vs::set_coo_data(q, nullptr, 1, 1, 0, vrt::index_base::zero, (std::int32_t*)nullptr,
-                             (std::int32_t*)nullptr, v); },
+      [&] {
+        vs::set_coo_data(q, nullptr, 1, 1, 0, vrt::index_base::zero, (std::int32_t*)nullptr,
+                         (std::int32_t*)nullptr, v);
+      },
       prefix("set_coo_data") + "unsupported device: " + device_name);
   // Single precision has no device test: the handle is reported.
   expect_message<vrt::uninitialized>(
-      [&] { vs::set_csr_data(q, nullptr, 1, 1, vrt::index_base::zero, (std::int32_t*)nullptr,
-                             (std::int32_t*)nullptr, (float*)nullptr); },
+      [&] {
+        vs::set_csr_data(q, nullptr, 1, 1, vrt::index_base::zero, (std::int32_t*)nullptr,
+                         (std::int32_t*)nullptr, (float*)nullptr);
+      },
       prefix("set_csr_data") +
           "uninitialized object: one or more of hMatrix, row_ptr or col_ind or a_buffer is not "
           "initialized");
   expect_message<vrt::uninitialized>(
-      [&] { vs::set_coo_data(q, nullptr, 1, 1, 0, vrt::index_base::zero, (std::int32_t*)nullptr,
-                             (std::int32_t*)nullptr, (float*)nullptr); },
+      [&] {
+        vs::set_coo_data(q, nullptr, 1, 1, 0, vrt::index_base::zero, (std::int32_t*)nullptr,
+                         (std::int32_t*)nullptr, (float*)nullptr);
+      },
       prefix("set_coo_data") +
           "uninitialized object: one or more of hMatrix, row_ind or col_ind or a_buffer is not "
           "initialized");
   sycl::buffer<float, 1> empty_values(sycl::range<1>(1));
   sycl::buffer<std::int32_t, 1> index_buffer(sycl::range<1>(1));
   expect_message<vrt::uninitialized>(
-      [&] { vs::set_csr_data(nullptr, 1, 1, vrt::index_base::zero, index_buffer, index_buffer,
-                             empty_values); },
+      [&] {
+        vs::set_csr_data(nullptr, 1, 1, vrt::index_base::zero, index_buffer, index_buffer,
+                         empty_values);
+      },
       prefix("set_csr_data") + "uninitialized object: hMatrix");
   // A double handle on a device without fp64 is refused with the device's name.
   h->fp_type = vs::fp_double;
@@ -158,21 +174,45 @@ TEST(CallFrame, GemmDenseArgumentTests) {
                   std::int64_t ldb, std::int64_t ldc) {
     vs::gemm(q, lay, opA, opB, 1.0f, A.h, b, columns, ldb, 0.0f, b, ldc).wait();
   };
-  const std::string sizes = prefix("gemm") + "invalid argument: one or more of columns, ldb and ldc are invalid";
-  const std::string incompatible = prefix("gemm") + "invalid argument: incompatible leading dimensions with dense matrix layout";
-  const std::string dense_op = prefix("gemm") + "unimplemented functionality: Only non-transpose operation is supported for dense matrix in sparse";
-  expect_message<vrt::invalid_argument>([&] { gemm(vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 0, 1, 1); }, sizes);
-  expect_message<vrt::invalid_argument>([&] { gemm(vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 2, 1, 2); }, incompatible);
+  const std::string sizes =
+      prefix("gemm") + "invalid argument: one or more of columns, ldb and ldc are invalid";
+  const std::string incompatible =
+      prefix("gemm") + "invalid argument: incompatible leading dimensions with dense matrix layout";
+  const std::string dense_op = prefix("gemm") +
+                               "unimplemented functionality: Only non-transpose operation is "
+                               "supported for dense matrix in sparse";
+  expect_message<vrt::invalid_argument>(
+      [&] { gemm(vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 0, 1, 1); },
+      sizes);
+  expect_message<vrt::invalid_argument>(
+      [&] { gemm(vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 2, 1, 2); },
+      incompatible);
   // Row-major: the leading dimension test comes before the dense operation test.
-  expect_message<vrt::invalid_argument>([&] { gemm(vrt::layout::row_major, transpose::nontrans, transpose::trans, 2, 1, 2); }, incompatible);
-  expect_message<vrt::unimplemented>([&] { gemm(vrt::layout::row_major, transpose::nontrans, transpose::trans, 2, 2, 2); }, dense_op);
+  expect_message<vrt::invalid_argument>(
+      [&] { gemm(vrt::layout::row_major, transpose::nontrans, transpose::trans, 2, 1, 2); },
+      incompatible);
+  expect_message<vrt::unimplemented>(
+      [&] { gemm(vrt::layout::row_major, transpose::nontrans, transpose::trans, 2, 2, 2); },
+      dense_op);
   // Column-major: the dense operation test comes first.
-  expect_message<vrt::unimplemented>([&] { gemm(vrt::layout::col_major, transpose::nontrans, transpose::trans, 2, 1, 1); }, dense_op);
+  expect_message<vrt::unimplemented>(
+      [&] { gemm(vrt::layout::col_major, transpose::nontrans, transpose::trans, 2, 1, 1); },
+      dense_op);
   // A 10 x 3 matrix with trans: b has 10 rows, c has 3.
-  expect_message<vrt::invalid_argument>([&] { gemm(vrt::layout::col_major, transpose::trans, transpose::nontrans, 2, 9, 3); }, incompatible);
-  expect_message<vrt::invalid_argument>([&] { gemm(vrt::layout::col_major, transpose::trans, transpose::nontrans, 2, 10, 2); }, incompatible);
-  expect_message<vrt::invalid_argument>([&] { gemm(vrt::layout::col_major, transpose::nontrans, transpose::nontrans, 2, 2, 10); }, incompatible);
-  expect_message<vrt::invalid_argument>([&] { gemm(static_cast<vrt::layout>(2), transpose::nontrans, transpose::nontrans, 2, 20, 20); }, sizes);
+  expect_message<vrt::invalid_argument>(
+      [&] { gemm(vrt::layout::col_major, transpose::trans, transpose::nontrans, 2, 9, 3); },
+      incompatible);
+  expect_message<vrt::invalid_argument>(
+      [&] { gemm(vrt::layout::col_major, transpose::trans, transpose::nontrans, 2, 10, 2); },
+      incompatible);
+  expect_message<vrt::invalid_argument>(
+      [&] { gemm(vrt::layout::col_major, transpose::nontrans, transpose::nontrans, 2, 2, 10); },
+      incompatible);
+  expect_message<vrt::invalid_argument>(
+      [&] {
+        gemm(static_cast<vrt::layout>(2), transpose::nontrans, transpose::nontrans, 2, 20, 20);
+      },
+      sizes);
   // Past the tests, the call reaches the device backend.
   try {
     gemm(vrt::layout::col_major, transpose::trans, transpose::nontrans, 2, 10, 3);
@@ -189,20 +229,26 @@ TEST(CallFrame, TrsmDenseArgumentTests) {
   float* x = sycl::malloc_shared<float>(64, q);
   auto trsm = [&](vrt::layout lay, transpose opX, std::int64_t columns, std::int64_t ldx,
                   std::int64_t ldy) {
-    vs::trsm(q, lay, transpose::nontrans, opX, vrt::uplo::lower, vrt::diag::nonunit, 1.0f, A.h,
-             x, columns, ldx, x, ldy)
+    vs::trsm(q, lay, transpose::nontrans, opX, vrt::uplo::lower, vrt::diag::nonunit, 1.0f, A.h, x,
+             columns, ldx, x, ldy)
         .wait();
   };
-  const std::string sizes = prefix("trsm") + "invalid argument: one or more of columns, ldx and ldy are invalid";
-  expect_message<vrt::invalid_argument>([&] { trsm(vrt::layout::row_major, transpose::nontrans, 1, 0, 1); }, sizes);
+  const std::string sizes =
+      prefix("trsm") + "invalid argument: one or more of columns, ldx and ldy are invalid";
+  expect_message<vrt::invalid_argument>(
+      [&] { trsm(vrt::layout::row_major, transpose::nontrans, 1, 0, 1); }, sizes);
   // Where gemm speaks of incompatible leading dimensions, trsm repeats its size message.
-  expect_message<vrt::invalid_argument>([&] { trsm(vrt::layout::row_major, transpose::nontrans, 3, 2, 3); }, sizes);
+  expect_message<vrt::invalid_argument>(
+      [&] { trsm(vrt::layout::row_major, transpose::nontrans, 3, 2, 3); }, sizes);
   expect_message<vrt::invalid_argument>(
       [&] { trsm(static_cast<vrt::layout>(2), transpose::nontrans, 3, 3, 3); },
-      prefix("trsm") + "invalid argument: incompatible leading dimensions with dense matrix layout");
+      prefix("trsm") +
+          "invalid argument: incompatible leading dimensions with dense matrix layout");
   expect_message<vrt::unimplemented>(
       [&] { trsm(vrt::layout::col_major, transpose::trans, 3, 1, 1); },
-      prefix("trsm") + "unimplemented functionality: Only non-transpose operation is supported for dense matrix in sparse");
+      prefix("trsm") +
+          "unimplemented functionality: Only non-transpose operation is supported for dense matrix "
+          "in sparse");
   sycl::free(x, q);
 }
 
@@ -210,16 +256,19 @@ TEST(CallFrame, UpdateDiagonalValuesComparesTheMemoryModel) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   bound_handle<float> A(q);
   sycl::buffer<float, 1> diagonal(sycl::range<1>(10));
-  expect_message<vrt::exception>([&] { vs::update_diagonal_values(q, A.h, diagonal); },
-                                 prefix("update_diagonal_values") + "sycl::buffer API called with USM data");
+  expect_message<vrt::exception>(
+      [&] { vs::update_diagonal_values(q, A.h, diagonal); },
+      prefix("update_diagonal_values") + "sycl::buffer API called with USM data");
   A.h->container = vs::container_buffer;
-  expect_message<vrt::exception>([&] { vs::update_diagonal_values(q, A.h, 10, A.values); },
-                                 prefix("update_diagonal_values") + "USM API called with sycl::buffer data");
+  expect_message<vrt::exception>(
+      [&] { vs::update_diagonal_values(q, A.h, 10, A.values); },
+      prefix("update_diagonal_values") + "USM API called with sycl::buffer data");
   A.h->container = vs::container_usm;
   sycl::queue cpu{sycl::cpu_selector_v};
   expect_message<vrt::unimplemented>(
       [&] { vs::update_diagonal_values(cpu, A.h, 10, A.values); },
-      prefix("update_diagonal_values") + "unimplemented functionality: currently does not support cpu device");
+      prefix("update_diagonal_values") +
+          "unimplemented functionality: currently does not support cpu device");
 }
 
 TEST(CallFrame, RoutinesOfAllVariantsSelectFromTheHandle) {
@@ -228,7 +277,9 @@ TEST(CallFrame, RoutinesOfAllVariantsSelectFromTheHandle) {
   expect_message<vrt::uninitialized>([&] { vs::optimize_gemv(q, transpose::nontrans, nullptr); },
                                      prefix("optimize_gemv") + "uninitialized object: hMatrix");
   expect_message<vrt::uninitialized>(
-      [&] { vs::optimize_trsm(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::unit, nullptr); },
+      [&] {
+        vs::optimize_trsm(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::unit, nullptr);
+      },
       prefix("optimize_trsm") + "uninitialized object: hMatrix");
   expect_message<vrt::uninitialized>([&] { vs::sort_matrix(q, nullptr); },
                                      prefix("sort_matrix") + "uninitialized object");
@@ -241,9 +292,10 @@ TEST(CallFrame, RoutinesOfAllVariantsSelectFromTheHandle) {
   // The triangular analysis reports an unset index type as unimplemented.
   expect_message<vrt::unimplemented>(
       [&] { vs::optimize_trsv(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::unit, A.h); },
-      prefix("optimized_trsv") + "unimplemented functionality: integer type is unset in matrix "
-                                 "handle, meaning set_xxx_data was not called after "
-                                 "initialization");
+      prefix("optimized_trsv") +
+          "unimplemented functionality: integer type is unset in matrix "
+          "handle, meaning set_xxx_data was not called after "
+          "initialization");
   expect_message<vrt::invalid_argument>(
       [&] { vs::optimize_trsm(q, vrt::uplo::lower, transpose::nontrans, vrt::diag::unit, A.h); },
       prefix("optimized_trsm") + unset);
@@ -298,11 +350,17 @@ TEST(CallFrame, MatmatDescriptorAndFrame) {
                                      prefix("matrix") + "uninitialized object");
   bound_handle<float> A(q);
   expect_message<vrt::uninitialized>(
-      [&] { vs::matmat(q, A.h, A.h, A.h, vs::matmat_request::get_nnz, nullptr, (std::int64_t*)nullptr, nullptr); },
+      [&] {
+        vs::matmat(q, A.h, A.h, A.h, vs::matmat_request::get_nnz, nullptr, (std::int64_t*)nullptr,
+                   nullptr);
+      },
       prefix("matmat") + "uninitialized object");
   A.h->fp_type = vs::fp_unset;
   expect_message<vrt::invalid_argument>(
-      [&] { vs::matmat(q, A.h, A.h, A.h, vs::matmat_request::get_nnz, d, (std::int64_t*)nullptr, nullptr); },
+      [&] {
+        vs::matmat(q, A.h, A.h, A.h, vs::matmat_request::get_nnz, d, (std::int64_t*)nullptr,
+                   nullptr);
+      },
       prefix("matmat") +
           "invalid argument: float type is unset in matrix handle, meaning set_xxx_data was not "
           "called after initialization");

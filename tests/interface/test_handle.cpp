@@ -1,22 +1,22 @@
 // The matrix handle: creation, binding, counting, properties, structure choice and release.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
-#include <atomic>
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <hostsycl/hostsycl.hpp>
 #include <thread>
 
-#include "support/device_arrays.hpp"
-#include "support/test_helpers.hpp"
-#include "handle/triangular_data.hpp"
+#include "gpu/format/select_transposed.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
 #include "handle/release.hpp"
 #include "handle/select_structure.hpp"
-#include "gpu/format/select_transposed.hpp"
+#include "handle/triangular_data.hpp"
 #include "platform/testing_hooks.hpp"
+#include "support/device_arrays.hpp"
+#include "support/test_helpers.hpp"
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
@@ -86,8 +86,7 @@ TEST(MatrixHandle, ReleaseOfANullHandleTouchesNothingAndWaitsForNothing) {
 // form throws, and the queue form's host task reports no asynchronous error.
 TEST(MatrixHandle, ReleaseOfANeverBoundHandleInBothForms) {
   int async_errors = 0;
-  sycl::queue q{hostsycl::emulated_gpu("emu-a2"),
-                [&](const sycl::exception_list& errors) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2"), [&](const sycl::exception_list& errors) {
                   async_errors += static_cast<int>(errors.size());
                 }};
   vs::matrix_handle* h = nullptr;
@@ -260,7 +259,7 @@ TEST(MatrixHandle, SelectionFollowsTheExplicitForms) {
   // An existing explicit form is reused: the caller's events pass through.
   std::vector<sycl::event> deps = {sycl::event(), sycl::event()}, out_deps;
   vs::gpu::do_transpose<double, std::int32_t, vs::container_usm>(q, vrt::transpose::trans, h, deps,
-                                                                  out_deps);
+                                                                 out_deps);
   EXPECT_EQ(out_deps.size(), 2u);
   h->primary = h->transposed = h->conj_transposed = nullptr;
   vs::release_matrix_handle(&h);

@@ -2,9 +2,9 @@
 // text: format mismatches of copies, matrices of no known format, the product's finalize before
 // its compute stage, and the CPU routines' own argument words behind the frame.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cstdint>
+#include <hostsycl/hostsycl.hpp>
 #include <limits>
 #include <string>
 #include <vector>
@@ -32,7 +32,8 @@ struct small_matrix {
   std::int32_t* cols = bound.col_ind().usm();
   double* values = bound.values().usm();
   small_matrix(sycl::queue& q, bool coo, bool with_values)
-      : bound(q, 2, 2, 0, coo ? std::vector<std::int32_t>{0, 1, 1} : std::vector<std::int32_t>{0, 1, 3},
+      : bound(q, 2, 2, 0,
+              coo ? std::vector<std::int32_t>{0, 1, 1} : std::vector<std::int32_t>{0, 1, 3},
               {0, 0, 1}, {1.0, 2.0, 3.0}, vrt_test::memory::shared,
               coo ? vrt_test::storage::coo : vrt_test::storage::csr, with_values) {
     bound.wait();
@@ -75,8 +76,9 @@ TEST(RefusalTexts, ACopyNeedsBoundIndexTypes) {
   B.h->int_type = vs::int_unset;
   expect_message<vrt::invalid_argument>(
       [&] {
-        vs::gpu::omatcopy_impl<double, std::int32_t, vs::container_usm>(
-            q, transpose::nontrans, A.h, B.h, {}).wait();
+        vs::gpu::omatcopy_impl<double, std::int32_t, vs::container_usm>(q, transpose::nontrans, A.h,
+                                                                        B.h, {})
+            .wait();
       },
       prefix("omatcopy") +
           "invalid argument: Only supports transpose on fully initialized matrix handles. Please "

@@ -3,20 +3,19 @@
 // as unimplemented must match the table's cell), and its architecture tables name only folders
 // that exist.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <cctype>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <hostsycl/hostsycl.hpp>
 #include <map>
+#include <orvane/vrt/sparse.hpp>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 namespace {
 
@@ -41,7 +40,8 @@ std::vector<std::string> table_cells(const std::string& line) {
   std::vector<std::string> cells;
   if (line.size() < 2 || line.front() != '|' || line.back() != '|') return cells;
   std::size_t start = 1;
-  for (std::size_t bar = line.find('|', start); bar != std::string::npos; bar = line.find('|', start)) {
+  for (std::size_t bar = line.find('|', start); bar != std::string::npos;
+       bar = line.find('|', start)) {
     cells.push_back(trimmed(line.substr(start, bar - start)));
     start = bar + 1;
   }
@@ -63,8 +63,10 @@ std::map<std::string, table_row> read_table() {
   std::string line;
   bool inside = false;
   while (std::getline(readme, line)) {
-    if (line.rfind("## What runs where", 0) == 0) inside = true;
-    else if (inside && line.rfind("## ", 0) == 0) break;
+    if (line.rfind("## What runs where", 0) == 0)
+      inside = true;
+    else if (inside && line.rfind("## ", 0) == 0)
+      break;
     if (!inside) continue;
     const auto cells = table_cells(line);
     if (cells.size() != 3) continue;
@@ -81,8 +83,10 @@ std::vector<std::string> quoted_folders(const std::string& line) {
     const std::size_t close = line.find('`', open + 1);
     if (close == std::string::npos) break;
     const std::string word = line.substr(open + 1, close - open - 1);
-    const bool plain = !word.empty() && word.find_first_not_of(
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./-") == std::string::npos;
+    const bool plain = !word.empty() &&
+                       word.find_first_not_of(
+                           "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./-") ==
+                           std::string::npos;
     if (plain && word.back() == '/') folders.push_back(word);
     open = close + 1;
   }
@@ -129,19 +133,49 @@ using routine = std::function<void(small_problem&)>;
 const std::map<std::string, routine>& routines() {
   using vrt::transpose;
   static const std::map<std::string, routine> all = {
-      {"gemv", [](small_problem& p) { vs::gemv(p.q, transpose::nontrans, 1.0, p.A, p.x, 0.0, p.y).wait(); }},
-      {"gemvdot", [](small_problem& p) { vs::gemvdot(p.q, transpose::nontrans, 1.0, p.A, p.x, 0.0, p.y, p.d).wait(); }},
-      {"symv", [](small_problem& p) { vs::symv(p.q, vrt::uplo::lower, 1.0, p.A, p.x, 0.0, p.y).wait(); }},
-      {"trmv", [](small_problem& p) { vs::trmv(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, 1.0, p.A, p.x, 0.0, p.y).wait(); }},
-      {"trsv", [](small_problem& p) { vs::trsv(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, 1.0, p.A, p.x, p.y).wait(); }},
-      {"trsm", [](small_problem& p) { vs::trsm(p.q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, vrt::uplo::lower, vrt::diag::nonunit, 1.0, p.A, p.x, 2, 2, p.y, 2).wait(); }},
-      {"gemm", [](small_problem& p) { vs::gemm(p.q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 1.0, p.A, p.x, 2, 2, 0.0, p.y, 2).wait(); }},
-      {"matmat", [](small_problem& p) {
+      {"gemv",
+       [](small_problem& p) {
+         vs::gemv(p.q, transpose::nontrans, 1.0, p.A, p.x, 0.0, p.y).wait();
+       }},
+      {"gemvdot",
+       [](small_problem& p) {
+         vs::gemvdot(p.q, transpose::nontrans, 1.0, p.A, p.x, 0.0, p.y, p.d).wait();
+       }},
+      {"symv",
+       [](small_problem& p) { vs::symv(p.q, vrt::uplo::lower, 1.0, p.A, p.x, 0.0, p.y).wait(); }},
+      {"trmv",
+       [](small_problem& p) {
+         vs::trmv(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, 1.0, p.A, p.x,
+                  0.0, p.y)
+             .wait();
+       }},
+      {"trsv",
+       [](small_problem& p) {
+         vs::trsv(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, 1.0, p.A, p.x,
+                  p.y)
+             .wait();
+       }},
+      {"trsm",
+       [](small_problem& p) {
+         vs::trsm(p.q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans,
+                  vrt::uplo::lower, vrt::diag::nonunit, 1.0, p.A, p.x, 2, 2, p.y, 2)
+             .wait();
+       }},
+      {"gemm",
+       [](small_problem& p) {
+         vs::gemm(p.q, vrt::layout::row_major, transpose::nontrans, transpose::nontrans, 1.0, p.A,
+                  p.x, 2, 2, 0.0, p.y, 2)
+             .wait();
+       }},
+      {"matmat",
+       [](small_problem& p) {
          vs::matmat_descr_t descr = nullptr;
          vs::init_matmat_descr(&descr);
          std::int64_t* size = sycl::malloc_shared<std::int64_t>(1, p.q);
          try {
-           vs::matmat(p.q, p.A, p.B, p.C, vs::matmat_request::get_work_estimation_buf_size, descr, size, nullptr).wait();
+           vs::matmat(p.q, p.A, p.B, p.C, vs::matmat_request::get_work_estimation_buf_size, descr,
+                      size, nullptr)
+               .wait();
          } catch (...) {
            sycl::free(size, p.q);
            vs::release_matmat_descr(&descr);
@@ -150,13 +184,27 @@ const std::map<std::string, routine>& routines() {
          sycl::free(size, p.q);
          vs::release_matmat_descr(&descr);
        }},
-      {"optimize_gemv", [](small_problem& p) { vs::optimize_gemv(p.q, transpose::nontrans, p.A).wait(); }},
-      {"optimize_trmv", [](small_problem& p) { vs::optimize_trmv(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, p.A).wait(); }},
-      {"optimize_trsv", [](small_problem& p) { vs::optimize_trsv(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, p.A).wait(); }},
-      {"optimize_trsm", [](small_problem& p) { vs::optimize_trsm(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, p.A).wait(); }},
+      {"optimize_gemv",
+       [](small_problem& p) { vs::optimize_gemv(p.q, transpose::nontrans, p.A).wait(); }},
+      {"optimize_trmv",
+       [](small_problem& p) {
+         vs::optimize_trmv(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, p.A)
+             .wait();
+       }},
+      {"optimize_trsv",
+       [](small_problem& p) {
+         vs::optimize_trsv(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, p.A)
+             .wait();
+       }},
+      {"optimize_trsm",
+       [](small_problem& p) {
+         vs::optimize_trsm(p.q, vrt::uplo::lower, transpose::nontrans, vrt::diag::nonunit, p.A)
+             .wait();
+       }},
       {"sort_matrix", [](small_problem& p) { vs::sort_matrix(p.q, p.A).wait(); }},
       {"omatcopy", [](small_problem& p) { vs::omatcopy(p.q, transpose::trans, p.A, p.B).wait(); }},
-      {"update_diagonal_values", [](small_problem& p) { vs::update_diagonal_values(p.q, p.A, 2, p.x).wait(); }},
+      {"update_diagonal_values",
+       [](small_problem& p) { vs::update_diagonal_values(p.q, p.A, 2, p.x).wait(); }},
   };
   return all;
 }
@@ -178,7 +226,8 @@ std::string gpu_cell(const std::set<int>& codes, std::size_t all) {
   if (codes.size() == all) return "yes";
   std::ostringstream out;
   out << "codes ";
-  for (auto it = codes.begin(); it != codes.end(); ++it) out << (it == codes.begin() ? "" : ", ") << *it;
+  for (auto it = codes.begin(); it != codes.end(); ++it)
+    out << (it == codes.begin() ? "" : ", ") << *it;
   return out.str();
 }
 
@@ -189,8 +238,10 @@ TEST(ReadmeTable, ArchitectureNamesOnlyFoldersThatExist) {
   bool inside = false;
   int folders = 0;
   while (std::getline(readme, line)) {
-    if (line.rfind("## Architecture", 0) == 0) inside = true;
-    else if (inside && line.rfind("## ", 0) == 0) break;
+    if (line.rfind("## Architecture", 0) == 0)
+      inside = true;
+    else if (inside && line.rfind("## ", 0) == 0)
+      break;
     if (!inside || line.rfind("|", 0) != 0) continue;
     for (const auto& name : quoted_folders(line)) {
       ++folders;

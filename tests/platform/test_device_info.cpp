@@ -1,7 +1,7 @@
 // Device information: architecture codes, EU and tile counts per device.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
+#include <hostsycl/hostsycl.hpp>
 #include <stdexcept>
 
 #include "platform/device_info.hpp"
@@ -15,7 +15,8 @@ TEST(DeviceInfo, CpuDeviceHasArchitectureZero) {
   int code = -1;
   gpu::get_architecture(&code, &q);
   EXPECT_EQ(code, 0);
-  EXPECT_EQ(gpu::get_eu_count(&q), q.get_device().get_info<sycl::info::device::max_compute_units>());
+  EXPECT_EQ(gpu::get_eu_count(&q),
+            q.get_device().get_info<sycl::info::device::max_compute_units>());
   EXPECT_EQ(gpu::get_tile_count(&q), 1u);
 }
 
@@ -45,7 +46,8 @@ TEST(DeviceInfo, NullArgumentsAreRefused) {
   sycl::queue q{sycl::cpu_selector_v};
   int code = 0;
   expect_refusal([&] { gpu::get_architecture(nullptr, &q); }, "get_architecture needs an output");
-  expect_refusal([&] { gpu::get_architecture(&code, nullptr); }, "device information needs a queue");
+  expect_refusal([&] { gpu::get_architecture(&code, nullptr); },
+                 "device information needs a queue");
   expect_refusal([&] { gpu::get_eu_count(nullptr); }, "device information needs a queue");
   expect_refusal([&] { gpu::get_tile_count(nullptr); }, "device information needs a queue");
 }

@@ -85,7 +85,8 @@ TEST(ServiceLock, KeepsASecondThreadOutWhileHeld) {
   });
   while (!asking) std::this_thread::yield();
   // A lock that does nothing lets the other thread through well within this time.
-  for (int k = 0; k < 100 && !entered; ++k) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  for (int k = 0; k < 100 && !entered; ++k)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   EXPECT_FALSE(entered) << "the other thread entered while the lock was held";
   vrt_serv_unlock();
   other.join();

@@ -1,9 +1,9 @@
 // The portability layer: required sub-group sizes, block loads and stores, explicit SIMD.
 #include <gtest/gtest.h>
-#include <hostsycl/hostsycl.hpp>
 
 #include <array>
 #include <cstdlib>
+#include <hostsycl/hostsycl.hpp>
 #include <vector>
 
 #include "common/portability.hpp"
@@ -27,7 +27,8 @@ void check_block_layout(const char* profile) {
   std::size_t* size = sycl::malloc_shared<std::size_t>(1, q);
   for (std::size_t i = 0; i < n; ++i) src[i] = static_cast<int>(i * 3 + 1);
   q.parallel_for<portable::sub_group_kernel<block_kernel<S>, S>>(
-       sycl::nd_range<1>(S, S), [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(S)]] {
+       sycl::nd_range<1>(S, S),
+       [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(S)]] {
          const auto sg = it.get_sub_group();
          const auto values = portable::sub_group_load<per_item>(sg, src);
          for (int k = 0; k < per_item; ++k) seen[it.get_local_id(0) * per_item + k] = values[k];
@@ -37,8 +38,7 @@ void check_block_layout(const char* profile) {
       .wait();
   EXPECT_EQ(*size, S);
   for (std::size_t lane = 0; lane < S; ++lane)
-    for (int k = 0; k < per_item; ++k)
-      ASSERT_EQ(seen[lane * per_item + k], src[lane + k * S]);
+    for (int k = 0; k < per_item; ++k) ASSERT_EQ(seen[lane * per_item + k], src[lane + k * S]);
   for (std::size_t i = 0; i < n; ++i) ASSERT_EQ(dst[i], src[i]);
   for (void* p : {static_cast<void*>(src), static_cast<void*>(dst), static_cast<void*>(seen),
                   static_cast<void*>(size)})
@@ -60,7 +60,8 @@ TEST(SubGroupBlocks, MaskedTailsNeverTouchMemoryPastCount) {
   for (std::size_t i = 0; i < count; ++i) host[i] = 0.5 * static_cast<double>(i);
   q.memcpy(src, host.data(), count * sizeof(double)).wait();
   q.parallel_for<portable::sub_group_kernel<masked_kernel, 16>>(
-       sycl::nd_range<1>(16, 16), [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(16)]] {
+       sycl::nd_range<1>(16, 16),
+       [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(16)]] {
          const auto sg = it.get_sub_group();
          auto values = portable::sub_group_load<4>(sg, src, count, -1.0);
          for (auto& v : values) v *= 2.0;
@@ -84,7 +85,8 @@ void run_block(std::size_t allocated, std::size_t count) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
   double* data = sycl::malloc_device<double>(allocated, q);
   q.parallel_for<portable::sub_group_kernel<strict_block_kernel<Store, Masked>, 16>>(
-       sycl::nd_range<1>(16, 16), [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(16)]] {
+       sycl::nd_range<1>(16, 16),
+       [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(16)]] {
          const auto sg = it.get_sub_group();
          if constexpr (Store && Masked)
            portable::sub_group_store<4>(sg, data, std::array<double, 4>{}, count);

@@ -3,17 +3,15 @@
 // bound operands, and the results read back on the host.
 #pragma once
 
-#include <sycl/sycl.hpp>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
 #include <type_traits>
 #include <utility>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 #include "containers/containers.hpp"
 #include "handle/handle.hpp"
@@ -29,10 +27,14 @@ constexpr memory both_models[] = {memory::device, memory::buffer};
 
 inline const char* name_of(memory m) {
   switch (m) {
-    case memory::device: return "device USM";
-    case memory::shared: return "shared USM";
-    case memory::host: return "host USM";
-    default: return "buffers";
+    case memory::device:
+      return "device USM";
+    case memory::shared:
+      return "shared USM";
+    case memory::host:
+      return "host USM";
+    default:
+      return "buffers";
   }
 }
 
@@ -44,9 +46,12 @@ inline orvane::vrt::sparse::containerType container_of(memory m) {
 
 inline sycl::usm::alloc usm_kind(memory m) {
   switch (m) {
-    case memory::shared: return sycl::usm::alloc::shared;
-    case memory::host: return sycl::usm::alloc::host;
-    default: return sycl::usm::alloc::device;
+    case memory::shared:
+      return sycl::usm::alloc::shared;
+    case memory::host:
+      return sycl::usm::alloc::host;
+    default:
+      return sycl::usm::alloc::device;
   }
 }
 
@@ -70,7 +75,10 @@ class device_array {
   device_array(const device_array&) = delete;
   device_array& operator=(const device_array&) = delete;
   device_array(device_array&& o) noexcept
-      : q_(o.q_), m_(o.m_), size_(o.size_), usm_(std::exchange(o.usm_, nullptr)),
+      : q_(o.q_),
+        m_(o.m_),
+        size_(o.size_),
+        usm_(std::exchange(o.usm_, nullptr)),
         buffer_(std::move(o.buffer_)) {
     o.buffer_.reset();
   }
@@ -146,11 +154,7 @@ class bound_matrix {
                const std::vector<I>& first, const std::vector<I>& col_ind,
                const std::vector<T>& values, memory m, storage s = storage::csr,
                bool values_too = true)
-      : q_(q),
-        m_(m),
-        first_(q, first, m),
-        col_ind_(q, col_ind, m),
-        values_(q, values, m) {
+      : q_(q), m_(m), first_(q, first, m), col_ind_(q, col_ind, m), values_(q, values, m) {
     orvane::vrt::sparse::init_matrix_handle(&h_);
     try {
       bind(q, s, static_cast<I>(nrows), static_cast<I>(ncols), static_cast<I>(values.size()),

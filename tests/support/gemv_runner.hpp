@@ -2,13 +2,11 @@
 // in one memory model, and hands back y and the plans the structure held.
 #pragma once
 
-#include <sycl/sycl.hpp>
-
 #include <cstdint>
 #include <functional>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
@@ -50,11 +48,9 @@ std::vector<T> run_gemv_with(sycl::queue& q, const csr_matrix<T, I>& A, T alpha,
   b.wait();
   if (o.planned) o.planned(h);
   for (int k = 0; k < o.products; ++k)
-    b.run(
-        [&](vs::matrix_handle* hh, auto& xv, auto& yv, const auto&... deps) {
-          return vs::gemv(q, o.op, alpha, hh, xv, beta, yv, deps...);
-        },
-        xs, ys);
+    b.run([&](vs::matrix_handle* hh, auto& xv, auto& yv,
+              const auto&... deps) { return vs::gemv(q, o.op, alpha, hh, xv, beta, yv, deps...); },
+          xs, ys);
   b.wait();
   y = ys.read();
   if (o.done) o.done(h);

@@ -34,8 +34,8 @@ csr_matrix<T, I> shaped_csr(const std::vector<std::int64_t>& lengths, std::int64
 template <typename T, typename I>
 csr_matrix<T, I> uniform_csr(std::int64_t nrows, std::int64_t length, std::int64_t ncols,
                              unsigned seed, int base = 0) {
-  return shaped_csr<T, I>(std::vector<std::int64_t>(static_cast<std::size_t>(nrows), length),
-                          ncols, seed, base);
+  return shaped_csr<T, I>(std::vector<std::int64_t>(static_cast<std::size_t>(nrows), length), ncols,
+                          seed, base);
 }
 
 }  // namespace vrt_test

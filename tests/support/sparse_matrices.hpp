@@ -9,12 +9,11 @@
 #include <complex>
 #include <cstdint>
 #include <limits>
+#include <orvane/vrt/sparse.hpp>
 #include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 namespace vrt_test {
 
@@ -157,8 +156,8 @@ std::vector<double> error_scale(const csr_matrix<T, I>& A, orvane::vrt::transpos
       length[out] += 1.0;
     }
   for (std::size_t i = 0; i < scale.size(); ++i)
-    scale[i] = (length[i] + 2.0) *
-               (std::abs(alpha) * scale[i] + (beta == T(0) ? 0.0 : std::abs(beta) * std::abs(y[i])));
+    scale[i] = (length[i] + 2.0) * (std::abs(alpha) * scale[i] +
+                                    (beta == T(0) ? 0.0 : std::abs(beta) * std::abs(y[i])));
   return scale;
 }
 
@@ -180,9 +179,10 @@ template <typename T>
 void expect_close(const std::vector<T>& got, const std::vector<T>& want,
                   const std::vector<double>& scale, const std::string& what) {
   const double eps = std::numeric_limits<real_t<T>>::epsilon();
-  expect_within(got, want,
-                [&](std::size_t i) { return 4.0 * eps * scale[i] + std::numeric_limits<real_t<T>>::min(); },
-                what);
+  expect_within(
+      got, want,
+      [&](std::size_t i) { return 4.0 * eps * scale[i] + std::numeric_limits<real_t<T>>::min(); },
+      what);
 }
 
 // Solves: a few hundred units of rounding relative to the solution's size (at least 1).
@@ -191,7 +191,8 @@ void expect_close(const std::vector<T>& got, const std::vector<T>& want, const s
   double size = 1;
   for (const T& w : want) size = std::max(size, static_cast<double>(std::abs(w)));
   const double bound = 256.0 * std::numeric_limits<real_t<T>>::epsilon() * size;
-  expect_within(got, want, [&](std::size_t) { return bound; }, what);
+  expect_within(
+      got, want, [&](std::size_t) { return bound; }, what);
 }
 
 // n values drawn from [-1, 1] (both parts for complex types), the same for the same seed.

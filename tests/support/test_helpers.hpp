@@ -28,14 +28,16 @@ template <typename V>
 using if_built = std::conditional_t<orvane::vrt::sparse::value_type_built<typename V::value>,
                                     std::tuple<V>, std::tuple<>>;
 #define VRT_TEST_VARIANT(p, T, i, I, unused) std::declval<if_built<variant<T, I>>>(),
-using built_variants = decltype(std::tuple_cat(VRT_FOR_EACH_VARIANT(VRT_TEST_VARIANT, 0) std::tuple<>()));
+using built_variants =
+    decltype(std::tuple_cat(VRT_FOR_EACH_VARIANT(VRT_TEST_VARIANT, 0) std::tuple<>()));
 #undef VRT_TEST_VARIANT
 
 // Skips a test that names a value type left out of this build (developer and sanitizer builds
 // may narrow the value types).
-#define VRT_SKIP_UNLESS_BUILT(T)                                 \
-  if (!orvane::vrt::sparse::value_type_built<T>) GTEST_SKIP() \
-      << "value type left out of this build"
+#define VRT_SKIP_UNLESS_BUILT(T)                 \
+  if (!orvane::vrt::sparse::value_type_built<T>) \
+  GTEST_SKIP() << "value type left out of this " \
+                  "build"
 
 template <typename Tuple>
 struct as_gtest_types;

@@ -17,7 +17,8 @@ using matrix_market_text::parse;
 using matrix_market_text::refusal;
 
 TEST(MatrixMarket, ReadsGeneralRealWithCommentsAndZeroBasesTheIndices) {
-  auto m = parse("%%MatrixMarket matrix coordinate real general\n% a comment\n3 4 2\n1 1 2.5\n3 4 -1\n");
+  auto m =
+      parse("%%MatrixMarket matrix coordinate real general\n% a comment\n3 4 2\n1 1 2.5\n3 4 -1\n");
   EXPECT_EQ(m.rows, 3);
   EXPECT_EQ(m.cols, 4);
   ASSERT_EQ(m.row.size(), 2u);
@@ -27,14 +28,17 @@ TEST(MatrixMarket, ReadsGeneralRealWithCommentsAndZeroBasesTheIndices) {
 }
 
 TEST(MatrixMarket, ExpandsSymmetricSkewAndHermitianMirrors) {
-  auto sym = mm::expand_symmetry(parse("%%MatrixMarket matrix coordinate real symmetric\n2 2 2\n1 1 4\n2 1 3\n"));
+  auto sym = mm::expand_symmetry(
+      parse("%%MatrixMarket matrix coordinate real symmetric\n2 2 2\n1 1 4\n2 1 3\n"));
   ASSERT_EQ(sym.row.size(), 3u);
   EXPECT_EQ(sym.row[2], 0);
   EXPECT_EQ(sym.col[2], 1);
   EXPECT_EQ(sym.value[2], std::complex<double>(3, 0));
-  auto skew = mm::expand_symmetry(parse("%%MatrixMarket matrix coordinate real skew-symmetric\n2 2 1\n2 1 3\n"));
+  auto skew = mm::expand_symmetry(
+      parse("%%MatrixMarket matrix coordinate real skew-symmetric\n2 2 1\n2 1 3\n"));
   EXPECT_EQ(skew.value[1], std::complex<double>(-3, 0));
-  auto herm = mm::expand_symmetry(parse("%%MatrixMarket matrix coordinate complex hermitian\n2 2 2\n1 1 1 0\n2 1 1 2\n"));
+  auto herm = mm::expand_symmetry(
+      parse("%%MatrixMarket matrix coordinate complex hermitian\n2 2 2\n1 1 1 0\n2 1 1 2\n"));
   EXPECT_EQ(herm.value[2], std::complex<double>(1, -2));
   auto pattern = parse("%%MatrixMarket matrix coordinate pattern general\n2 2 1\n1 2\n");
   EXPECT_EQ(pattern.value[0], std::complex<double>(1, 0));
@@ -62,7 +66,9 @@ TEST(MatrixMarket, WritesArraysColumnByColumn) {
 }
 
 TEST(MatrixMarket, WrittenCoordinatesReadBackUnchanged) {
-  auto m = mm::expand_symmetry(parse("%%MatrixMarket matrix coordinate complex hermitian\n3 3 3\n1 1 1 0\n3 1 0.1 -0.2\n3 3 2 0\n"));
+  auto m =
+      mm::expand_symmetry(parse("%%MatrixMarket matrix coordinate complex hermitian\n3 3 3\n1 1 1 "
+                                "0\n3 1 0.1 -0.2\n3 3 2 0\n"));
   std::ostringstream out;
   mm::write_coordinate(out, m, true);
   auto back = parse(out.str());
@@ -75,7 +81,8 @@ TEST(MatrixMarket, WrittenCoordinatesReadBackUnchanged) {
 TEST(MatrixMarket, EveryBundledMatrixMatchesScipy) {
   const std::filesystem::path folder = VRT_MATRICES_DIR;
   if (!std::filesystem::exists(folder)) GTEST_SKIP() << "no matrix folder at " << folder;
-  const std::string command = std::string(VRT_PYTHON) + " " + VRT_SCIPY_STATS + " " + folder.string();
+  const std::string command =
+      std::string(VRT_PYTHON) + " " + VRT_SCIPY_STATS + " " + folder.string();
   FILE* pipe = popen(command.c_str(), "r");
   ASSERT_NE(pipe, nullptr);
   char line[1024];
@@ -94,7 +101,8 @@ TEST(MatrixMarket, EveryBundledMatrixMatchesScipy) {
     std::complex<double> total = 0, weighted = 0;
     double magnitude = 0, weighted_magnitude = 0;
     for (std::size_t k = 0; k < m.row.size(); ++k) {
-      const double w = static_cast<double>(m.row[k]) * 7.0 + static_cast<double>(m.col[k]) * 3.0 + 1.0;
+      const double w =
+          static_cast<double>(m.row[k]) * 7.0 + static_cast<double>(m.col[k]) * 3.0 + 1.0;
       total += m.value[k];
       weighted += m.value[k] * w;
       magnitude += std::abs(m.value[k]);

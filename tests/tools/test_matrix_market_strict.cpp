@@ -27,9 +27,8 @@ std::string one_entry(const std::string& field, const std::string& entry) {
 }
 
 TEST(MatrixMarketStrict, RefusesNumbersReadOnlyInPart) {
-  for (const char* value :
-       {"2,5", "2.5abc", "0x1p", "0x", "1d3", "nan(1", "nan()x", "1e", ".", "--1", "1_0",
-        "infinit", "e5"})
+  for (const char* value : {"2,5", "2.5abc", "0x1p", "0x", "1d3", "nan(1", "nan()x", "1e", ".",
+                            "--1", "1_0", "infinit", "e5"})
     EXPECT_EQ(refusal(one_entry("real", std::string("1 1 ") + value)),
               std::string("t.mtx:3: value '") + value + "' is not a real number");
   EXPECT_EQ(refusal(one_entry("real", "1.0 1 2")),
@@ -204,7 +203,11 @@ TEST(MatrixMarketNumbers, RealsAreWholeTokensThatStrtodReads) {
   EXPECT_TRUE(std::isnan(v));
   for (const char* t : {"", "+", "1,2", "0x1p", "1e+", "nan(0", " 1.5", "1.5 ", "inf1", "1..2"})
     EXPECT_FALSE(mm::parse_real(t, v)) << t;
-  EXPECT_FALSE(mm::parse_real(std::string_view("1\0" "5", 3), v)) << "a zero byte inside";
+  EXPECT_FALSE(mm::parse_real(std::string_view("1\0"
+                                               "5",
+                                               3),
+                              v))
+      << "a zero byte inside";
 }
 
 }  // namespace

@@ -87,8 +87,12 @@ typedef struct {
   host_diag_type_t diag;
 } host_matrix_descr;
 
-typedef struct { float real, imag; } vrt_complex8;
-typedef struct { double real, imag; } vrt_complex16;
+typedef struct {
+  float real, imag;
+} vrt_complex8;
+typedef struct {
+  double real, imag;
+} vrt_complex16;
 
 typedef struct vrt_host_matrix* host_matrix_t;
 
@@ -115,34 +119,34 @@ typedef struct vrt_host_matrix* host_matrix_t;
  *         values and out_values are both null for a structure only. Rows of the result come out
  *         sorted by column.
  */
-#define VRT_HOST_SPARSE_TYPED(p, T, i, I)                                                       \
-  sparse_status_t vrt_sparse_##p##_create_csr_##i(host_matrix_t* A, int index_base, I rows,     \
-                                                  I cols, I* rows_start, I* rows_end,           \
-                                                  I* col_indx, T* values);                      \
-  sparse_status_t vrt_sparse_##p##_create_coo_##i(host_matrix_t* A, int index_base, I rows,     \
-                                                  I cols, I nnz, I* row_indx, I* col_indx,      \
-                                                  T* values);                                   \
-  sparse_status_t vrt_sparse_##p##_mv_##i(host_operation_t op, T alpha, host_matrix_t A,        \
-                                          host_matrix_descr descr, const T* x, T beta, T* y);   \
-  sparse_status_t vrt_sparse_##p##_dotmv_##i(host_operation_t op, T alpha, host_matrix_t A,     \
-                                             host_matrix_descr descr, const T* x, T beta, T* y, \
-                                             T* d);                                             \
-  sparse_status_t vrt_sparse_##p##_mm_##i(host_operation_t op, T alpha, host_matrix_t A,        \
-                                          host_matrix_descr descr, host_layout_t layout,        \
-                                          const T* x, I columns, I ldx, T beta, T* y, I ldy);   \
-  sparse_status_t vrt_sparse_##p##_trsv_##i(host_operation_t op, T alpha, host_matrix_t A,      \
-                                            host_matrix_descr descr, const T* x, T* y);         \
-  sparse_status_t vrt_sparse_##p##_trsm_##i(host_operation_t op, T alpha, host_matrix_t A,      \
-                                            host_matrix_descr descr, host_layout_t layout,      \
-                                            const T* x, I columns, I ldx, T* y, I ldy);         \
-  sparse_status_t vrt_sparse_##p##_do_order_##i(host_matrix_t A);                               \
-  sparse_status_t vrt_sparse_##p##_export_csr_##i(host_matrix_t C, int* index_base, I* rows,    \
-                                                  I* cols, I** rows_start, I** rows_end,        \
-                                                  I** col_indx, T** values);                    \
-  sparse_status_t vrt_sparse_##p##_csr_transpose_##i(                                           \
-      host_operation_t op, int index_base, I rows, I cols, const I* rows_start,                 \
-      const I* rows_end, const I* col_indx, const T* values, int out_base, I* out_rows_start,   \
-      I* out_col_indx, T* out_values);
+#define VRT_HOST_SPARSE_TYPED(p, T, i, I)                                                          \
+  sparse_status_t vrt_sparse_##p##_create_csr_##i(host_matrix_t* A, int index_base, I rows,        \
+                                                  I cols, I* rows_start, I* rows_end, I* col_indx, \
+                                                  T* values);                                      \
+  sparse_status_t vrt_sparse_##p##_create_coo_##i(host_matrix_t* A, int index_base, I rows,        \
+                                                  I cols, I nnz, I* row_indx, I* col_indx,         \
+                                                  T* values);                                      \
+  sparse_status_t vrt_sparse_##p##_mv_##i(host_operation_t op, T alpha, host_matrix_t A,           \
+                                          host_matrix_descr descr, const T* x, T beta, T* y);      \
+  sparse_status_t vrt_sparse_##p##_dotmv_##i(host_operation_t op, T alpha, host_matrix_t A,        \
+                                             host_matrix_descr descr, const T* x, T beta, T* y,    \
+                                             T* d);                                                \
+  sparse_status_t vrt_sparse_##p##_mm_##i(host_operation_t op, T alpha, host_matrix_t A,           \
+                                          host_matrix_descr descr, host_layout_t layout,           \
+                                          const T* x, I columns, I ldx, T beta, T* y, I ldy);      \
+  sparse_status_t vrt_sparse_##p##_trsv_##i(host_operation_t op, T alpha, host_matrix_t A,         \
+                                            host_matrix_descr descr, const T* x, T* y);            \
+  sparse_status_t vrt_sparse_##p##_trsm_##i(host_operation_t op, T alpha, host_matrix_t A,         \
+                                            host_matrix_descr descr, host_layout_t layout,         \
+                                            const T* x, I columns, I ldx, T* y, I ldy);            \
+  sparse_status_t vrt_sparse_##p##_do_order_##i(host_matrix_t A);                                  \
+  sparse_status_t vrt_sparse_##p##_export_csr_##i(host_matrix_t C, int* index_base, I* rows,       \
+                                                  I* cols, I** rows_start, I** rows_end,           \
+                                                  I** col_indx, T** values);                       \
+  sparse_status_t vrt_sparse_##p##_csr_transpose_##i(                                              \
+      host_operation_t op, int index_base, I rows, I cols, const I* rows_start, const I* rows_end, \
+      const I* col_indx, const T* values, int out_base, I* out_rows_start, I* out_col_indx,        \
+      T* out_values);
 
 /* Per index width:
  *
@@ -162,20 +166,19 @@ typedef struct vrt_host_matrix* host_matrix_t;
  *     92 (values)    values into the structure of 94 (without one, does what 90 does).
  * get_nnz:  the number of stored entries (of a product: after request 94 or 90).
  */
-#define VRT_HOST_SPARSE_INDEXED(i, I)                                                           \
-  sparse_status_t vrt_sparse_destroy_##i(host_matrix_t A);                                      \
-  sparse_status_t vrt_sparse_optimize_##i(host_matrix_t A);                                     \
-  sparse_status_t vrt_sparse_set_mv_hint_##i(host_matrix_t A, host_operation_t op,              \
-                                             host_matrix_descr descr, int expected_calls);      \
-  sparse_status_t vrt_sparse_set_sv_hint_##i(host_matrix_t A, host_operation_t op,              \
-                                             host_matrix_descr descr, int expected_calls);      \
-  sparse_status_t vrt_sparse_set_sm_hint_##i(host_matrix_t A, host_operation_t op,              \
-                                             host_matrix_descr descr, host_layout_t layout,     \
-                                             I columns, int expected_calls);                    \
-  sparse_status_t vrt_sparse_sp2m_##i(host_operation_t opA, host_matrix_descr descrA,           \
-                                      host_matrix_t A, host_operation_t opB,                    \
-                                      host_matrix_descr descrB, host_matrix_t B,                \
-                                      host_request_t request, host_matrix_t* C);                \
+#define VRT_HOST_SPARSE_INDEXED(i, I)                                                        \
+  sparse_status_t vrt_sparse_destroy_##i(host_matrix_t A);                                   \
+  sparse_status_t vrt_sparse_optimize_##i(host_matrix_t A);                                  \
+  sparse_status_t vrt_sparse_set_mv_hint_##i(host_matrix_t A, host_operation_t op,           \
+                                             host_matrix_descr descr, int expected_calls);   \
+  sparse_status_t vrt_sparse_set_sv_hint_##i(host_matrix_t A, host_operation_t op,           \
+                                             host_matrix_descr descr, int expected_calls);   \
+  sparse_status_t vrt_sparse_set_sm_hint_##i(host_matrix_t A, host_operation_t op,           \
+                                             host_matrix_descr descr, host_layout_t layout,  \
+                                             I columns, int expected_calls);                 \
+  sparse_status_t vrt_sparse_sp2m_##i(                                                       \
+      host_operation_t opA, host_matrix_descr descrA, host_matrix_t A, host_operation_t opB, \
+      host_matrix_descr descrB, host_matrix_t B, host_request_t request, host_matrix_t* C);  \
   sparse_status_t vrt_sparse_get_nnz_##i(host_matrix_t A, I* nnz);
 
 VRT_HOST_SPARSE_TYPED(s, float, i4, int32_t)

@@ -5,9 +5,8 @@
 #include <cstdint>
 #include <exception>
 #include <string>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #if defined(VRT_SPARSE_BUILDING)
 #define VRT_SPARSE_API __attribute__((visibility("default")))

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 #include "handle/value_types.hpp"

@@ -5,11 +5,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
@@ -30,8 +28,8 @@ bool needs_single_work_item(sycl::queue& queue, const sparseStructure* in,
   if constexpr (C == container_buffer) {
     return false;
   } else {
-    for (const void* p : {in->row_ptr, in->col_ind, in->values, out->row_ptr, out->col_ind,
-                          out->values}) {
+    for (const void* p :
+         {in->row_ptr, in->col_ind, in->values, out->row_ptr, out->col_ind, out->values}) {
       if (p == nullptr) continue;
       if (is_host_memory<C>(queue, p)) return true;
     }
@@ -106,8 +104,7 @@ sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructu
         });
   } else {
     sycl::event counted = submit.template operator()<transNnzCountParallel<T, I, C>>(
-        {e}, per_row,
-        [=](std::size_t r, const I* rows, const I* cols, I* ptr, I*, const T*, T*) {
+        {e}, per_row, [=](std::size_t r, const I* rows, const I* cols, I* ptr, I*, const T*, T*) {
           count_row(static_cast<std::int64_t>(r), rows, cols, ptr, f.in_index, atomic_cursor{});
         });
     sycl::event scanned = prefix_sum(queue, out_rp, static_cast<std::size_t>(out_rows + 1), C,
@@ -120,8 +117,7 @@ sycl::event csr_transpose_kernel(sycl::queue& queue, transpose op, sparseStructu
                       atomic_cursor{});
         });
     done = submit.template operator()<transFinalizeIaParallel<T, I, C>>(
-        {scattered}, one,
-        [=](std::size_t, const I*, const I*, I* ptr, I*, const T*, T*) {
+        {scattered}, one, [=](std::size_t, const I*, const I*, I* ptr, I*, const T*, T*) {
           finalize_row_pointers(ptr, out_rows, f.out_index);
         });
   }

@@ -1,9 +1,8 @@
 // An operation that must run on the explicit transpose builds it first, then selects it.
 #pragma once
 
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "gpu/entry_points.hpp"

@@ -24,8 +24,7 @@ sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A, const event_l
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_SORT(T, I, C)                                                  \
-  namespace orvane::vrt::sparse::gpu {                                                     \
-  template sycl::event sort_matrix_impl<T, I, C>(sycl::queue&, matrix_handle*,             \
-                                                 const event_list&);                       \
+#define VRT_INSTANTIATE_GPU_SORT(T, I, C)                                                          \
+  namespace orvane::vrt::sparse::gpu {                                                             \
+  template sycl::event sort_matrix_impl<T, I, C>(sycl::queue&, matrix_handle*, const event_list&); \
   }

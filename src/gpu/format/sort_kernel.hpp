@@ -114,7 +114,9 @@ void quicksort_nonrecursive(std::int64_t n, K* keys, V* values) {
   int top = 0;
   stack[top++] = 0;
   stack[top++] = n;
-  const auto at = [&](std::int64_t start) { return row_view<K, V>{keys + start, values_at(values, start)}; };
+  const auto at = [&](std::int64_t start) {
+    return row_view<K, V>{keys + start, values_at(values, start)};
+  };
   while (top > 0) {
     std::int64_t hi = stack[--top];
     std::int64_t lo = stack[--top];

@@ -3,11 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
@@ -55,9 +53,9 @@ template <typename T, typename I, containerType C>
 sycl::event sort_csr(sycl::queue& queue, sparseStructure* s, const std::vector<sycl::event>& deps) {
   if (s->sorted == 1) return coalesce_events(queue, C, deps, false);
   const I index = s->index != 0 ? 1 : 0;
-  sycl::event done = sort_rows<T, I, C>(queue, s->nrows, index, as_container<C, I>(s->row_ptr),
-                                        as_container<C, I>(s->col_ind),
-                                        as_container<C, T>(s->values), deps);
+  sycl::event done =
+      sort_rows<T, I, C>(queue, s->nrows, index, as_container<C, I>(s->row_ptr),
+                         as_container<C, I>(s->col_ind), as_container<C, T>(s->values), deps);
   s->sorted = 1;
   return done;
 }
@@ -68,9 +66,9 @@ sycl::event copy_and_sort_csr(sycl::queue& queue, sparseStructure* src, void** s
                               const std::vector<sycl::event>& deps) {
   sycl::event counted = set_nnz_value(queue, src, deps);
   counted.wait();
-  const owned_shape shape{format_csr,   src->nrows,    src->ncols, src->nnz,
-                          static_cast<index_base>(src->index), src->fp_type,
-                          src->int_type, true};
+  const owned_shape shape{
+      format_csr,   src->nrows,    src->ncols, src->nnz, static_cast<index_base>(src->index),
+      src->fp_type, src->int_type, true};
   sparseStructure* out = make_owned_structure<T, I, C>(queue, slot, shape, "");
   out->nnz = src->nnz;
   const auto nnz = static_cast<std::size_t>(src->nnz);
@@ -85,10 +83,9 @@ sycl::event copy_and_sort_csr(sycl::queue& queue, sparseStructure* src, void** s
       chain = {copy_container<T>(queue, as_container<C, T>(src->values),
                                  as_container<C, T>(out->values), nnz, chain)};
   }
-  sycl::event sorted = sort_rows<T, I, C>(queue, out->nrows, static_cast<I>(out->index != 0),
-                                          as_container<C, I>(out->row_ptr),
-                                          as_container<C, I>(out->col_ind),
-                                          as_container<C, T>(out->values), chain);
+  sycl::event sorted = sort_rows<T, I, C>(
+      queue, out->nrows, static_cast<I>(out->index != 0), as_container<C, I>(out->row_ptr),
+      as_container<C, I>(out->col_ind), as_container<C, T>(out->values), chain);
   out->sorted = 1;
   return sorted;
 }

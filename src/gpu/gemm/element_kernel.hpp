@@ -24,13 +24,14 @@ void finish_element(T& out, T sum, T alpha, T beta) {
 
 template <typename T, typename I>
 void dot_element(std::size_t row, std::size_t column, const I* row_ptr, const I* col_ind,
-                 const T* values, I index, const T* src, dense_strides s, T* dst,
-                 dense_strides d, T alpha, T beta) {
+                 const T* values, I index, const T* src, dense_strides s, T* dst, dense_strides d,
+                 T alpha, T beta) {
   T sum = T(0);
   const I end = row_ptr[row + 1] - index;
   for (I k = row_ptr[row] - index; k < end; ++k) {
     const auto col = static_cast<std::int64_t>(col_ind[k] - index);
-    sum += values[k] * src[col * s.row_stride + static_cast<std::int64_t>(column) * s.column_stride];
+    sum +=
+        values[k] * src[col * s.row_stride + static_cast<std::int64_t>(column) * s.column_stride];
   }
   finish_element(dst[static_cast<std::int64_t>(row) * d.row_stride +
                      static_cast<std::int64_t>(column) * d.column_stride],

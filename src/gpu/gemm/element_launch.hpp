@@ -4,9 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "gpu/gemm/element_kernel.hpp"
 #include "gpu/gemm/gemm_operands.hpp"
@@ -60,14 +59,13 @@ sycl::event submit_dot(sycl::queue& queue, const gemm_operands<T, I, C>& op,
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     const auto columns = static_cast<std::size_t>(count);
-    h.parallel_for<Name>(sycl::range<2>(static_cast<std::size_t>(op.nrows),
-                                        static_cast<std::size_t>(range_columns)),
-                         [=](sycl::id<2> i) {
-                           if (i[1] >= columns) return;
-                           kernels::dot_element<T, I>(i[0], i[1], raw(rp), raw(ci), raw(va), index,
-                                                      raw(src) + src_first, s,
-                                                      raw(cv) + dst_first, d, alpha, beta);
-                         });
+    h.parallel_for<Name>(
+        sycl::range<2>(static_cast<std::size_t>(op.nrows), static_cast<std::size_t>(range_columns)),
+        [=](sycl::id<2> i) {
+          if (i[1] >= columns) return;
+          kernels::dot_element<T, I>(i[0], i[1], raw(rp), raw(ci), raw(va), index,
+                                     raw(src) + src_first, s, raw(cv) + dst_first, d, alpha, beta);
+        });
   });
 }
 

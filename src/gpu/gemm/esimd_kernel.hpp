@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 #include "common/portability.hpp"
@@ -91,7 +90,8 @@ void gemm_esimd_thread(const sycl::nd_item<2>& it, std::uint32_t* counter, const
       }
     }
     T* c_row = c_slice + static_cast<std::uint32_t>(row) * f.ldc;
-    for (std::uint32_t l = 0; l < valid; ++l) finish_element(c_row[l], acc[static_cast<int>(l)], alpha, beta);
+    for (std::uint32_t l = 0; l < valid; ++l)
+      finish_element(c_row[l], acc[static_cast<int>(l)], alpha, beta);
     row = next;
     lo = next_lo;
     hi = next_hi;

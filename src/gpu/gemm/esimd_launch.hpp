@@ -5,11 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "gpu/gemm/design_names.hpp"
@@ -47,8 +45,8 @@ sycl::event gemm_esimd_kernel_wrapper(sycl::queue& queue, const gemm_operands<T,
     const T alpha = op.alpha, beta = op.beta;
     h.parallel_for<kernels::compute_gemm_esimd_opt_kernel<T, I, C, W>>(
         grid, [=](sycl::nd_item<2> it) {
-          kernels::gemm_esimd_thread<T, I, W>(
-              it, &counter[0], raw(rp), raw(ci), raw(va), index, raw(bv), raw(cv), f, alpha, beta);
+          kernels::gemm_esimd_thread<T, I, W>(it, &counter[0], raw(rp), raw(ci), raw(va), index,
+                                              raw(bv), raw(cv), f, alpha, beta);
         });
   });
 }
@@ -58,8 +56,7 @@ sycl::event gemm_esimd_kernel_wrapper(sycl::queue& queue, const gemm_operands<T,
 template <typename T, typename I, containerType C>
 sycl::event gemm_esimd_launch(sycl::queue& queue, int width, const gemm_operands<T, I, C>& op,
                               container_t<C, T> b, container_t<C, T> c,
-                              const kernels::esimd_frame& f,
-                              const std::vector<sycl::event>& deps) {
+                              const kernels::esimd_frame& f, const std::vector<sycl::event>& deps) {
   switch (width) {
     case 8:
       return gemm_esimd_kernel_wrapper<T, I, C, 8>(queue, op, b, c, f, deps);
@@ -75,8 +72,8 @@ sycl::event gemm_esimd_launch(sycl::queue& queue, int width, const gemm_operands
 // C columns [column_offset, column_offset + columns) = alpha * A * B + beta * C on them.
 // Complex values have no explicit-SIMD kernels: nothing calls their form.
 template <typename T, typename I, containerType C>
-sycl::event gemm_opt_esimd(sycl::queue& queue, const gemm_operands<T, I, C>& op,
-                           sparseStructure* A, std::int64_t column_offset, std::int64_t columns,
+sycl::event gemm_opt_esimd(sycl::queue& queue, const gemm_operands<T, I, C>& op, sparseStructure* A,
+                           std::int64_t column_offset, std::int64_t columns,
                            const std::vector<sycl::event>& deps) {
   if constexpr (is_complex_v<T>) {
     return sycl::event();
@@ -116,8 +113,8 @@ sycl::event gemm_opt_esimd(sycl::queue& queue, const gemm_operands<T, I, C>& op,
       if (!(op.beta == T(0))) {
         const dense_area<T, C> user_c{op.c, column_offset * op.ldc, strides_of(false, op.ldc)};
         const dense_area<T, C> tile_c{c, 0, strides_of(true, columns)};
-        list.push_back(submit_copy<kernels::gemm_transposeC_kernel<T, C>>(
-            queue, user_c, tile_c, op.nrows, columns, deps));
+        list.push_back(submit_copy<kernels::gemm_transposeC_kernel<T, C>>(queue, user_c, tile_c,
+                                                                          op.nrows, columns, deps));
       }
       f.b_first = 0;
       f.ldb = static_cast<std::uint32_t>(columns);

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <orvane/vrt/sparse.hpp>
 
 #include "containers/views.hpp"
@@ -62,8 +61,8 @@ sycl::event gemm_impl(sycl::queue& queue, layout dense_layout, transpose opA, tr
       if (s->nnz < 0) wait_for_host_read<C>(set_nnz_value(queue, s, list));
       const double cells = static_cast<double>(s->ncols) * static_cast<double>(s->nrows);
       density = cells > 0 ? static_cast<double>(s->nnz) / cells : 0.0;
-      fits_32bit = gemm::fits_32bit_offsets(s->nrows, s->ncols, s->nnz, columns, ldb, ldc,
-                                            op.row_major);
+      fits_32bit =
+          gemm::fits_32bit_offsets(s->nrows, s->ncols, s->nnz, columns, ldb, ldc, op.row_major);
       if (gemm::esimd_takes_all_columns(arch, columns, fits_32bit))
         return gemm::gemm_opt_esimd<T, I, C>(queue, op, s, 0, columns, list);
     }
@@ -73,10 +72,10 @@ sycl::event gemm_impl(sycl::queue& queue, layout dense_layout, transpose opA, tr
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_GEMM(T, I, C)                                                    \
-  namespace orvane::vrt::sparse::gpu {                                                       \
-  template sycl::event gemm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, T,     \
-                                          matrix_handle*, container_t<C, T>, std::int64_t,   \
-                                          std::int64_t, T, container_t<C, T>, std::int64_t,  \
-                                          const event_list&);                                \
+#define VRT_INSTANTIATE_GPU_GEMM(T, I, C)                                                   \
+  namespace orvane::vrt::sparse::gpu {                                                      \
+  template sycl::event gemm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, T,    \
+                                          matrix_handle*, container_t<C, T>, std::int64_t,  \
+                                          std::int64_t, T, container_t<C, T>, std::int64_t, \
+                                          const event_list&);                               \
   }

@@ -4,9 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 #include "common/portability.hpp"

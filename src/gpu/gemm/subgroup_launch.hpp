@@ -5,10 +5,9 @@
 
 #include <complex>
 #include <cstdint>
+#include <sycl/sycl.hpp>
 #include <type_traits>
 #include <vector>
-
-#include <sycl/sycl.hpp>
 
 #include "common/internal_error.hpp"
 #include "common/portability.hpp"
@@ -68,8 +67,7 @@ sycl::event gemm_subgroup_block(sycl::queue& queue, int sg, int vec,
         return gemm_subgroup_kernel_wrapper<T, I, C, SG, 4>(queue, op, tile, block, offset, deps);
       case 8:
         if constexpr (longest_vec<T> >= 8)
-          return gemm_subgroup_kernel_wrapper<T, I, C, SG, 8>(queue, op, tile, block, offset,
-                                                              deps);
+          return gemm_subgroup_kernel_wrapper<T, I, C, SG, 8>(queue, op, tile, block, offset, deps);
         [[fallthrough]];
       default:
         internal_error(gemm_word, invalid_vec_length);

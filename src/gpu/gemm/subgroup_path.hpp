@@ -5,12 +5,10 @@
 
 #include <complex>
 #include <cstdint>
+#include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
 #include <type_traits>
 #include <vector>
-
-#include <sycl/sycl.hpp>
-
-#include <orvane/vrt/sparse.hpp>
 
 #include "common/internal_error.hpp"
 #include "gpu/gemm/design_names.hpp"
@@ -45,15 +43,14 @@ sycl::event gemm_opt_subgroup(sycl::queue& queue, const gemm_operands<T, I, C>& 
       std::is_same_v<T, double> || std::is_same_v<T, std::complex<double>>;
   const subgroup_plan p = plan_subgroup(arch, density, op.columns, max_group, double_width);
 
-  const bool staged =
-      op.columns >= p.limit &&
-      ensure_staging<T, C>(queue, data->b_tmp, data->b_tmp_bytes,
-                           static_cast<std::size_t>(op.ncols * p.block), deps);
+  const bool staged = op.columns >= p.limit &&
+                      ensure_staging<T, C>(queue, data->b_tmp, data->b_tmp_bytes,
+                                           static_cast<std::size_t>(op.ncols * p.block), deps);
   if (!staged) {
     const std::int64_t rounded = (op.columns + p.block - 1) / p.block * p.block;
     const dense_area<T, C> from{op.b, 0, strides_of(op.row_major, op.ldb)};
     return submit_dot<kernels::mmNoBtmpKernel<T, I, C>>(queue, op, from, 0, op.columns, rounded,
-                                                       deps);
+                                                        deps);
   }
 
   const container_t<C, T> tile = as_container<C, T>(data->b_tmp);
@@ -63,11 +60,10 @@ sycl::event gemm_opt_subgroup(sycl::queue& queue, const gemm_operands<T, I, C>& 
   for (std::int64_t k = 0; k < p.full_blocks; ++k, offset += p.block) {
     const dense_area<T, C> from{op.b, offset * b_strides.column_stride, b_strides};
     const dense_area<T, C> to{tile, 0, strides_of(true, p.block)};
-    const sycl::event copied =
-        op.row_major ? submit_copy<kernels::mmCopyBlockRowKernel<T, C>>(queue, from, to, op.ncols,
-                                                                        p.block, list)
-                     : submit_copy<kernels::mmCopyBlockColumnKernel<T, C>>(queue, from, to,
-                                                                           op.ncols, p.block, list);
+    const sycl::event copied = op.row_major ? submit_copy<kernels::mmCopyBlockRowKernel<T, C>>(
+                                                  queue, from, to, op.ncols, p.block, list)
+                                            : submit_copy<kernels::mmCopyBlockColumnKernel<T, C>>(
+                                                  queue, from, to, op.ncols, p.block, list);
     list = {gemm_subgroup_block<T, I, C>(queue, p.sg, p.vec, op, tile, p.block, offset, {copied})};
   }
   if (p.rest == 0) return list.front();
@@ -75,13 +71,12 @@ sycl::event gemm_opt_subgroup(sycl::queue& queue, const gemm_operands<T, I, C>& 
   if (fits_32bit) return gemm_opt_esimd<T, I, C>(queue, op, A, offset, p.rest, list);
   // The column-major rest keeps its own layout: its tile has stride ncols.
   const dense_area<T, C> from{op.b, offset * b_strides.column_stride, b_strides};
-  const dense_area<T, C> to{tile, 0, op.row_major ? strides_of(true, p.rest)
-                                                  : strides_of(false, op.ncols)};
-  const sycl::event copied =
-      op.row_major ? submit_copy<kernels::mmCopyRestBlockRowKernel<T, C>>(queue, from, to,
-                                                                          op.ncols, p.rest, list)
-                   : submit_copy<kernels::mmCopyRestBlockColumnKernel<T, C>>(queue, from, to,
-                                                                             op.ncols, p.rest, list);
+  const dense_area<T, C> to{tile, 0,
+                            op.row_major ? strides_of(true, p.rest) : strides_of(false, op.ncols)};
+  const sycl::event copied = op.row_major ? submit_copy<kernels::mmCopyRestBlockRowKernel<T, C>>(
+                                                queue, from, to, op.ncols, p.rest, list)
+                                          : submit_copy<kernels::mmCopyRestBlockColumnKernel<T, C>>(
+                                                queue, from, to, op.ncols, p.rest, list);
   return submit_dot<kernels::mmRestKernel<T, I, C>>(queue, op, to, offset, p.rest, p.rest,
                                                     {copied});
 }

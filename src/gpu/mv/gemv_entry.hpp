@@ -50,7 +50,8 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* 
     selection = select_best_sparse_struct(queue, op, A, &structure);
     new_deps = deps;
   }
-  if (structure == nullptr) throw uninitialized("sparse", mv_words::gemv, mv_words::not_initialized);
+  if (structure == nullptr)
+    throw uninitialized("sparse", mv_words::gemv, mv_words::not_initialized);
   const bool conj = check_for_conj(op, selection);
   if (!is_transposed(op) || selection != select_primary)
     return csr::gemv_impl<T, I, C>(queue, conj, alpha, structure, x, beta, y, new_deps);
@@ -59,9 +60,9 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, matrix_handle* 
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_GEMV(T, I, C)                                                    \
-  namespace orvane::vrt::sparse::gpu {                                                       \
-  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,        \
-                                          container_t<C, T>, T, container_t<C, T>,           \
-                                          const event_list&);                                \
+#define VRT_INSTANTIATE_GPU_GEMV(T, I, C)                                             \
+  namespace orvane::vrt::sparse::gpu {                                                \
+  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*, \
+                                          container_t<C, T>, T, container_t<C, T>,    \
+                                          const event_list&);                         \
   }

@@ -4,17 +4,16 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "gpu/entry_points.hpp"
-#include "gpu/mv/design_names.hpp"
 #include "gpu/format/select_transposed.hpp"
 #include "gpu/mv/csr/matrix_analysis.hpp"
 #include "gpu/mv/csr/merge_partition.hpp"
 #include "gpu/mv/csr/optimize_gemv_plan.hpp"
+#include "gpu/mv/design_names.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
@@ -74,9 +73,8 @@ void plan_csr_gemv(sycl::queue& queue, sparseStructure* A, event_list& deps) {
   if (!csr::compute_matrix_property_data<I, C>(queue, A->nrows, A->ncols, A->nnz,
                                                as_container<C, I>(A->row_ptr), plan, deps))
     throw device_bad_alloc("sparse", mv_words::optimize_gemv, queue.get_device());
-  const csr::gemv_matrix_facts matrix{A->nrows,          A->ncols,
-                                      A->nnz,            plan->avg_row_nnz,
-                                      plan->row_nnz_stddev, plan->row_spread_ratio};
+  const csr::gemv_matrix_facts matrix{
+      A->nrows, A->ncols, A->nnz, plan->avg_row_nnz, plan->row_nnz_stddev, plan->row_spread_ratio};
   const deviceInternalData* device = plan->device_data;
   const csr::gemv_device_facts facts{device->architecture, device->tile_count,
                                      device->hw_thread_count};

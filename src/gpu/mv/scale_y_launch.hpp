@@ -2,9 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/mv/design_names.hpp"

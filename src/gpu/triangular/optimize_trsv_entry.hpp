@@ -2,9 +2,8 @@
 // symmetric), the diagonal analysis of that structure, then its level sets.
 #pragma once
 
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "gpu/entry_points.hpp"
 #include "gpu/format/sort_launch.hpp"
@@ -38,8 +37,7 @@ sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, 
       diagonalStructData** positions = lower ? &A->diag_struct_lower : &A->diag_struct_upper;
       last = updateDiagData_and_check_for_missing_diags<T, I, C>(
           queue, expanded, &A->diag_values, true, positions, diagonal, word, {last});
-      last = coloring_impl<T, I, C>(queue, expanded, A->diag_values, *positions, coloring,
-                                    {last});
+      last = coloring_impl<T, I, C>(queue, expanded, A->diag_values, *positions, coloring, {last});
     } else {
       // One analysis serves both triangles: the records are shared by the two slots.
       sparseStructure* analysed = A->primary;
@@ -65,9 +63,9 @@ sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, 
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_OPTIMIZE_TRSV(T, I, C)                                               \
-  namespace orvane::vrt::sparse::gpu {                                                           \
-  template sycl::event optimize_trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,          \
-                                                   matrix_handle*, const event_list&);           \
-  }                                                                                              \
+#define VRT_INSTANTIATE_GPU_OPTIMIZE_TRSV(T, I, C)                                      \
+  namespace orvane::vrt::sparse::gpu {                                                  \
+  template sycl::event optimize_trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, \
+                                                   matrix_handle*, const event_list&);  \
+  }                                                                                     \
   VRT_INSTANTIATE_GPU_SYMMETRIC(T, I, C)

@@ -2,9 +2,8 @@
 // picks the kernel name of that side where it submits.
 #pragma once
 
-#include <type_traits>
-
 #include <orvane/vrt/sparse.hpp>
+#include <type_traits>
 
 namespace orvane::vrt::sparse::gpu {
 

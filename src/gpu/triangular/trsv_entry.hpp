@@ -26,16 +26,15 @@ sycl::event trsv_impl(sycl::queue& queue, uplo which, transpose op, diag diagona
     throw unimplemented("sparse", names::trsv, names::csr_only_on_gpu);
   const triangle side = side_of(which);
   const coloringData* coloring = side == triangle::lower ? A->coloring_lower : A->coloring_upper;
-  return coloring != nullptr
-             ? levelset_trsv<T, I, C>(queue, side, diagonal, alpha, A, x, y, deps)
-             : default_trsv<T, I, C>(queue, side, diagonal, alpha, A, x, y, deps);
+  return coloring != nullptr ? levelset_trsv<T, I, C>(queue, side, diagonal, alpha, A, x, y, deps)
+                             : default_trsv<T, I, C>(queue, side, diagonal, alpha, A, x, y, deps);
 }
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_TRSV(T, I, C)                                                       \
-  namespace orvane::vrt::sparse::gpu {                                                          \
-  template sycl::event trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T,               \
-                                          matrix_handle*, container_t<C, T>, container_t<C, T>, \
-                                          const event_list&);                                   \
+#define VRT_INSTANTIATE_GPU_TRSV(T, I, C)                                                         \
+  namespace orvane::vrt::sparse::gpu {                                                            \
+  template sycl::event trsv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, \
+                                          container_t<C, T>, container_t<C, T>,                   \
+                                          const event_list&);                                     \
   }

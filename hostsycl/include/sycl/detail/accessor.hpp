@@ -4,14 +4,13 @@
 #include <cstddef>
 #include <iterator>
 #include <memory>
-#include <type_traits>
-
 #include <sycl/detail/accessor_view.hpp>
 #include <sycl/detail/buffer.hpp>
 #include <sycl/detail/identity.hpp>
 #include <sycl/detail/multi_ptr.hpp>
 #include <sycl/detail/runtime_services.hpp>
 #include <sycl/detail/subscript.hpp>
+#include <type_traits>
 
 namespace sycl {
 
@@ -59,21 +58,13 @@ class buffer_accessor_base {
   id<Dimensions> get_offset() const { return view_.offset; }
 
   reference operator[](id<Dimensions> i) const { return view_[i]; }
-  reference operator[](std::size_t i) const
-    requires(Dimensions == 1)
-  {
-    return view_[id<1>(i)];
-  }
+  reference operator[](std::size_t i) const requires(Dimensions == 1) { return view_[id<1>(i)]; }
   // An item converts to both id<1> and std::size_t: index by its id.
   template <bool WithOffset>
-  reference operator[](const item<1, WithOffset>& i) const
-    requires(Dimensions == 1)
-  {
+  reference operator[](const item<1, WithOffset>& i) const requires(Dimensions == 1) {
     return view_[i.get_id()];
   }
-  auto operator[](std::size_t i) const
-    requires(Dimensions > 1)
-  {
+  auto operator[](std::size_t i) const requires(Dimensions > 1) {
     return first_subscript<Dimensions>(view_, i);
   }
 
@@ -102,7 +93,8 @@ class buffer_accessor_base {
 inline constexpr detail::access_tag<access_mode::read_write, target::device> read_write{};
 inline constexpr detail::access_tag<access_mode::read, target::device> read_only{};
 inline constexpr detail::access_tag<access_mode::write, target::device> write_only{};
-inline constexpr detail::access_tag<access_mode::read_write, target::host_task> read_write_host_task{};
+inline constexpr detail::access_tag<access_mode::read_write, target::host_task>
+    read_write_host_task{};
 inline constexpr detail::access_tag<access_mode::read, target::host_task> read_only_host_task{};
 inline constexpr detail::access_tag<access_mode::write, target::host_task> write_only_host_task{};
 
@@ -112,8 +104,8 @@ void handler_require(handler& cgh, const std::shared_ptr<buffer_state>& state, a
 void handler_require_placeholder(handler& cgh, buffer_state* state, access_mode mode);
 
 template <access_mode Mode, typename T>
-using accessed_value_t =
-    std::conditional_t<Mode == access_mode::read, const std::remove_const_t<T>, std::remove_const_t<T>>;
+using accessed_value_t = std::conditional_t<Mode == access_mode::read, const std::remove_const_t<T>,
+                                            std::remove_const_t<T>>;
 }  // namespace detail
 
 template <typename DataT, int Dimensions = 1,
@@ -131,7 +123,8 @@ class accessor
       : AccessMode == access_mode::atomic             ? access_mode::read_write
                                                       : AccessMode;
   using element = std::remove_const_t<DataT>;
-  using base = detail::buffer_accessor_base<detail::accessed_value_t<AccessMode, DataT>, Dimensions>;
+  using base =
+      detail::buffer_accessor_base<detail::accessed_value_t<AccessMode, DataT>, Dimensions>;
 
  public:
   using typename base::value_type;
@@ -204,9 +197,9 @@ class accessor
 
   // A read-write accessor converts to a read-only one.
   template <typename OtherT, access_mode OtherMode>
-    requires(AccessMode == access_mode::read && OtherMode == access_mode::read_write &&
-             std::is_same_v<std::remove_const_t<OtherT>, element>)
-  accessor(const accessor<OtherT, Dimensions, OtherMode, AccessTarget, IsPlaceholder>& other)
+  requires(AccessMode == access_mode::read && OtherMode == access_mode::read_write &&
+           std::is_same_v<std::remove_const_t<OtherT>, element>)
+      accessor(const accessor<OtherT, Dimensions, OtherMode, AccessTarget, IsPlaceholder>& other)
       : base(reinterpret_cast<const detail::accessor_view<value_type, Dimensions>&>(
             other.detail_view())),
         state_(other.detail_state()),
@@ -252,8 +245,7 @@ template <typename T, int D, typename A, access_mode M, target Tg>
 accessor(buffer<T, D, A>&, handler&, detail::access_tag<M, Tg>, const property_list& = {})
     -> accessor<std::conditional_t<M == access_mode::read, const T, T>, D, M, Tg>;
 template <typename T, int D, typename A, access_mode M, target Tg>
-accessor(buffer<T, D, A>&, handler&, range<D>, detail::access_tag<M, Tg>,
-         const property_list& = {})
+accessor(buffer<T, D, A>&, handler&, range<D>, detail::access_tag<M, Tg>, const property_list& = {})
     -> accessor<std::conditional_t<M == access_mode::read, const T, T>, D, M, Tg>;
 template <typename T, int D, typename A, access_mode M, target Tg>
 accessor(buffer<T, D, A>&, handler&, range<D>, id<D>, detail::access_tag<M, Tg>,
@@ -307,8 +299,8 @@ class host_accessor
                 const property_list& props = {})
       : host_accessor(buf, r, id<Dimensions>(), props) {}
   template <typename AllocatorT>
-  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r,
-                id<Dimensions> o, const property_list& props = {}) {
+  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r, id<Dimensions> o,
+                const property_list& props = {}) {
     if (props.has_property<property::no_init>() && AccessMode == access_mode::read)
       detail::throw_error(errc::invalid, "no_init cannot be used with access_mode::read");
     this->view_.bind(buf, r, o);
@@ -324,8 +316,8 @@ class host_accessor
                 detail::access_tag<M, T>, const property_list& props = {})
       : host_accessor(buf, r, props) {}
   template <typename AllocatorT, access_mode M, target T>
-  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r,
-                id<Dimensions> o, detail::access_tag<M, T>, const property_list& props = {})
+  host_accessor(buffer<element, Dimensions, AllocatorT>& buf, range<Dimensions> r, id<Dimensions> o,
+                detail::access_tag<M, T>, const property_list& props = {})
       : host_accessor(buf, r, o, props) {}
 
   std::add_pointer_t<value_type> get_pointer() const noexcept { return this->view_.data; }

@@ -5,10 +5,9 @@
 #include <compare>
 #include <cstddef>
 #include <iterator>
-#include <type_traits>
-
 #include <sycl/detail/buffer.hpp>
 #include <sycl/detail/runtime_services.hpp>
+#include <type_traits>
 
 namespace sycl::detail {
 
@@ -73,31 +72,51 @@ class window_iterator {
 
   window_iterator() = default;
   template <typename U>
-    requires std::is_convertible_v<U*, T*>
-  window_iterator(const accessor_view<U, Dimensions>& view, std::size_t index) noexcept
-      : view_{view.data, view.buffer_range, view.access_range, view.offset}, index_(index) {}
+  requires std::is_convertible_v<U*, T*> window_iterator(const accessor_view<U, Dimensions>& view,
+                                                         std::size_t index)
+  noexcept : view_{view.data, view.buffer_range, view.access_range, view.offset}, index_(index) {}
   // iterator to const_iterator
   template <typename U>
-    requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
-  window_iterator(const window_iterator<U, Dimensions>& other) noexcept
-      : window_iterator(other.detail_view(), other.detail_index()) {}
+  requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
+      window_iterator(const window_iterator<U, Dimensions>& other)
+  noexcept : window_iterator(other.detail_view(), other.detail_index()) {}
 
   reference operator*() const noexcept { return view_[delinearize(index_, view_.access_range)]; }
   pointer operator->() const noexcept { return &**this; }
   reference operator[](difference_type n) const noexcept { return *(*this + n); }
 
-  window_iterator& operator++() noexcept { ++index_; return *this; }
-  window_iterator& operator--() noexcept { --index_; return *this; }
-  window_iterator operator++(int) noexcept { auto old = *this; ++index_; return old; }
-  window_iterator operator--(int) noexcept { auto old = *this; --index_; return old; }
+  window_iterator& operator++() noexcept {
+    ++index_;
+    return *this;
+  }
+  window_iterator& operator--() noexcept {
+    --index_;
+    return *this;
+  }
+  window_iterator operator++(int) noexcept {
+    auto old = *this;
+    ++index_;
+    return old;
+  }
+  window_iterator operator--(int) noexcept {
+    auto old = *this;
+    --index_;
+    return old;
+  }
   window_iterator& operator+=(difference_type n) noexcept {
     index_ = static_cast<std::size_t>(static_cast<difference_type>(index_) + n);
     return *this;
   }
   window_iterator& operator-=(difference_type n) noexcept { return *this += -n; }
-  friend window_iterator operator+(window_iterator it, difference_type n) noexcept { return it += n; }
-  friend window_iterator operator+(difference_type n, window_iterator it) noexcept { return it += n; }
-  friend window_iterator operator-(window_iterator it, difference_type n) noexcept { return it -= n; }
+  friend window_iterator operator+(window_iterator it, difference_type n) noexcept {
+    return it += n;
+  }
+  friend window_iterator operator+(difference_type n, window_iterator it) noexcept {
+    return it += n;
+  }
+  friend window_iterator operator-(window_iterator it, difference_type n) noexcept {
+    return it -= n;
+  }
   friend difference_type operator-(const window_iterator& a, const window_iterator& b) noexcept {
     return static_cast<difference_type>(a.index_) - static_cast<difference_type>(b.index_);
   }

@@ -3,30 +3,34 @@
 
 #include <atomic>
 #include <cstdint>
-#include <type_traits>
-
 #include <sycl/detail/defines.hpp>
 #include <sycl/detail/runtime_services.hpp>
+#include <type_traits>
 
 namespace sycl {
 
 namespace detail {
 constexpr std::memory_order to_std(memory_order o) {
   switch (o) {
-    case memory_order::relaxed: return std::memory_order_relaxed;
-    case memory_order::acquire: return std::memory_order_acquire;
-    case memory_order::release: return std::memory_order_release;
-    case memory_order::acq_rel: return std::memory_order_acq_rel;
-    default: return std::memory_order_seq_cst;
+    case memory_order::relaxed:
+      return std::memory_order_relaxed;
+    case memory_order::acquire:
+      return std::memory_order_acquire;
+    case memory_order::release:
+      return std::memory_order_release;
+    case memory_order::acq_rel:
+      return std::memory_order_acq_rel;
+    default:
+      return std::memory_order_seq_cst;
   }
 }
 constexpr memory_order read_order_of(memory_order o) {
-  return o == memory_order::acq_rel ? memory_order::acquire
+  return o == memory_order::acq_rel   ? memory_order::acquire
          : o == memory_order::release ? memory_order::relaxed
                                       : o;
 }
 constexpr memory_order write_order_of(memory_order o) {
-  return o == memory_order::acq_rel ? memory_order::release
+  return o == memory_order::acq_rel   ? memory_order::release
          : o == memory_order::acquire ? memory_order::relaxed
                                       : o;
 }
@@ -93,8 +97,7 @@ class atomic_ref {
                              memory_scope s = default_scope) const noexcept {
     return compare_exchange_weak(expected, desired, o, detail::read_order_of(o), s);
   }
-  bool compare_exchange_strong(T& expected, T desired, memory_order success,
-                               memory_order failure,
+  bool compare_exchange_strong(T& expected, T desired, memory_order success, memory_order failure,
                                memory_scope = default_scope) const noexcept {
     return cas_result(ref_.compare_exchange_strong(expected, desired, detail::to_std(success),
                                                    detail::to_std(failure)));
@@ -114,40 +117,30 @@ class atomic_ref {
     return ref_.fetch_sub(v, detail::to_std(o));
   }
   T fetch_and(T v, memory_order o = default_read_modify_write_order,
-              memory_scope = default_scope) const noexcept
-    requires std::is_integral_v<T>
-  {
+              memory_scope = default_scope) const noexcept requires std::is_integral_v<T> {
     return ref_.fetch_and(v, detail::to_std(o));
   }
   T fetch_or(T v, memory_order o = default_read_modify_write_order,
-             memory_scope = default_scope) const noexcept
-    requires std::is_integral_v<T>
-  {
+             memory_scope = default_scope) const noexcept requires std::is_integral_v<T> {
     return ref_.fetch_or(v, detail::to_std(o));
   }
   T fetch_xor(T v, memory_order o = default_read_modify_write_order,
-              memory_scope = default_scope) const noexcept
-    requires std::is_integral_v<T>
-  {
+              memory_scope = default_scope) const noexcept requires std::is_integral_v<T> {
     return ref_.fetch_xor(v, detail::to_std(o));
   }
   T fetch_min(T v, memory_order o = default_read_modify_write_order,
-              memory_scope = default_scope) const noexcept
-    requires(!std::is_pointer_v<T>)
-  {
+              memory_scope = default_scope) const noexcept requires(!std::is_pointer_v<T>) {
     T old = ref_.load(std::memory_order_relaxed);
-    while (v < old && !ref_.compare_exchange_weak(old, v, detail::to_std(o),
-                                                  std::memory_order_relaxed)) {
+    while (v < old &&
+           !ref_.compare_exchange_weak(old, v, detail::to_std(o), std::memory_order_relaxed)) {
     }
     return old;
   }
   T fetch_max(T v, memory_order o = default_read_modify_write_order,
-              memory_scope = default_scope) const noexcept
-    requires(!std::is_pointer_v<T>)
-  {
+              memory_scope = default_scope) const noexcept requires(!std::is_pointer_v<T>) {
     T old = ref_.load(std::memory_order_relaxed);
-    while (old < v && !ref_.compare_exchange_weak(old, v, detail::to_std(o),
-                                                  std::memory_order_relaxed)) {
+    while (old < v &&
+           !ref_.compare_exchange_weak(old, v, detail::to_std(o), std::memory_order_relaxed)) {
     }
     return old;
   }

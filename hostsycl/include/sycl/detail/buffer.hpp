@@ -7,13 +7,12 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
-#include <type_traits>
-
 #include <sycl/detail/context.hpp>
 #include <sycl/detail/device.hpp>
 #include <sycl/detail/exception.hpp>
 #include <sycl/detail/index.hpp>
 #include <sycl/detail/properties.hpp>
+#include <type_traits>
 
 namespace sycl {
 
@@ -68,7 +67,8 @@ struct buffer_storage_tag {};
 struct buffer_access;
 }  // namespace detail
 
-template <typename T, int Dimensions = 1, typename AllocatorT = buffer_allocator<std::remove_const_t<T>>>
+template <typename T, int Dimensions = 1,
+          typename AllocatorT = buffer_allocator<std::remove_const_t<T>>>
 class buffer {
   static_assert(Dimensions >= 1 && Dimensions <= 3, "buffers have 1, 2 or 3 dimensions");
   using element = std::remove_const_t<T>;
@@ -92,36 +92,37 @@ class buffer {
       if (host != nullptr) write_back_to(host);
     }
   }
-  buffer(const T* host, const range<Dimensions>& r, const property_list& p = {})
-    requires(!std::is_const_v<T>)
+  buffer(const T* host, const range<Dimensions>& r,
+         const property_list& p = {}) requires(!std::is_const_v<T>)
       : buffer(host, r, AllocatorT(), p) {}
-  buffer(const T* host, const range<Dimensions>& r, AllocatorT a, const property_list& p = {})
-    requires(!std::is_const_v<T>)
+  buffer(const T* host, const range<Dimensions>& r, AllocatorT a,
+         const property_list& p = {}) requires(!std::is_const_v<T>)
       : buffer(detail::buffer_storage_tag{}, host, r, std::move(a), p) {}
 
   template <typename Container>
-    requires(Dimensions == 1 && requires(Container& c) {
-      { std::data(c) } -> std::convertible_to<const T*>;
-      std::size(c);
-    })
-  buffer(Container& c, const property_list& p = {}) : buffer(c, AllocatorT(), p) {}
+  requires(Dimensions == 1 &&
+           requires(Container & c) {
+             { std::data(c) } -> std::convertible_to<const T*>;
+             std::size(c);
+           }) buffer(Container& c, const property_list& p = {})
+      : buffer(c, AllocatorT(), p) {}
   template <typename Container>
-    requires(Dimensions == 1 && requires(Container& c) {
-      { std::data(c) } -> std::convertible_to<const T*>;
-      std::size(c);
-    })
-  buffer(Container& c, AllocatorT a, const property_list& p = {})
+  requires(Dimensions == 1 &&
+           requires(Container & c) {
+             { std::data(c) } -> std::convertible_to<const T*>;
+             std::size(c);
+           }) buffer(Container& c, AllocatorT a, const property_list& p = {})
       : buffer(std::data(c), range<1>(std::size(c)), std::move(a), p) {}
 
   template <typename InputIterator>
-    requires(Dimensions == 1 && !std::is_convertible_v<InputIterator, const T*> &&
-             requires(InputIterator it) { typename std::iterator_traits<InputIterator>::value_type; })
-  buffer(InputIterator first, InputIterator last, const property_list& p = {})
+  requires(Dimensions == 1 && !std::is_convertible_v<InputIterator, const T*> &&
+           requires(InputIterator it) { typename std::iterator_traits<InputIterator>::value_type; })
+      buffer(InputIterator first, InputIterator last, const property_list& p = {})
       : buffer(first, last, AllocatorT(), p) {}
   template <typename InputIterator>
-    requires(Dimensions == 1 && !std::is_convertible_v<InputIterator, const T*> &&
-             requires(InputIterator it) { typename std::iterator_traits<InputIterator>::value_type; })
-  buffer(InputIterator first, InputIterator last, AllocatorT a, const property_list& p = {})
+  requires(Dimensions == 1 && !std::is_convertible_v<InputIterator, const T*> &&
+           requires(InputIterator it) { typename std::iterator_traits<InputIterator>::value_type; })
+      buffer(InputIterator first, InputIterator last, AllocatorT a, const property_list& p = {})
       : buffer(detail::buffer_storage_tag{}, nullptr,
                range<1>(static_cast<std::size_t>(std::distance(first, last))), std::move(a), p) {
     std::copy(first, last, reinterpret_cast<element*>(detail::buffer_data(*rec_->state)));
@@ -135,8 +136,7 @@ class buffer {
       : buffer(detail::buffer_storage_tag{}, host.get(), r, std::move(a), p) {
     if constexpr (!std::is_const_v<T>) write_back_to_weak(std::weak_ptr<T>(host));
   }
-  buffer(const std::shared_ptr<T[]>& host, const range<Dimensions>& r,
-         const property_list& p = {})
+  buffer(const std::shared_ptr<T[]>& host, const range<Dimensions>& r, const property_list& p = {})
       : buffer(host, r, AllocatorT(), p) {}
   buffer(const std::shared_ptr<T[]>& host, const range<Dimensions>& r, AllocatorT a,
          const property_list& p = {})
@@ -189,8 +189,7 @@ class buffer {
   template <access_mode Mode = access_mode::read_write, target Targ = target::device>
   accessor<T, Dimensions, Mode, Targ, access::placeholder::false_t> get_access(
       handler& cgh, range<Dimensions> r, id<Dimensions> offset = {}) {
-    return accessor<T, Dimensions, Mode, Targ, access::placeholder::false_t>(*this, cgh, r,
-                                                                            offset);
+    return accessor<T, Dimensions, Mode, Targ, access::placeholder::false_t>(*this, cgh, r, offset);
   }
   // Host access through the older accessor target (superseded by host_accessor).
   template <access_mode Mode>
@@ -223,11 +222,10 @@ class buffer {
     } else {
       auto out = final_data;
       const std::size_t count = size();
-      detail::set_buffer_write_back(*rec_->state,
-                                    [out, count](const unsigned char* data, std::size_t) {
-                                      std::copy_n(reinterpret_cast<const element*>(data), count,
-                                                  out);
-                                    });
+      detail::set_buffer_write_back(
+          *rec_->state, [out, count](const unsigned char* data, std::size_t) {
+            std::copy_n(reinterpret_cast<const element*>(data), count, out);
+          });
     }
   }
   void set_write_back(bool flag = true) { detail::enable_buffer_write_back(*rec_->state, flag); }
@@ -245,8 +243,8 @@ class buffer {
                                           other_alloc(rec_->allocator), rec_->props});
   }
   template <typename ReinterpretT, int ReinterpretDim = Dimensions>
-    requires(ReinterpretDim == 1 || (ReinterpretDim == Dimensions && sizeof(ReinterpretT) == sizeof(T)))
-  auto reinterpret() const {
+  requires(ReinterpretDim == 1 || (ReinterpretDim == Dimensions &&
+                                   sizeof(ReinterpretT) == sizeof(T))) auto reinterpret() const {
     if constexpr (ReinterpretDim == 1) {
       if (byte_size() % sizeof(ReinterpretT) != 0)
         detail::throw_error(errc::invalid,
@@ -265,21 +263,21 @@ class buffer {
   friend class buffer;
   friend struct detail::buffer_access;
 
-  buffer(detail::buffer_storage_tag, const void* initial, const range<Dimensions>& r,
-         AllocatorT a, const property_list& p)
-      : rec_(std::make_shared<record>(
-            record{detail::make_buffer_state(r.size() * sizeof(T), initial, detail::host_mutex_of(p)),
-                   r, 0, false, std::move(a), p})) {}
+  buffer(detail::buffer_storage_tag, const void* initial, const range<Dimensions>& r, AllocatorT a,
+         const property_list& p)
+      : rec_(std::make_shared<record>(record{
+            detail::make_buffer_state(r.size() * sizeof(T), initial, detail::host_mutex_of(p)), r,
+            0, false, std::move(a), p})) {}
   explicit buffer(record rec) : rec_(std::make_shared<record>(std::move(rec))) {}
 
   // Write-back of this buffer's own bytes (a sub-buffer's part, not the rest of its parent).
   template <typename Ptr>
   void write_back_to(Ptr target) {
     const std::size_t offset = rec_->byte_offset, bytes = byte_size();
-    detail::set_buffer_write_back(*rec_->state, [target, offset, bytes](const unsigned char* data,
-                                                                        std::size_t n) {
-      std::memcpy(static_cast<void*>(target), data + offset, std::min(bytes, n - offset));
-    });
+    detail::set_buffer_write_back(
+        *rec_->state, [target, offset, bytes](const unsigned char* data, std::size_t n) {
+          std::memcpy(static_cast<void*>(target), data + offset, std::min(bytes, n - offset));
+        });
   }
   template <typename Weak>
   void write_back_to_weak(Weak weak) {
@@ -326,11 +324,17 @@ struct is_property_of<property::buffer::context_bound, buffer<T, D, A>> : std::t
 namespace detail {
 struct buffer_access {
   template <typename B>
-  static const std::shared_ptr<buffer_state>& state(const B& b) { return b.rec_->state; }
+  static const std::shared_ptr<buffer_state>& state(const B& b) {
+    return b.rec_->state;
+  }
   template <typename B>
-  static std::size_t byte_offset(const B& b) { return b.rec_->byte_offset; }
+  static std::size_t byte_offset(const B& b) {
+    return b.rec_->byte_offset;
+  }
   template <typename B>
-  static const void* identity(const B& b) { return b.rec_.get(); }
+  static const void* identity(const B& b) {
+    return b.rec_.get();
+  }
 };
 }  // namespace detail
 

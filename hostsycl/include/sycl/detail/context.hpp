@@ -3,10 +3,9 @@
 
 #include <algorithm>
 #include <memory>
-#include <vector>
-
 #include <sycl/detail/device.hpp>
 #include <sycl/detail/properties.hpp>
+#include <vector>
 
 namespace sycl {
 

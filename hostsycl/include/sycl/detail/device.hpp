@@ -4,10 +4,9 @@
 #include <algorithm>
 #include <functional>
 #include <string>
-#include <vector>
-
 #include <sycl/detail/exception.hpp>
 #include <sycl/detail/info.hpp>
+#include <vector>
 
 namespace sycl {
 
@@ -43,7 +42,7 @@ class device {
  public:
   device();
   template <typename DeviceSelector>
-    requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
+  requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
   explicit device(const DeviceSelector& selector);
 
   backend get_backend() const noexcept { return backend::hostsycl; }
@@ -61,20 +60,17 @@ class device {
 
   // No device of this runtime can be partitioned: each form throws feature_not_supported.
   template <info::partition_property Prop>
-    requires(Prop == info::partition_property::partition_equally)
-  std::vector<device> create_sub_devices(std::size_t) const {
-    refuse_partition("partition_equally");
-  }
+  requires(Prop == info::partition_property::partition_equally)
+      std::vector<device> create_sub_devices(std::size_t)
+  const { refuse_partition("partition_equally"); }
   template <info::partition_property Prop>
-    requires(Prop == info::partition_property::partition_by_counts)
-  std::vector<device> create_sub_devices(const std::vector<std::size_t>&) const {
-    refuse_partition("partition_by_counts");
-  }
+  requires(Prop == info::partition_property::partition_by_counts)
+      std::vector<device> create_sub_devices(const std::vector<std::size_t>&)
+  const { refuse_partition("partition_by_counts"); }
   template <info::partition_property Prop>
-    requires(Prop == info::partition_property::partition_by_affinity_domain)
-  std::vector<device> create_sub_devices(info::partition_affinity_domain) const {
-    refuse_partition("partition_by_affinity_domain");
-  }
+  requires(Prop == info::partition_property::partition_by_affinity_domain)
+      std::vector<device> create_sub_devices(info::partition_affinity_domain)
+  const { refuse_partition("partition_by_affinity_domain"); }
 
   static std::vector<device> get_devices(info::device_type type = info::device_type::all);
 
@@ -96,10 +92,8 @@ class platform {
  public:
   platform() = default;
   template <typename DeviceSelector>
-    requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
-  explicit platform(const DeviceSelector& selector) : platform() {
-    (void)device(selector);
-  }
+  requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
+  explicit platform(const DeviceSelector& selector) : platform() { (void)device(selector); }
   backend get_backend() const noexcept { return backend::hostsycl; }
   std::vector<device> get_devices(info::device_type type = info::device_type::all) const {
     return device::get_devices(type);
@@ -152,8 +146,9 @@ device select_device(const DeviceSelector& selector) {
 }  // namespace detail
 
 template <typename DeviceSelector>
-  requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
-device::device(const DeviceSelector& selector) : device(detail::select_device(selector)) {}
+requires std::is_invocable_r_v<int, const DeviceSelector&, const device&> device::device(
+    const DeviceSelector& selector)
+    : device(detail::select_device(selector)) {}
 
 inline platform device::get_platform() const { return platform(); }
 
@@ -161,39 +156,56 @@ template <typename Param>
 typename Param::return_type device::get_info() const {
   namespace d = info::device;
   const detail::device_impl& i = *impl_;
-  if constexpr (std::is_same_v<Param, d::device_type>) return i.type;
-  else if constexpr (std::is_same_v<Param, d::name>) return i.name;
-  else if constexpr (std::is_same_v<Param, d::vendor>) return std::string("hostsycl");
-  else if constexpr (std::is_same_v<Param, d::driver_version>) return std::string("1.0");
-  else if constexpr (std::is_same_v<Param, d::version>) return std::string("1.0");
-  else if constexpr (std::is_same_v<Param, d::vendor_id>) return std::uint32_t{0x10c5};
-  else if constexpr (std::is_same_v<Param, d::max_compute_units>) return i.eu_count;
-  else if constexpr (std::is_same_v<Param, d::max_work_item_dimensions>) return std::uint32_t{3};
+  if constexpr (std::is_same_v<Param, d::device_type>)
+    return i.type;
+  else if constexpr (std::is_same_v<Param, d::name>)
+    return i.name;
+  else if constexpr (std::is_same_v<Param, d::vendor>)
+    return std::string("hostsycl");
+  else if constexpr (std::is_same_v<Param, d::driver_version>)
+    return std::string("1.0");
+  else if constexpr (std::is_same_v<Param, d::version>)
+    return std::string("1.0");
+  else if constexpr (std::is_same_v<Param, d::vendor_id>)
+    return std::uint32_t{0x10c5};
+  else if constexpr (std::is_same_v<Param, d::max_compute_units>)
+    return i.eu_count;
+  else if constexpr (std::is_same_v<Param, d::max_work_item_dimensions>)
+    return std::uint32_t{3};
   else if constexpr (std::is_same_v<Param, d::max_work_item_sizes<1>>)
     return range<1>(i.max_work_group_size);
   else if constexpr (std::is_same_v<Param, d::max_work_item_sizes<2>>)
     return range<2>(i.max_work_group_size, i.max_work_group_size);
   else if constexpr (std::is_same_v<Param, d::max_work_item_sizes<3>>)
     return range<3>(i.max_work_group_size, i.max_work_group_size, i.max_work_group_size);
-  else if constexpr (std::is_same_v<Param, d::max_work_group_size>) return i.max_work_group_size;
+  else if constexpr (std::is_same_v<Param, d::max_work_group_size>)
+    return i.max_work_group_size;
   else if constexpr (std::is_same_v<Param, d::max_num_sub_groups>)
-    return static_cast<std::uint32_t>(i.max_work_group_size /
-                                      *std::min_element(i.sub_group_sizes.begin(),
-                                                        i.sub_group_sizes.end()));
-  else if constexpr (std::is_same_v<Param, d::sub_group_sizes>) return i.sub_group_sizes;
-  else if constexpr (std::is_same_v<Param, d::max_mem_alloc_size>) return i.max_mem_alloc_size;
+    return static_cast<std::uint32_t>(
+        i.max_work_group_size /
+        *std::min_element(i.sub_group_sizes.begin(), i.sub_group_sizes.end()));
+  else if constexpr (std::is_same_v<Param, d::sub_group_sizes>)
+    return i.sub_group_sizes;
+  else if constexpr (std::is_same_v<Param, d::max_mem_alloc_size>)
+    return i.max_mem_alloc_size;
   else if constexpr (std::is_same_v<Param, d::mem_base_addr_align>)
     return i.mem_base_addr_align_bits;
   else if constexpr (std::is_same_v<Param, d::global_mem_cache_type>)
     return info::global_mem_cache_type::read_write;
   else if constexpr (std::is_same_v<Param, d::global_mem_cache_line_size>)
     return i.cache_line_size;
-  else if constexpr (std::is_same_v<Param, d::global_mem_cache_size>) return i.cache_size;
-  else if constexpr (std::is_same_v<Param, d::global_mem_size>) return i.global_mem_size;
-  else if constexpr (std::is_same_v<Param, d::local_mem_type>) return info::local_mem_type::local;
-  else if constexpr (std::is_same_v<Param, d::local_mem_size>) return i.local_mem_size;
-  else if constexpr (std::is_same_v<Param, d::address_bits>) return std::uint32_t{64};
-  else if constexpr (std::is_same_v<Param, d::max_clock_frequency>) return std::uint32_t{1000};
+  else if constexpr (std::is_same_v<Param, d::global_mem_cache_size>)
+    return i.cache_size;
+  else if constexpr (std::is_same_v<Param, d::global_mem_size>)
+    return i.global_mem_size;
+  else if constexpr (std::is_same_v<Param, d::local_mem_type>)
+    return info::local_mem_type::local;
+  else if constexpr (std::is_same_v<Param, d::local_mem_size>)
+    return i.local_mem_size;
+  else if constexpr (std::is_same_v<Param, d::address_bits>)
+    return std::uint32_t{64};
+  else if constexpr (std::is_same_v<Param, d::max_clock_frequency>)
+    return std::uint32_t{1000};
   else if constexpr (std::is_same_v<Param, d::atomic_memory_order_capabilities> ||
                      std::is_same_v<Param, d::atomic_fence_order_capabilities>)
     return std::vector<memory_order>{memory_order::relaxed, memory_order::acquire,
@@ -206,7 +218,8 @@ typename Param::return_type device::get_info() const {
     return std::vector<memory_scope>{memory_scope::work_item, memory_scope::sub_group,
                                      memory_scope::work_group, memory_scope::device,
                                      memory_scope::system};
-  else if constexpr (std::is_same_v<Param, d::partition_max_sub_devices>) return std::uint32_t{0};
+  else if constexpr (std::is_same_v<Param, d::partition_max_sub_devices>)
+    return std::uint32_t{0};
   else if constexpr (std::is_same_v<Param, d::partition_properties>)
     return std::vector<info::partition_property>{};
   else if constexpr (std::is_same_v<Param, d::partition_affinity_domains>)
@@ -216,15 +229,18 @@ typename Param::return_type device::get_info() const {
   else if constexpr (std::is_same_v<Param, d::partition_type_affinity_domain>)
     return info::partition_affinity_domain::not_applicable;
   else if constexpr (std::is_same_v<Param, d::parent_device>) {
-    detail::throw_error(errc::invalid, "device '" + i.name + "' is a root device: it has no parent");
-  }
-  else if constexpr (std::is_same_v<Param, d::is_available> ||
-                     std::is_same_v<Param, d::is_compiler_available> ||
-                     std::is_same_v<Param, d::is_linker_available>)
+    detail::throw_error(errc::invalid,
+                        "device '" + i.name + "' is a root device: it has no parent");
+  } else if constexpr (std::is_same_v<Param, d::is_available> ||
+                       std::is_same_v<Param, d::is_compiler_available> ||
+                       std::is_same_v<Param, d::is_linker_available>)
     return true;
-  else if constexpr (std::is_same_v<Param, d::aspects>) return i.aspects;
-  else if constexpr (std::is_same_v<Param, d::platform>) return platform();
-  else static_assert(sizeof(Param) == 0, "unsupported device info descriptor");
+  else if constexpr (std::is_same_v<Param, d::aspects>)
+    return i.aspects;
+  else if constexpr (std::is_same_v<Param, d::platform>)
+    return platform();
+  else
+    static_assert(sizeof(Param) == 0, "unsupported device info descriptor");
 }
 
 namespace detail {
@@ -262,8 +278,7 @@ inline auto aspect_selector(const std::vector<aspect>& aspect_list,
   };
 }
 template <class... AspectList>
-  requires(std::is_same_v<AspectList, aspect> && ...)
-auto aspect_selector(AspectList... aspects) {
+requires(std::is_same_v<AspectList, aspect>&&...) auto aspect_selector(AspectList... aspects) {
   return aspect_selector(std::vector<aspect>{aspects...});
 }
 template <aspect... AspectList>

@@ -2,10 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <vector>
-
-#include <sycl/detail/info.hpp>
 #include <sycl/detail/exception.hpp>
+#include <sycl/detail/info.hpp>
+#include <vector>
 
 namespace sycl {
 

@@ -6,17 +6,17 @@
 
 namespace sycl {
 
-#define HOSTSYCL_BINARY_FUNCTOR(name, expr)                                     \
-  template <typename T = void>                                                  \
-  struct name {                                                                 \
-    T operator()(const T& x, const T& y) const { return expr; }                 \
-  };                                                                            \
-  template <>                                                                   \
-  struct name<void> {                                                           \
-    template <typename T, typename U>                                           \
-    auto operator()(T&& x, U&& y) const {                                       \
-      return expr;                                                              \
-    }                                                                           \
+#define HOSTSYCL_BINARY_FUNCTOR(name, expr)                     \
+  template <typename T = void>                                  \
+  struct name {                                                 \
+    T operator()(const T& x, const T& y) const { return expr; } \
+  };                                                            \
+  template <>                                                   \
+  struct name<void> {                                           \
+    template <typename T, typename U>                           \
+    auto operator()(T&& x, U&& y) const {                       \
+      return expr;                                              \
+    }                                                           \
   };
 HOSTSYCL_BINARY_FUNCTOR(plus, x + y)
 HOSTSYCL_BINARY_FUNCTOR(multiplies, x* y)

@@ -3,12 +3,10 @@
 
 #include <cstddef>
 #include <cstdint>
-
-#include <type_traits>
-
 #include <sycl/detail/defines.hpp>
 #include <sycl/detail/index.hpp>
 #include <sycl/detail/multi_ptr.hpp>
+#include <type_traits>
 
 namespace sycl {
 
@@ -38,7 +36,10 @@ void run_collective(work_group_state* state, bool sub_group, const collective_ca
 template <typename F>
 void run_once_in_group(work_group_state* state, bool sub_group, const F& f) {
   char in = 0, out = 0;
-  collective_call call{&in, 1, &out, 1,
+  collective_call call{&in,
+                       1,
+                       &out,
+                       1,
                        +[](const void* ctx, const unsigned char*, unsigned char*, std::size_t,
                            std::size_t) { (*static_cast<const F*>(ctx))(); },
                        &f};
@@ -95,22 +96,19 @@ class group {
   // Work-group copies between global and local memory; every work-item of the group calls with
   // the same arguments. Strided forms stride the global side.
   template <typename DestT, access::decorated DestD, typename SrcT, access::decorated SrcD>
-    requires std::is_same_v<std::remove_const_t<SrcT>, DestT>
-  device_event async_work_group_copy(multi_ptr<DestT, access::address_space::local_space, DestD> dest,
-                                     multi_ptr<SrcT, access::address_space::global_space, SrcD> src,
-                                     std::size_t count, std::size_t src_stride = 1) const {
-    return copy(dest.get(), 1, src.get(), src_stride, count);
-  }
+  requires std::is_same_v<std::remove_const_t<SrcT>, DestT> device_event
+  async_work_group_copy(multi_ptr<DestT, access::address_space::local_space, DestD> dest,
+                        multi_ptr<SrcT, access::address_space::global_space, SrcD> src,
+                        std::size_t count, std::size_t src_stride = 1)
+  const { return copy(dest.get(), 1, src.get(), src_stride, count); }
   template <typename DestT, access::decorated DestD, typename SrcT, access::decorated SrcD>
-    requires std::is_same_v<std::remove_const_t<SrcT>, DestT>
-  device_event async_work_group_copy(multi_ptr<DestT, access::address_space::global_space, DestD> dest,
-                                     multi_ptr<SrcT, access::address_space::local_space, SrcD> src,
-                                     std::size_t count, std::size_t dest_stride = 1) const {
-    return copy(dest.get(), dest_stride, src.get(), 1, count);
-  }
+  requires std::is_same_v<std::remove_const_t<SrcT>, DestT> device_event
+  async_work_group_copy(multi_ptr<DestT, access::address_space::global_space, DestD> dest,
+                        multi_ptr<SrcT, access::address_space::local_space, SrcD> src,
+                        std::size_t count, std::size_t dest_stride = 1)
+  const { return copy(dest.get(), dest_stride, src.get(), 1, count); }
   template <typename... Events>
-    requires(std::is_same_v<Events, device_event> && ...)
-  void wait_for(Events... events) const {
+  requires(std::is_same_v<Events, device_event>&&...) void wait_for(Events... events) const {
     (events.wait(), ...);
   }
 
@@ -175,7 +173,11 @@ class sub_group {
   friend class nd_item;
   sub_group(std::uint32_t gid, std::uint32_t lid, std::uint32_t size, std::uint32_t max_size,
             std::uint32_t count, detail::work_group_state* s)
-      : group_id_(gid), local_id_(lid), size_(size), max_size_(max_size), count_(count),
+      : group_id_(gid),
+        local_id_(lid),
+        size_(size),
+        max_size_(max_size),
+        count_(count),
         state_(s) {}
   std::uint32_t group_id_;
   std::uint32_t local_id_;
@@ -216,8 +218,7 @@ class nd_item {
     const std::size_t first = sg * sub_group_size_;
     const std::size_t size = (first + sub_group_size_ <= total) ? sub_group_size_ : total - first;
     return sub_group(static_cast<std::uint32_t>(sg), static_cast<std::uint32_t>(lid - first),
-                     static_cast<std::uint32_t>(size),
-                     static_cast<std::uint32_t>(sub_group_size_),
+                     static_cast<std::uint32_t>(size), static_cast<std::uint32_t>(sub_group_size_),
                      static_cast<std::uint32_t>(count), state_);
   }
   range<Dimensions> get_group_range() const noexcept { return group_range(); }
@@ -236,8 +237,7 @@ class nd_item {
     return get_group().async_work_group_copy(args...);
   }
   template <typename... Events>
-    requires(std::is_same_v<Events, device_event> && ...)
-  void wait_for(Events... events) const {
+  requires(std::is_same_v<Events, device_event>&&...) void wait_for(Events... events) const {
     (events.wait(), ...);
   }
 
@@ -252,8 +252,13 @@ class nd_item {
   nd_item(id<Dimensions> group_id, id<Dimensions> local_id, range<Dimensions> global_range,
           range<Dimensions> local_range, id<Dimensions> offset, std::size_t sub_group_size,
           detail::work_group_state* s)
-      : group_id_(group_id), local_id_(local_id), global_range_(global_range),
-        local_range_(local_range), offset_(offset), sub_group_size_(sub_group_size), state_(s) {
+      : group_id_(group_id),
+        local_id_(local_id),
+        global_range_(global_range),
+        local_range_(local_range),
+        offset_(offset),
+        sub_group_size_(sub_group_size),
+        state_(s) {
     for (int d = 0; d < Dimensions; ++d)
       global_id_[d] = group_id[d] * local_range[d] + local_id[d] + offset[d];
   }
@@ -292,7 +297,9 @@ struct group_access {
                                sub_group_size, s);
   }
   template <int Dimensions>
-  static work_group_state* state(const group<Dimensions>& g) { return g.state_; }
+  static work_group_state* state(const group<Dimensions>& g) {
+    return g.state_;
+  }
   static work_group_state* state(const sub_group& g) { return g.state_; }
 };
 }  // namespace detail

@@ -5,13 +5,12 @@
 #include <cstring>
 #include <functional>
 #include <memory>
-#include <type_traits>
-#include <vector>
-
 #include <sycl/detail/accessor.hpp>
 #include <sycl/detail/device.hpp>
 #include <sycl/detail/event.hpp>
 #include <sycl/detail/kernel_launch.hpp>
+#include <type_traits>
+#include <vector>
 
 namespace sycl {
 
@@ -80,13 +79,12 @@ class handler {
   }
   template <typename KernelName = void, int Dims, typename KernelType>
   void parallel_for(nd_range<Dims> ndr, const KernelType& kernel) {
-    detail::nd_launch_config config{checked_sub_group_size(detail::required_sub_group_size_v<KernelName>),
-                                    local_slots_};
+    detail::nd_launch_config config{
+        checked_sub_group_size(detail::required_sub_group_size_v<KernelName>), local_slots_};
     check_nd_range(ndr.get_global_range().size() == 0, divisible(ndr),
                    ndr.get_local_range().size());
-    set_command(detail::command_kind::kernel, [kernel, ndr, config] {
-      detail::launch_nd_range(ndr, kernel, config);
-    });
+    set_command(detail::command_kind::kernel,
+                [kernel, ndr, config] { detail::launch_nd_range(ndr, kernel, config); });
   }
 
   template <typename T>
@@ -125,7 +123,9 @@ class handler {
       for (std::size_t i = 0; i < count; ++i) p[i] = pattern;
     });
   }
-  void prefetch(const void*, std::size_t) { set_command(detail::command_kind::memory, [] {}); }
+  void prefetch(const void*, std::size_t) {
+    set_command(detail::command_kind::memory, [] {});
+  }
   void mem_advise(const void*, std::size_t, int) {
     set_command(detail::command_kind::memory, [] {});
   }

@@ -2,9 +2,8 @@
 #pragma once
 
 #include <cstddef>
-#include <type_traits>
-
 #include <sycl/detail/defines.hpp>
+#include <type_traits>
 
 namespace sycl {
 
@@ -46,28 +45,28 @@ class index_array {
     return r;                                                                              \
   }                                                                                        \
   template <typename T>                                                                    \
-    requires std::is_integral_v<T>                                                         \
+  requires std::is_integral_v<T>                                                           \
   friend Derived<Dimensions> operator op(const Derived<Dimensions>& a, T b) noexcept {     \
     Derived<Dimensions> r = a;                                                             \
     for (int i = 0; i < Dimensions; ++i) r.v_[i] = a.v_[i] op static_cast<std::size_t>(b); \
     return r;                                                                              \
   }                                                                                        \
   template <typename T>                                                                    \
-    requires std::is_integral_v<T>                                                         \
+  requires std::is_integral_v<T>                                                           \
   friend Derived<Dimensions> operator op(T a, const Derived<Dimensions>& b) noexcept {     \
     Derived<Dimensions> r = b;                                                             \
     for (int i = 0; i < Dimensions; ++i) r.v_[i] = static_cast<std::size_t>(a) op b.v_[i]; \
     return r;                                                                              \
   }
-#define HOSTSYCL_INDEX_COMPOUND_OP(op)                                                     \
-  friend Derived<Dimensions>& operator op##=(Derived<Dimensions>& a,                       \
-                                             const Derived<Dimensions>& b) noexcept {      \
-    for (int i = 0; i < Dimensions; ++i) a.v_[i] = a.v_[i] op b.v_[i];                     \
-    return a;                                                                              \
-  }                                                                                        \
+#define HOSTSYCL_INDEX_COMPOUND_OP(op)                                                         \
+  friend Derived<Dimensions>& operator op##=(Derived<Dimensions>& a,                           \
+                                             const Derived<Dimensions>& b) noexcept {          \
+    for (int i = 0; i < Dimensions; ++i) a.v_[i] = a.v_[i] op b.v_[i];                         \
+    return a;                                                                                  \
+  }                                                                                            \
   friend Derived<Dimensions>& operator op##=(Derived<Dimensions>& a, std::size_t b) noexcept { \
-    for (int i = 0; i < Dimensions; ++i) a.v_[i] = a.v_[i] op b;                           \
-    return a;                                                                              \
+    for (int i = 0; i < Dimensions; ++i) a.v_[i] = a.v_[i] op b;                               \
+    return a;                                                                                  \
   }
 #define HOSTSYCL_INDEX_ARITHMETIC_OP(op) HOSTSYCL_INDEX_BINARY_OP(op) HOSTSYCL_INDEX_COMPOUND_OP(op)
   HOSTSYCL_INDEX_ARITHMETIC_OP(+)
@@ -119,20 +118,12 @@ template <int Dimensions = 1>
 class range : public detail::index_array<range, Dimensions> {
  public:
   range() noexcept = default;
-  range(std::size_t d0) noexcept
-    requires(Dimensions == 1)
-  {
-    this->v_[0] = d0;
-  }
-  range(std::size_t d0, std::size_t d1) noexcept
-    requires(Dimensions == 2)
-  {
+  range(std::size_t d0) noexcept requires(Dimensions == 1) { this->v_[0] = d0; }
+  range(std::size_t d0, std::size_t d1) noexcept requires(Dimensions == 2) {
     this->v_[0] = d0;
     this->v_[1] = d1;
   }
-  range(std::size_t d0, std::size_t d1, std::size_t d2) noexcept
-    requires(Dimensions == 3)
-  {
+  range(std::size_t d0, std::size_t d1, std::size_t d2) noexcept requires(Dimensions == 3) {
     this->v_[0] = d0;
     this->v_[1] = d1;
     this->v_[2] = d2;
@@ -143,28 +134,20 @@ class range : public detail::index_array<range, Dimensions> {
     return s;
   }
 };
-range(std::size_t) -> range<1>;
-range(std::size_t, std::size_t) -> range<2>;
-range(std::size_t, std::size_t, std::size_t) -> range<3>;
+range(std::size_t)->range<1>;
+range(std::size_t, std::size_t)->range<2>;
+range(std::size_t, std::size_t, std::size_t)->range<3>;
 
 template <int Dimensions = 1>
 class id : public detail::index_array<id, Dimensions> {
  public:
   id() noexcept = default;
-  id(std::size_t d0) noexcept
-    requires(Dimensions == 1)
-  {
-    this->v_[0] = d0;
-  }
-  id(std::size_t d0, std::size_t d1) noexcept
-    requires(Dimensions == 2)
-  {
+  id(std::size_t d0) noexcept requires(Dimensions == 1) { this->v_[0] = d0; }
+  id(std::size_t d0, std::size_t d1) noexcept requires(Dimensions == 2) {
     this->v_[0] = d0;
     this->v_[1] = d1;
   }
-  id(std::size_t d0, std::size_t d1, std::size_t d2) noexcept
-    requires(Dimensions == 3)
-  {
+  id(std::size_t d0, std::size_t d1, std::size_t d2) noexcept requires(Dimensions == 3) {
     this->v_[0] = d0;
     this->v_[1] = d1;
     this->v_[2] = d2;
@@ -174,15 +157,11 @@ class id : public detail::index_array<id, Dimensions> {
   }
   template <bool WithOffset>
   id(const item<Dimensions, WithOffset>& it) noexcept : id(it.get_id()) {}
-  operator std::size_t() const noexcept
-    requires(Dimensions == 1)
-  {
-    return this->v_[0];
-  }
+  operator std::size_t() const noexcept requires(Dimensions == 1) { return this->v_[0]; }
 };
-id(std::size_t) -> id<1>;
-id(std::size_t, std::size_t) -> id<2>;
-id(std::size_t, std::size_t, std::size_t) -> id<3>;
+id(std::size_t)->id<1>;
+id(std::size_t, std::size_t)->id<2>;
+id(std::size_t, std::size_t, std::size_t)->id<3>;
 
 namespace detail {
 template <int Dimensions>
@@ -214,21 +193,11 @@ class item {
   std::size_t operator[](int dimension) const noexcept { return id_[dimension]; }
   range<Dimensions> get_range() const noexcept { return range_; }
   std::size_t get_range(int dimension) const noexcept { return range_[dimension]; }
-  id<Dimensions> get_offset() const noexcept
-    requires WithOffset
-  {
-    return offset_;
-  }
-  operator item<Dimensions, true>() const noexcept
-    requires(!WithOffset)
-  {
+  id<Dimensions> get_offset() const noexcept requires WithOffset { return offset_; }
+  operator item<Dimensions, true>() const noexcept requires(!WithOffset) {
     return item<Dimensions, true>(id_, range_, id<Dimensions>());
   }
-  operator std::size_t() const noexcept
-    requires(Dimensions == 1)
-  {
-    return id_[0];
-  }
+  operator std::size_t() const noexcept requires(Dimensions == 1) { return id_[0]; }
   std::size_t get_linear_id() const noexcept { return detail::linearize(id_ - offset_, range_); }
 
   friend bool operator==(const item& a, const item& b) noexcept {

@@ -4,12 +4,11 @@
 
 #include <cstddef>
 #include <string>
-#include <type_traits>
-#include <vector>
-
 #include <sycl/detail/exception.hpp>
 #include <sycl/detail/group.hpp>
 #include <sycl/detail/index.hpp>
+#include <type_traits>
+#include <vector>
 
 namespace sycl {
 
@@ -41,8 +40,7 @@ constexpr std::size_t required_sub_group_size_of() {
     return 0;
 }
 template <typename KernelName>
-inline constexpr std::size_t required_sub_group_size_v =
-    required_sub_group_size_of<KernelName>();
+inline constexpr std::size_t required_sub_group_size_v = required_sub_group_size_of<KernelName>();
 
 // Type-erased entry points of the runtime (work_group.cpp, compute_pool.cpp).
 struct nd_launch_desc {
@@ -126,9 +124,9 @@ void launch_nd_range(const nd_range<Dims>& ndr, const Kernel& kernel,
                 "(is the lambda mutable, or does it take the wrong argument?)");
   if (ndr.get_global_range().size() == 0) return;
   nd_context<Kernel, Dims> ctx{&kernel, ndr, ndr.get_group_range(), config.sub_group_size};
-  nd_launch_desc desc{ndr.get_group_range().size(), ndr.get_local_range().size(),
-                      config.sub_group_size, &config.local_slots,
-                      &nd_context<Kernel, Dims>::run_item, &ctx};
+  nd_launch_desc desc{
+      ndr.get_group_range().size(), ndr.get_local_range().size(),        config.sub_group_size,
+      &config.local_slots,          &nd_context<Kernel, Dims>::run_item, &ctx};
   run_nd_range(desc);
 }
 
@@ -148,9 +146,9 @@ void launch_range(const range<Dims>& r, const Kernel& kernel) {
 
 template <typename Kernel>
 void launch_single_task(const Kernel& kernel) {
-  static_assert(std::is_invocable_v<const Kernel&> ||
-                    std::is_invocable_v<const Kernel&, kernel_handler>,
-                "a single_task kernel must be a const callable without arguments");
+  static_assert(
+      std::is_invocable_v<const Kernel&> || std::is_invocable_v<const Kernel&, kernel_handler>,
+      "a single_task kernel must be a const callable without arguments");
   try {
     if constexpr (std::is_invocable_v<const Kernel&, kernel_handler>)
       kernel(kernel_handler{});

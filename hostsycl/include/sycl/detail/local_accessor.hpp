@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-
 #include <sycl/detail/handler.hpp>
 #include <sycl/detail/identity.hpp>
 #include <sycl/detail/multi_ptr.hpp>
@@ -27,53 +26,36 @@ class local_accessor {
   using accessor_ptr = multi_ptr<value_type, access::address_space::local_space, IsDecorated>;
 
   local_accessor() = default;
-  local_accessor(handler& cgh, const property_list& = {})
-    requires(Dimensions == 0)
+  local_accessor(handler& cgh, const property_list& = {}) requires(Dimensions == 0)
       : range_(1), slot_(cgh.detail_add_local_slot(sizeof(DataT), alignof(DataT))) {}
-  local_accessor(range<range_dims> allocation, handler& cgh, const property_list& = {})
-    requires(Dimensions > 0)
+  local_accessor(range<range_dims> allocation, handler& cgh,
+                 const property_list& = {}) requires(Dimensions > 0)
       : range_(allocation),
         slot_(cgh.detail_add_local_slot(allocation.size() * sizeof(DataT), alignof(DataT))) {}
 
   size_type byte_size() const noexcept { return size() * sizeof(DataT); }
   size_type size() const noexcept { return range_.size(); }
   bool empty() const noexcept { return size() == 0; }
-  range<range_dims> get_range() const
-    requires(Dimensions > 0)
-  {
-    return range_;
-  }
+  range<range_dims> get_range() const requires(Dimensions > 0) { return range_; }
 
-  reference operator[](id<range_dims> i) const
-    requires(Dimensions > 0)
-  {
+  reference operator[](id<range_dims> i) const requires(Dimensions > 0) {
     const std::size_t lin = detail::linearize(i, range_);
     if (detail::strict_mode() && lin >= size()) report_out_of_range(lin);
     return data()[lin];
   }
-  reference operator[](std::size_t i) const
-    requires(Dimensions == 1)
-  {
+  reference operator[](std::size_t i) const requires(Dimensions == 1) {
     if (detail::strict_mode() && i >= size()) report_out_of_range(i);
     return data()[i];
   }
   // An item converts to both id<1> and std::size_t: index by its id.
   template <bool WithOffset>
-  reference operator[](const item<1, WithOffset>& i) const
-    requires(Dimensions == 1)
-  {
+  reference operator[](const item<1, WithOffset>& i) const requires(Dimensions == 1) {
     return (*this)[i.get_id()];
   }
-  auto operator[](std::size_t i) const
-    requires(Dimensions > 1)
-  {
+  auto operator[](std::size_t i) const requires(Dimensions > 1) {
     return detail::first_subscript<Dimensions>(*this, i);
   }
-  operator reference() const
-    requires(Dimensions == 0)
-  {
-    return *data();
-  }
+  operator reference() const requires(Dimensions == 0) { return *data(); }
 
   DataT* get_pointer() const noexcept { return data(); }
   template <access::decorated IsDecorated>

@@ -20,8 +20,7 @@ class marray {
     for (std::size_t i = 0; i < NumElements; ++i) d_[i] = arg;
   }
   template <typename... Args>
-    requires(sizeof...(Args) > 1)
-  constexpr marray(const Args&... args) {
+  requires(sizeof...(Args) > 1) constexpr marray(const Args&... args) {
     std::size_t pos = 0;
     (put(pos, args), ...);
   }
@@ -32,11 +31,7 @@ class marray {
     for (std::size_t i = 0; i < NumElements; ++i) d_[i] = v;
     return *this;
   }
-  operator DataT() const
-    requires(NumElements == 1)
-  {
-    return d_[0];
-  }
+  operator DataT() const requires(NumElements == 1) { return d_[0]; }
 
   static constexpr std::size_t size() noexcept { return NumElements; }
   reference operator[](std::size_t i) { return d_[i]; }
@@ -46,35 +41,25 @@ class marray {
   iterator end() { return d_ + NumElements; }
   const_iterator end() const { return d_ + NumElements; }
 
-#define HOSTSYCL_MARRAY_OP(op, constraint)                                              \
-  friend marray operator op(const marray& a, const marray& b)                           \
-    requires(constraint)                                                                \
-  {                                                                                     \
-    marray r;                                                                           \
-    for (std::size_t i = 0; i < NumElements; ++i) r.d_[i] = a.d_[i] op b.d_[i];         \
-    return r;                                                                           \
-  }                                                                                     \
-  friend marray operator op(const marray& a, const DataT& b)                            \
-    requires(constraint)                                                                \
-  {                                                                                     \
-    return a op marray(b);                                                              \
-  }                                                                                     \
-  friend marray operator op(const DataT& a, const marray& b)                            \
-    requires(constraint)                                                                \
-  {                                                                                     \
-    return marray(a) op b;                                                              \
-  }                                                                                     \
-  friend marray& operator op##=(marray & a, const marray& b)                            \
-    requires(constraint)                                                                \
-  {                                                                                     \
-    a = a op b;                                                                         \
-    return a;                                                                           \
-  }                                                                                     \
-  friend marray& operator op##=(marray & a, const DataT& b)                             \
-    requires(constraint)                                                                \
-  {                                                                                     \
-    a = a op marray(b);                                                                 \
-    return a;                                                                           \
+#define HOSTSYCL_MARRAY_OP(op, constraint)                                           \
+  friend marray operator op(const marray& a, const marray& b) requires(constraint) { \
+    marray r;                                                                        \
+    for (std::size_t i = 0; i < NumElements; ++i) r.d_[i] = a.d_[i] op b.d_[i];      \
+    return r;                                                                        \
+  }                                                                                  \
+  friend marray operator op(const marray& a, const DataT& b) requires(constraint) {  \
+    return a op marray(b);                                                           \
+  }                                                                                  \
+  friend marray operator op(const DataT& a, const marray& b) requires(constraint) {  \
+    return marray(a) op b;                                                           \
+  }                                                                                  \
+  friend marray& operator op##=(marray& a, const marray& b) requires(constraint) {   \
+    a = a op b;                                                                      \
+    return a;                                                                        \
+  }                                                                                  \
+  friend marray& operator op##=(marray& a, const DataT& b) requires(constraint) {    \
+    a = a op marray(b);                                                              \
+    return a;                                                                        \
   }
   HOSTSYCL_MARRAY_OP(+, true)
   HOSTSYCL_MARRAY_OP(-, true)
@@ -95,14 +80,14 @@ class marray {
   }
   friend marray operator+(const marray& a) { return a; }
 
-#define HOSTSYCL_MARRAY_CMP(op)                                                         \
-  friend marray<bool, NumElements> operator op(const marray& a, const marray& b) {      \
-    marray<bool, NumElements> r;                                                        \
-    for (std::size_t i = 0; i < NumElements; ++i) r[i] = a.d_[i] op b.d_[i];            \
-    return r;                                                                           \
-  }                                                                                     \
-  friend marray<bool, NumElements> operator op(const marray& a, const DataT& b) {       \
-    return a op marray(b);                                                              \
+#define HOSTSYCL_MARRAY_CMP(op)                                                    \
+  friend marray<bool, NumElements> operator op(const marray& a, const marray& b) { \
+    marray<bool, NumElements> r;                                                   \
+    for (std::size_t i = 0; i < NumElements; ++i) r[i] = a.d_[i] op b.d_[i];       \
+    return r;                                                                      \
+  }                                                                                \
+  friend marray<bool, NumElements> operator op(const marray& a, const DataT& b) {  \
+    return a op marray(b);                                                         \
   }
   HOSTSYCL_MARRAY_CMP(==)
   HOSTSYCL_MARRAY_CMP(!=)

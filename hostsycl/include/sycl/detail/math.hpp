@@ -5,10 +5,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <type_traits>
-
 #include <sycl/detail/marray.hpp>
 #include <sycl/detail/vec.hpp>
+#include <type_traits>
 
 namespace sycl {
 
@@ -46,15 +45,14 @@ V elementwise(const V& a, const V& b, const V& c, F f) {
 }
 }  // namespace detail
 
-#define HOSTSYCL_UNARY_FLOAT(name, expr)                                                 \
-  template <detail::floating T>                                                          \
-  T name(T x) {                                                                          \
-    return expr;                                                                         \
-  }                                                                                      \
-  template <detail::nonscalar V>                                                         \
-    requires detail::floating<typename V::value_type>                                    \
-  V name(const V& x) {                                                                   \
-    return detail::elementwise(x, [](typename V::value_type v) { return name(v); });     \
+#define HOSTSYCL_UNARY_FLOAT(name, expr)                                             \
+  template <detail::floating T>                                                      \
+  T name(T x) {                                                                      \
+    return expr;                                                                     \
+  }                                                                                  \
+  template <detail::nonscalar V>                                                     \
+  requires detail::floating<typename V::value_type> V name(const V& x) {             \
+    return detail::elementwise(x, [](typename V::value_type v) { return name(v); }); \
   }
 HOSTSYCL_UNARY_FLOAT(fabs, std::fabs(x))
 HOSTSYCL_UNARY_FLOAT(sqrt, std::sqrt(x))
@@ -67,21 +65,19 @@ HOSTSYCL_UNARY_FLOAT(floor, std::floor(x))
 HOSTSYCL_UNARY_FLOAT(ceil, std::ceil(x))
 #undef HOSTSYCL_UNARY_FLOAT
 
-#define HOSTSYCL_BINARY_FLOAT(name, expr)                                                \
-  template <detail::floating T>                                                          \
-  T name(T x, T y) {                                                                     \
-    return expr;                                                                         \
-  }                                                                                      \
-  template <detail::nonscalar V>                                                         \
-    requires detail::floating<typename V::value_type>                                    \
-  V name(const V& x, const V& y) {                                                       \
-    return detail::elementwise(                                                          \
-        x, y, [](typename V::value_type a, typename V::value_type b) { return name(a, b); }); \
-  }                                                                                      \
-  template <detail::nonscalar V>                                                         \
-    requires detail::floating<typename V::value_type>                                    \
-  V name(const V& x, typename V::value_type y) {                                         \
-    return name(x, V(y));                                                                \
+#define HOSTSYCL_BINARY_FLOAT(name, expr)                                                          \
+  template <detail::floating T>                                                                    \
+  T name(T x, T y) {                                                                               \
+    return expr;                                                                                   \
+  }                                                                                                \
+  template <detail::nonscalar V>                                                                   \
+  requires detail::floating<typename V::value_type> V name(const V& x, const V& y) {               \
+    return detail::elementwise(                                                                    \
+        x, y, [](typename V::value_type a, typename V::value_type b) { return name(a, b); });      \
+  }                                                                                                \
+  template <detail::nonscalar V>                                                                   \
+  requires detail::floating<typename V::value_type> V name(const V& x, typename V::value_type y) { \
+    return name(x, V(y));                                                                          \
   }
 HOSTSYCL_BINARY_FLOAT(fmin, std::fmin(x, y))
 HOSTSYCL_BINARY_FLOAT(fmax, std::fmax(x, y))
@@ -93,8 +89,7 @@ T fma(T a, T b, T c) {
   return std::fma(a, b, c);
 }
 template <detail::nonscalar V>
-  requires detail::floating<typename V::value_type>
-V fma(const V& a, const V& b, const V& c) {
+requires detail::floating<typename V::value_type> V fma(const V& a, const V& b, const V& c) {
   using T = typename V::value_type;
   return detail::elementwise(a, b, c, [](T x, T y, T z) { return std::fma(x, y, z); });
 }
@@ -105,14 +100,12 @@ T mad(T a, T b, T c) {
 
 // Scalar min and max demand one type for both arguments, as the standard does.
 template <typename T1, typename T2>
-  requires(std::is_arithmetic_v<T1> && std::is_arithmetic_v<T2>)
-T1 min(T1 x, T2 y) {
+requires(std::is_arithmetic_v<T1>&& std::is_arithmetic_v<T2>) T1 min(T1 x, T2 y) {
   static_assert(std::is_same_v<T1, T2>, "sycl::min needs arguments of the same type");
   return y < x ? y : x;
 }
 template <typename T1, typename T2>
-  requires(std::is_arithmetic_v<T1> && std::is_arithmetic_v<T2>)
-T1 max(T1 x, T2 y) {
+requires(std::is_arithmetic_v<T1>&& std::is_arithmetic_v<T2>) T1 max(T1 x, T2 y) {
   static_assert(std::is_same_v<T1, T2>, "sycl::max needs arguments of the same type");
   return x < y ? y : x;
 }
@@ -133,10 +126,7 @@ V max(const V& x, typename V::value_type y) {
   return max(x, V(y));
 }
 template <typename T>
-  requires std::is_arithmetic_v<T>
-T clamp(T x, T lo, T hi) {
-  return min(max(x, lo), hi);
-}
+requires std::is_arithmetic_v<T> T clamp(T x, T lo, T hi) { return min(max(x, lo), hi); }
 
 template <detail::integer T>
 T clz(T x) {
@@ -157,10 +147,8 @@ std::make_unsigned_t<T> abs(T x) {
 }
 
 template <typename To, typename From>
-  requires(sizeof(To) == sizeof(From) && std::is_trivially_copyable_v<To> &&
-           std::is_trivially_copyable_v<From>)
-To bit_cast(const From& from) noexcept {
-  return std::bit_cast<To>(from);
-}
+requires(sizeof(To) == sizeof(From) && std::is_trivially_copyable_v<To> &&
+         std::is_trivially_copyable_v<From>) To bit_cast(const From& from)
+noexcept { return std::bit_cast<To>(from); }
 
 }  // namespace sycl

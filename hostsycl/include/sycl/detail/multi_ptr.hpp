@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-
 #include <sycl/detail/defines.hpp>
 
 namespace sycl {
@@ -28,10 +27,22 @@ class multi_ptr {
   reference operator*() const { return *p_; }
   pointer operator->() const { return p_; }
   reference operator[](difference_type i) const { return p_[i]; }
-  multi_ptr& operator++() { ++p_; return *this; }
-  multi_ptr& operator--() { --p_; return *this; }
-  multi_ptr& operator+=(difference_type n) { p_ += n; return *this; }
-  multi_ptr& operator-=(difference_type n) { p_ -= n; return *this; }
+  multi_ptr& operator++() {
+    ++p_;
+    return *this;
+  }
+  multi_ptr& operator--() {
+    --p_;
+    return *this;
+  }
+  multi_ptr& operator+=(difference_type n) {
+    p_ += n;
+    return *this;
+  }
+  multi_ptr& operator-=(difference_type n) {
+    p_ -= n;
+    return *this;
+  }
   friend multi_ptr operator+(multi_ptr p, difference_type n) { return multi_ptr(p.p_ + n); }
   friend multi_ptr operator-(multi_ptr p, difference_type n) { return multi_ptr(p.p_ - n); }
   friend bool operator==(const multi_ptr& a, const multi_ptr& b) { return a.p_ == b.p_; }

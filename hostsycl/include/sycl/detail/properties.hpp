@@ -3,10 +3,9 @@
 
 #include <memory>
 #include <mutex>
+#include <sycl/detail/exception.hpp>
 #include <typeindex>
 #include <vector>
-
-#include <sycl/detail/exception.hpp>
 
 namespace sycl {
 
@@ -23,10 +22,7 @@ class property_list {
  public:
   property_list() = default;
   template <typename... Properties>
-    requires(is_property_v<Properties> && ...)
-  property_list(Properties... props) {
-    (add(props), ...);
-  }
+  requires(is_property_v<Properties>&&...) property_list(Properties... props) { (add(props), ...); }
 
   template <typename P>
   bool has_property() const noexcept {

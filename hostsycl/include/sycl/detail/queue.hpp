@@ -2,11 +2,10 @@
 #pragma once
 
 #include <memory>
-#include <vector>
-
 #include <sycl/detail/context.hpp>
 #include <sycl/detail/event.hpp>
 #include <sycl/detail/handler.hpp>
+#include <vector>
 
 namespace sycl {
 
@@ -29,11 +28,11 @@ class queue {
   explicit queue(const async_handler& h, const property_list& props = {})
       : queue(default_selector_v, h, props) {}
   template <typename DeviceSelector>
-    requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
+  requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
   explicit queue(const DeviceSelector& selector, const property_list& props = {})
       : queue(device(selector), props) {}
   template <typename DeviceSelector>
-    requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
+  requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
   explicit queue(const DeviceSelector& selector, const async_handler& h,
                  const property_list& props = {})
       : queue(device(selector), h, props) {}
@@ -42,12 +41,12 @@ class queue {
   explicit queue(const device& dev, const async_handler& h, const property_list& props = {})
       : queue(detail::default_context_for(dev), dev, h, props) {}
   template <typename DeviceSelector>
-    requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
+  requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
   explicit queue(const context& ctx, const DeviceSelector& selector,
                  const property_list& props = {})
       : queue(ctx, device(selector), props) {}
   template <typename DeviceSelector>
-    requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
+  requires std::is_invocable_r_v<int, const DeviceSelector&, const device&>
   explicit queue(const context& ctx, const DeviceSelector& selector, const async_handler& h,
                  const property_list& props = {})
       : queue(ctx, device(selector), h, props) {}
@@ -59,9 +58,7 @@ class queue {
 
   backend get_backend() const noexcept { return backend::hostsycl; }
   context get_context() const { return detail::queue_context(*impl_); }
-  device get_device() const {
-    return detail::device_access::make(detail::queue_device(*impl_));
-  }
+  device get_device() const { return detail::device_access::make(detail::queue_device(*impl_)); }
   bool is_in_order() const { return detail::queue_in_order(*impl_); }
   template <typename P>
   bool has_property() const noexcept {
@@ -120,24 +117,24 @@ class queue {
     });
   }
 
-#define HOSTSYCL_QUEUE_PARALLEL_FOR(range_type)                                              \
-  template <typename KernelName = void, typename KernelType>                                 \
-  event parallel_for(range_type r, const KernelType& k) {                                    \
-    return submit([&](handler& h) { h.parallel_for<KernelName>(r, k); });                    \
-  }                                                                                          \
-  template <typename KernelName = void, typename KernelType>                                 \
-  event parallel_for(range_type r, event dep, const KernelType& k) {                         \
-    return submit([&](handler& h) {                                                          \
-      h.depends_on(dep);                                                                     \
-      h.parallel_for<KernelName>(r, k);                                                      \
-    });                                                                                      \
-  }                                                                                          \
-  template <typename KernelName = void, typename KernelType>                                 \
-  event parallel_for(range_type r, const std::vector<event>& deps, const KernelType& k) {    \
-    return submit([&](handler& h) {                                                          \
-      h.depends_on(deps);                                                                    \
-      h.parallel_for<KernelName>(r, k);                                                      \
-    });                                                                                      \
+#define HOSTSYCL_QUEUE_PARALLEL_FOR(range_type)                                           \
+  template <typename KernelName = void, typename KernelType>                              \
+  event parallel_for(range_type r, const KernelType& k) {                                 \
+    return submit([&](handler& h) { h.parallel_for<KernelName>(r, k); });                 \
+  }                                                                                       \
+  template <typename KernelName = void, typename KernelType>                              \
+  event parallel_for(range_type r, event dep, const KernelType& k) {                      \
+    return submit([&](handler& h) {                                                       \
+      h.depends_on(dep);                                                                  \
+      h.parallel_for<KernelName>(r, k);                                                   \
+    });                                                                                   \
+  }                                                                                       \
+  template <typename KernelName = void, typename KernelType>                              \
+  event parallel_for(range_type r, const std::vector<event>& deps, const KernelType& k) { \
+    return submit([&](handler& h) {                                                       \
+      h.depends_on(deps);                                                                 \
+      h.parallel_for<KernelName>(r, k);                                                   \
+    });                                                                                   \
   }
   HOSTSYCL_QUEUE_PARALLEL_FOR(range<1>)
   HOSTSYCL_QUEUE_PARALLEL_FOR(range<2>)
@@ -208,12 +205,8 @@ class queue {
     return submit_after(deps, [&](handler& h) { h.mem_advise(ptr, n, advice); });
   }
   template <typename Src, typename Dest>
-  event copy(Src src, Dest dest)
-    requires(!std::is_pointer_v<Src> || !std::is_pointer_v<Dest>)
-  {
-    return submit([&](handler& h) {
-      h.copy(src, dest);
-    });
+  event copy(Src src, Dest dest) requires(!std::is_pointer_v<Src> || !std::is_pointer_v<Dest>) {
+    return submit([&](handler& h) { h.copy(src, dest); });
   }
   template <typename T, int Dims, access_mode Mode, target Tgt, access::placeholder P>
   event fill(accessor<T, Dims, Mode, Tgt, P> dest, const T& value) {

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-
 #include <sycl/detail/index.hpp>
 
 namespace sycl::detail {

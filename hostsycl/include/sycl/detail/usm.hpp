@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-
 #include <sycl/detail/context.hpp>
 #include <sycl/detail/device.hpp>
 #include <sycl/detail/queue.hpp>
@@ -158,8 +157,8 @@ inline void* aligned_alloc(std::size_t alignment, std::size_t bytes, const queue
   return aligned_alloc(alignment, bytes, q.get_device(), q.get_context(), kind, p);
 }
 template <typename T>
-T* aligned_alloc(std::size_t alignment, std::size_t count, const device& dev,
-                 const context& ctx, usm::alloc kind, const property_list& = {}) {
+T* aligned_alloc(std::size_t alignment, std::size_t count, const device& dev, const context& ctx,
+                 usm::alloc kind, const property_list& = {}) {
   return static_cast<T*>(detail::usm_allocate(alignment < alignof(T) ? alignof(T) : alignment,
                                               count * sizeof(T), kind, &dev, ctx));
 }

@@ -3,9 +3,8 @@
 
 #include <cstdint>
 #include <cstring>
-#include <type_traits>
-
 #include <sycl/detail/defines.hpp>
+#include <type_traits>
 
 namespace sycl {
 
@@ -21,13 +20,21 @@ namespace detail {
 template <std::size_t Size>
 struct signed_of_size;
 template <>
-struct signed_of_size<1> { using type = std::int8_t; };
+struct signed_of_size<1> {
+  using type = std::int8_t;
+};
 template <>
-struct signed_of_size<2> { using type = std::int16_t; };
+struct signed_of_size<2> {
+  using type = std::int16_t;
+};
 template <>
-struct signed_of_size<4> { using type = std::int32_t; };
+struct signed_of_size<4> {
+  using type = std::int32_t;
+};
 template <>
-struct signed_of_size<8> { using type = std::int64_t; };
+struct signed_of_size<8> {
+  using type = std::int64_t;
+};
 constexpr std::size_t vec_storage_count(int n) { return n == 3 ? 4 : static_cast<std::size_t>(n); }
 }  // namespace detail
 
@@ -46,36 +53,24 @@ class alignas(sizeof(DataT) * detail::vec_storage_count(NumElements) > 64
   using mask_type = vec<typename detail::signed_of_size<sizeof(DataT)>::type, NumElements>;
 
   vec() = default;
-  explicit constexpr vec(const DataT& arg)
-    requires(NumElements > 1)
-  {
+  explicit constexpr vec(const DataT& arg) requires(NumElements > 1) {
     for (int i = 0; i < NumElements; ++i) d_[i] = arg;
   }
-  constexpr vec(const DataT& arg)
-    requires(NumElements == 1)
-  {
-    d_[0] = arg;
-  }
+  constexpr vec(const DataT& arg) requires(NumElements == 1) { d_[0] = arg; }
   template <typename... Args>
-    requires(sizeof...(Args) > 1)
-  constexpr vec(const Args&... args) {
+  requires(sizeof...(Args) > 1) constexpr vec(const Args&... args) {
     int pos = 0;
     (put(pos, args), ...);
   }
   constexpr vec(const vec&) = default;
   vec& operator=(const vec&) = default;
   template <typename T>
-    requires std::is_convertible_v<T, DataT>
-  vec& operator=(const T& rhs) {
+  requires std::is_convertible_v<T, DataT> vec& operator=(const T& rhs) {
     for (int i = 0; i < NumElements; ++i) d_[i] = static_cast<DataT>(rhs);
     return *this;
   }
 
-  operator DataT() const
-    requires(NumElements == 1)
-  {
-    return d_[0];
-  }
+  operator DataT() const requires(NumElements == 1) { return d_[0]; }
 
   static constexpr std::size_t byte_size() noexcept {
     return sizeof(DataT) * detail::vec_storage_count(NumElements);
@@ -130,31 +125,27 @@ class alignas(sizeof(DataT) * detail::vec_storage_count(NumElements) > 64
     for (int i = 0; i < NumElements; ++i) ptr[offset * NumElements + i] = d_[i];
   }
 
-#define HOSTSYCL_VEC_ARITH(op)                                                           \
-  friend vec operator op(const vec& a, const vec& b) {                                   \
-    vec r;                                                                               \
-    for (int i = 0; i < NumElements; ++i) r.d_[i] = a.d_[i] op b.d_[i];                  \
-    return r;                                                                            \
-  }                                                                                      \
-  template <typename T>                                                                  \
-    requires std::is_convertible_v<T, DataT>                                             \
-  friend vec operator op(const vec& a, const T& b) {                                     \
-    return a op vec(static_cast<DataT>(b));                                              \
-  }                                                                                      \
-  template <typename T>                                                                  \
-    requires std::is_convertible_v<T, DataT>                                             \
-  friend vec operator op(const T& a, const vec& b) {                                     \
-    return vec(static_cast<DataT>(a)) op b;                                              \
-  }                                                                                      \
-  friend vec& operator op##=(vec & a, const vec& b) {                                    \
-    a = a op b;                                                                          \
-    return a;                                                                            \
-  }                                                                                      \
-  template <typename T>                                                                  \
-    requires std::is_convertible_v<T, DataT>                                             \
-  friend vec& operator op##=(vec & a, const T& b) {                                      \
-    a = a op vec(static_cast<DataT>(b));                                                 \
-    return a;                                                                            \
+#define HOSTSYCL_VEC_ARITH(op)                                                                 \
+  friend vec operator op(const vec& a, const vec& b) {                                         \
+    vec r;                                                                                     \
+    for (int i = 0; i < NumElements; ++i) r.d_[i] = a.d_[i] op b.d_[i];                        \
+    return r;                                                                                  \
+  }                                                                                            \
+  template <typename T>                                                                        \
+  requires std::is_convertible_v<T, DataT>                                                     \
+  friend vec operator op(const vec& a, const T& b) { return a op vec(static_cast<DataT>(b)); } \
+  template <typename T>                                                                        \
+  requires std::is_convertible_v<T, DataT>                                                     \
+  friend vec operator op(const T& a, const vec& b) { return vec(static_cast<DataT>(a)) op b; } \
+  friend vec& operator op##=(vec& a, const vec& b) {                                           \
+    a = a op b;                                                                                \
+    return a;                                                                                  \
+  }                                                                                            \
+  template <typename T>                                                                        \
+  requires std::is_convertible_v<T, DataT>                                                     \
+  friend vec& operator op##=(vec& a, const T& b) {                                             \
+    a = a op vec(static_cast<DataT>(b));                                                       \
+    return a;                                                                                  \
   }
   HOSTSYCL_VEC_ARITH(+)
   HOSTSYCL_VEC_ARITH(-)
@@ -162,19 +153,15 @@ class alignas(sizeof(DataT) * detail::vec_storage_count(NumElements) > 64
   HOSTSYCL_VEC_ARITH(/)
 #undef HOSTSYCL_VEC_ARITH
 
-#define HOSTSYCL_VEC_INT_OP(op)                                                          \
-  friend vec operator op(const vec& a, const vec& b)                                     \
-    requires std::is_integral_v<DataT>                                                   \
-  {                                                                                      \
-    vec r;                                                                               \
-    for (int i = 0; i < NumElements; ++i) r.d_[i] = a.d_[i] op b.d_[i];                  \
-    return r;                                                                            \
-  }                                                                                      \
-  friend vec& operator op##=(vec & a, const vec& b)                                      \
-    requires std::is_integral_v<DataT>                                                   \
-  {                                                                                      \
-    a = a op b;                                                                          \
-    return a;                                                                            \
+#define HOSTSYCL_VEC_INT_OP(op)                                                           \
+  friend vec operator op(const vec& a, const vec& b) requires std::is_integral_v<DataT> { \
+    vec r;                                                                                \
+    for (int i = 0; i < NumElements; ++i) r.d_[i] = a.d_[i] op b.d_[i];                   \
+    return r;                                                                             \
+  }                                                                                       \
+  friend vec& operator op##=(vec& a, const vec& b) requires std::is_integral_v<DataT> {   \
+    a = a op b;                                                                           \
+    return a;                                                                             \
   }
   HOSTSYCL_VEC_INT_OP(%)
   HOSTSYCL_VEC_INT_OP(&)
@@ -190,26 +177,22 @@ class alignas(sizeof(DataT) * detail::vec_storage_count(NumElements) > 64
     return r;
   }
   friend vec operator+(const vec& a) { return a; }
-  friend vec operator~(const vec& a)
-    requires std::is_integral_v<DataT>
-  {
+  friend vec operator~(const vec& a) requires std::is_integral_v<DataT> {
     vec r;
     for (int i = 0; i < NumElements; ++i) r.d_[i] = ~a.d_[i];
     return r;
   }
 
   // Comparisons give -1 (all bits set) for true and 0 for false, as on a device.
-#define HOSTSYCL_VEC_CMP(op)                                                             \
-  friend mask_type operator op(const vec& a, const vec& b) {                             \
-    mask_type r;                                                                         \
-    for (int i = 0; i < NumElements; ++i) r[i] = (a.d_[i] op b.d_[i]) ? -1 : 0;          \
-    return r;                                                                            \
-  }                                                                                      \
-  template <typename T>                                                                  \
-    requires std::is_convertible_v<T, DataT>                                             \
-  friend mask_type operator op(const vec& a, const T& b) {                               \
-    return a op vec(static_cast<DataT>(b));                                              \
-  }
+#define HOSTSYCL_VEC_CMP(op)                                                    \
+  friend mask_type operator op(const vec& a, const vec& b) {                    \
+    mask_type r;                                                                \
+    for (int i = 0; i < NumElements; ++i) r[i] = (a.d_[i] op b.d_[i]) ? -1 : 0; \
+    return r;                                                                   \
+  }                                                                             \
+  template <typename T>                                                         \
+  requires std::is_convertible_v<T, DataT>                                      \
+  friend mask_type operator op(const vec& a, const T& b) { return a op vec(static_cast<DataT>(b)); }
   HOSTSYCL_VEC_CMP(==)
   HOSTSYCL_VEC_CMP(!=)
   HOSTSYCL_VEC_CMP(<)

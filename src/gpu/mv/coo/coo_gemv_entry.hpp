@@ -1,9 +1,8 @@
 // The product on a COO structure, every op: its entry. The plan is always the default kernel's.
 #pragma once
 
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "gpu/mv/coo/coo_launch.hpp"
@@ -30,9 +29,9 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, T alpha, sparseStructure
 
 }  // namespace orvane::vrt::sparse::gpu::coo
 
-#define VRT_INSTANTIATE_GPU_COO_GEMV(T, I, C)                                                 \
-  namespace orvane::vrt::sparse::gpu::coo {                                                   \
-  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, sparseStructure*,       \
-                                          container_t<C, T>, T, container_t<C, T>,            \
-                                          const std::vector<sycl::event>&);                   \
+#define VRT_INSTANTIATE_GPU_COO_GEMV(T, I, C)                                           \
+  namespace orvane::vrt::sparse::gpu::coo {                                             \
+  template sycl::event gemv_impl<T, I, C>(sycl::queue&, transpose, T, sparseStructure*, \
+                                          container_t<C, T>, T, container_t<C, T>,      \
+                                          const std::vector<sycl::event>&);             \
   }

@@ -4,9 +4,8 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/mv/atomic_add.hpp"
@@ -31,8 +30,8 @@ sycl::event scatter_atomic(sycl::queue& queue, const coo_operands<T, I, C>& op,
     const bool conj = op.conj;
     h.parallel_for<kernels::gemv_coo_default_kernel<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nnz)), [=](sycl::id<1> id) {
-          kernels::scatter_nonzero<T, I>(id[0], raw(oi), raw(ii), raw(va), raw(xv), raw(yv),
-                                         index, alpha, conj);
+          kernels::scatter_nonzero<T, I>(id[0], raw(oi), raw(ii), raw(va), raw(xv), raw(yv), index,
+                                         alpha, conj);
         });
   });
 }
@@ -69,9 +68,9 @@ sycl::event gemv_default(sycl::queue& queue, transpose op, const sparseStructure
       alpha,
       check_for_conj(op)};
   // Ordered compares: a zero or NaN beta clears y.
-  const sycl::event prepared =
-      above_or_below_zero(beta) ? scale_y<T, C>(queue, y, operands.out_len, beta, deps)
-                                : clear_y<T, C>(queue, y, operands.out_len, deps);
+  const sycl::event prepared = above_or_below_zero(beta)
+                                   ? scale_y<T, C>(queue, y, operands.out_len, beta, deps)
+                                   : clear_y<T, C>(queue, y, operands.out_len, deps);
   if (!above_or_below_zero(alpha)) return prepared;
   // The gather kernel exists for USM alone; buffers are device memory by the rule.
   if constexpr (C == container_usm)

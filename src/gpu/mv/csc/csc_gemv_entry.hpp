@@ -2,9 +2,8 @@
 // architecture code) and the launcher of its kind.
 #pragma once
 
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "gpu/mv/csc/csc_gemv_plan.hpp"
@@ -44,15 +43,15 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, bool conj, T alpha, spar
     csr::set_first_use_plan<T>(plan);
   }
   const scatter_launcher<T, I, C> launch = launcher_for<T, I, C>(plan);
-  const scatter_operands<T, I, C> operands{{as_container<C, I>(A->row_ptr),
-                                            as_container<C, I>(A->col_ind),
-                                            as_container<C, T>(A->values), x, y},
-                                           A->nrows,
-                                           A->ncols,
-                                           static_cast<I>(A->index != 0 ? 1 : 0),
-                                           alpha,
-                                           beta,
-                                           conj};
+  const scatter_operands<T, I, C> operands{
+      {as_container<C, I>(A->row_ptr), as_container<C, I>(A->col_ind),
+       as_container<C, T>(A->values), x, y},
+      A->nrows,
+      A->ncols,
+      static_cast<I>(A->index != 0 ? 1 : 0),
+      alpha,
+      beta,
+      conj};
   return launch(queue, *plan, operands, deps);
 }
 

@@ -3,9 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/operand_binding.hpp"

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-
 #include <sycl/sycl.hpp>
 
 #include "gpu/mv/atomic_add.hpp"

@@ -4,9 +4,8 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "common/portability.hpp"
@@ -52,13 +51,12 @@ sycl::event submit_syclvec(sycl::queue& queue, std::size_t group,
     const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {scaled}, op);
     const I index = op.index;
     const T alpha = op.alpha;
-    h.parallel_for<kernels::gemv_syclvec_csc_kernel<T, I, C, L>>(
-        grid, [=](sycl::nd_item<1> item) {
-          const std::size_t row = item.get_global_id(0);
-          if (row >= nrows) return;
-          kernels::scatter_syclvec_row<T, I, L>(row, raw(rp), raw(ci), raw(va), raw(xv), raw(yv),
-                                                index, alpha);
-        });
+    h.parallel_for<kernels::gemv_syclvec_csc_kernel<T, I, C, L>>(grid, [=](sycl::nd_item<1> item) {
+      const std::size_t row = item.get_global_id(0);
+      if (row >= nrows) return;
+      kernels::scatter_syclvec_row<T, I, L>(row, raw(rp), raw(ci), raw(va), raw(xv), raw(yv), index,
+                                            alpha);
+    });
   });
 }
 

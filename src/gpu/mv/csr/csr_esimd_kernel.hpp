@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 #include "common/portability.hpp"
@@ -17,7 +16,9 @@ inline constexpr int esimd_row_start_prefetch = 64;
 
 template <typename T, typename I>
 void prefetch_within(const T* base, I from, I end, I count) {
-  if (from < end) portable::prefetch(base + from, static_cast<std::size_t>(end - from < count ? end - from : count));
+  if (from < end)
+    portable::prefetch(base + from,
+                       static_cast<std::size_t>(end - from < count ? end - from : count));
 }
 
 // Halves the vector onto its lower part until one lane is left.

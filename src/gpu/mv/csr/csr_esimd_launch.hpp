@@ -4,9 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "gpu/mv/csr/csr_esimd_kernel.hpp"
@@ -35,9 +34,8 @@ sycl::event submit_esimd(sycl::queue& queue, const gemv_operands<T, I, C>& op,
     const T alpha = op.alpha, beta = op.beta;
     h.parallel_for<kernels::gemv_esimd_csr_kernel<T, I, C, Rows>>(
         sycl::range<1>((nrows + Rows - 1) / Rows), [=](sycl::id<1> id) {
-          kernels::gemv_esimd_rows<T, I, Rows, esimd_width>(id[0], nrows, raw(rp), raw(ci),
-                                                            raw(va), raw(xv), raw(yv), index,
-                                                            alpha, beta);
+          kernels::gemv_esimd_rows<T, I, Rows, esimd_width>(id[0], nrows, raw(rp), raw(ci), raw(va),
+                                                            raw(xv), raw(yv), index, alpha, beta);
         });
   });
 }
@@ -66,8 +64,8 @@ sycl::event gemv_with_esimd(sycl::queue& queue, const gemvInternalData& plan,
 
 }  // namespace orvane::vrt::sparse::gpu::csr
 
-#define VRT_INSTANTIATE_CSR_ESIMD_LAUNCHER(T, I, C)                                        \
-  template sycl::event orvane::vrt::sparse::gpu::csr::gemv_with_esimd<T, I, C>(            \
-      sycl::queue&, const orvane::vrt::sparse::gemvInternalData&,                          \
-      const orvane::vrt::sparse::gpu::csr::gemv_operands<T, I, C>&,                        \
+#define VRT_INSTANTIATE_CSR_ESIMD_LAUNCHER(T, I, C)                             \
+  template sycl::event orvane::vrt::sparse::gpu::csr::gemv_with_esimd<T, I, C>( \
+      sycl::queue&, const orvane::vrt::sparse::gemvInternalData&,               \
+      const orvane::vrt::sparse::gpu::csr::gemv_operands<T, I, C>&,             \
       const std::vector<sycl::event>&);

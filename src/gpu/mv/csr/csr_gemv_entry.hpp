@@ -62,14 +62,14 @@ sycl::event gemv_impl(sycl::queue& queue, bool conj, T alpha, sparseStructure* A
     set_first_use_plan<T>(plan);
   }
   const gemv_launcher<T, I, C> launch = launcher_for<T, I, C>(plan);
-  const gemv_operands<T, I, C> operands{{as_container<C, I>(A->row_ptr),
-                                         as_container<C, I>(A->col_ind),
-                                         as_container<C, T>(A->values), x, y},
-                                        A->nrows,
-                                        static_cast<I>(A->index != 0 ? 1 : 0),
-                                        alpha,
-                                        beta,
-                                        conj};
+  const gemv_operands<T, I, C> operands{
+      {as_container<C, I>(A->row_ptr), as_container<C, I>(A->col_ind),
+       as_container<C, T>(A->values), x, y},
+      A->nrows,
+      static_cast<I>(A->index != 0 ? 1 : 0),
+      alpha,
+      beta,
+      conj};
   return launch(queue, *plan, operands, deps);
 }
 

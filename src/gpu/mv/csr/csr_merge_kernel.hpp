@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 #include "gpu/mv/csr/csr_subgroup_kernel.hpp"

@@ -4,9 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "common/portability.hpp"
@@ -29,12 +28,9 @@ inline constexpr std::int32_t merge_groups_large = 8;
 // them in order (host USM alone: y the context does not know takes the atomics, as it always
 // has). The last part ends at the path's end, so its carry is never addressed to a row.
 template <typename T, typename I, containerType C>
-sycl::event compute_sum_carry_out_for_merge_path_mv(sycl::queue& queue, std::int64_t nrows,
-                                                     std::int64_t parts,
-                                                     container_t<C, I> carry_rows,
-                                                     container_t<C, T> carry_values,
-                                                     container_t<C, T> y,
-                                                     const std::vector<sycl::event>& deps) {
+sycl::event compute_sum_carry_out_for_merge_path_mv(
+    sycl::queue& queue, std::int64_t nrows, std::int64_t parts, container_t<C, I> carry_rows,
+    container_t<C, T> carry_values, container_t<C, T> y, const std::vector<sycl::event>& deps) {
   const bool host_y = is_host_usm<C>(queue, y);
   return queue.submit([&](sycl::handler& h) {
     depend_on<C>(h, deps);
@@ -88,8 +84,8 @@ sycl::event gemv_merge_based_subgroup(sycl::queue& queue, const gemvInternalData
                          [=](sycl::nd_item<2> item) [[sycl::reqd_sub_group_size(SG)]] {
                            kernels::gemv_merge_part<SG, T, I>(
                                item.get_sub_group(), item.get_global_id(0), raw(pr), raw(pn),
-                               raw(rp), raw(ci), raw(va), raw(xv), raw(yv), raw(cr), raw(cv),
-                               index, alpha, beta, conj);
+                               raw(rp), raw(ci), raw(va), raw(xv), raw(yv), raw(cr), raw(cv), index,
+                               alpha, beta, conj);
                          });
   });
   return compute_sum_carry_out_for_merge_path_mv<T, I, C>(
@@ -98,8 +94,8 @@ sycl::event gemv_merge_based_subgroup(sycl::queue& queue, const gemvInternalData
 
 }  // namespace orvane::vrt::sparse::gpu::csr
 
-#define VRT_INSTANTIATE_CSR_MERGE_LAUNCHER(T, I, C)                                        \
-  template sycl::event orvane::vrt::sparse::gpu::csr::gemv_merge_based_subgroup<T, I, C>(  \
-      sycl::queue&, const orvane::vrt::sparse::gemvInternalData&,                          \
-      const orvane::vrt::sparse::gpu::csr::gemv_operands<T, I, C>&,                        \
+#define VRT_INSTANTIATE_CSR_MERGE_LAUNCHER(T, I, C)                                       \
+  template sycl::event orvane::vrt::sparse::gpu::csr::gemv_merge_based_subgroup<T, I, C>( \
+      sycl::queue&, const orvane::vrt::sparse::gemvInternalData&,                         \
+      const orvane::vrt::sparse::gpu::csr::gemv_operands<T, I, C>&,                       \
       const std::vector<sycl::event>&);

@@ -3,9 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/variants.hpp"
 #include "containers/views.hpp"

@@ -6,9 +6,8 @@
 #pragma once
 
 #include <cstddef>
-#include <utility>
-
 #include <sycl/sycl.hpp>
+#include <utility>
 
 #include "common/portability.hpp"
 #include "handle/value_types.hpp"
@@ -33,8 +32,7 @@ void gemv_default_row(std::size_t row, const I* row_ptr, const I* col_ind, const
   if (alpha != T(0)) {
     const I begin = row_ptr[row] - index;
     const I end = row_ptr[row + 1] - index;
-    for (I j = begin; j < end; ++j)
-      sum += conjugate_if(values[j], conj) * x[col_ind[j] - index];
+    for (I j = begin; j < end; ++j) sum += conjugate_if(values[j], conj) * x[col_ind[j] - index];
   }
   y[row] = alpha * sum + beta * y[row];
 }
@@ -78,7 +76,8 @@ template <typename T, typename I>
 void prefetch_ahead(const T* base, I from, I end, int count) {
   if (from < end) {
     const I available = end - from;
-    portable::prefetch(base + from, static_cast<std::size_t>(available < count ? available : count));
+    portable::prefetch(base + from,
+                       static_cast<std::size_t>(available < count ? available : count));
   }
 }
 

@@ -4,9 +4,8 @@
 #pragma once
 
 #include <cstddef>
-#include <type_traits>
-
 #include <orvane/vrt/sparse.hpp>
+#include <type_traits>
 
 #include "common/internal_error.hpp"
 #include "gpu/mv/csr/csr_operands.hpp"
@@ -29,8 +28,9 @@ template <row_family F, typename T, typename I, containerType C, int L>
 sycl::event submit_row_kernel(sycl::queue& queue, std::size_t group,
                               const gemv_operands<T, I, C>& op,
                               const std::vector<sycl::event>& deps) {
-  using name = std::conditional_t<F == row_family::syclvec, kernels::gemv_syclvec_csr_kernel<T, I, C, L>,
-                                  kernels::gemv_marray_csr_kernel<T, I, C, L>>;
+  using name =
+      std::conditional_t<F == row_family::syclvec, kernels::gemv_syclvec_csr_kernel<T, I, C, L>,
+                         kernels::gemv_marray_csr_kernel<T, I, C, L>>;
   const auto nrows = static_cast<std::size_t>(op.nrows);
   const sycl::nd_range<1> grid((nrows + group - 1) / group * group, group);
   return queue.submit([&](sycl::handler& h) {
@@ -79,8 +79,8 @@ sycl::event gemv_default(sycl::queue& queue, const gemvInternalData&,
     const bool conj = op.conj;
     h.parallel_for<kernels::gemv_default_csr_kernel<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> i) {
-          kernels::gemv_default_row<T, I>(i[0], raw(rp), raw(ci), raw(va), raw(xv), raw(yv),
-                                          index, alpha, beta, conj);
+          kernels::gemv_default_row<T, I>(i[0], raw(rp), raw(ci), raw(va), raw(xv), raw(yv), index,
+                                          alpha, beta, conj);
         });
   });
 }
@@ -93,8 +93,8 @@ sycl::event gemv_with_syclvec(sycl::queue& queue, const gemvInternalData& plan,
   if constexpr (is_complex_v<T>)
     internal_error(mv_words::gemv);
   else
-    return detail::launch_by_length<detail::row_family::syclvec, T, I, C, 4, 8, 16>(queue, plan,
-                                                                                 op, deps);
+    return detail::launch_by_length<detail::row_family::syclvec, T, I, C, 4, 8, 16>(queue, plan, op,
+                                                                                    deps);
 }
 
 // The marray family takes no conjugation: the CSR path never needs it.
@@ -111,13 +111,13 @@ sycl::event gemv_with_marray(sycl::queue& queue, const gemvInternalData& plan,
 
 }  // namespace orvane::vrt::sparse::gpu::csr
 
-#define VRT_INSTANTIATE_CSR_ROW_LAUNCHER(name, T, I, C)                                  \
-  template sycl::event name<T, I, C>(sycl::queue&, const gemvInternalData&,               \
-                                     const gemv_operands<T, I, C>&,                       \
+#define VRT_INSTANTIATE_CSR_ROW_LAUNCHER(name, T, I, C)                     \
+  template sycl::event name<T, I, C>(sycl::queue&, const gemvInternalData&, \
+                                     const gemv_operands<T, I, C>&,         \
                                      const std::vector<sycl::event>&);
-#define VRT_INSTANTIATE_CSR_ROW_LAUNCHERS(T, I, C)                                        \
-  namespace orvane::vrt::sparse::gpu::csr {                                               \
-  VRT_INSTANTIATE_CSR_ROW_LAUNCHER(gemv_default, T, I, C)                                 \
-  VRT_INSTANTIATE_CSR_ROW_LAUNCHER(gemv_with_syclvec, T, I, C)                            \
-  VRT_INSTANTIATE_CSR_ROW_LAUNCHER(gemv_with_marray, T, I, C)                             \
+#define VRT_INSTANTIATE_CSR_ROW_LAUNCHERS(T, I, C)             \
+  namespace orvane::vrt::sparse::gpu::csr {                    \
+  VRT_INSTANTIATE_CSR_ROW_LAUNCHER(gemv_default, T, I, C)      \
+  VRT_INSTANTIATE_CSR_ROW_LAUNCHER(gemv_with_syclvec, T, I, C) \
+  VRT_INSTANTIATE_CSR_ROW_LAUNCHER(gemv_with_marray, T, I, C)  \
   }

@@ -5,7 +5,6 @@
 #include <array>
 #include <complex>
 #include <cstddef>
-
 #include <sycl/sycl.hpp>
 
 #include "common/portability.hpp"
@@ -66,8 +65,8 @@ T sub_group_row_sum(const sycl::sub_group& sg, I begin, I end, const I* col_ind,
 // One sub-group per row; lane 0 finishes it.
 template <int SG, typename T, typename I>
 void gemv_subgroup_single_row(const sycl::sub_group& sg, std::size_t row, const I* row_ptr,
-                              const I* col_ind, const T* values, const T* x, T* y, I index,
-                              T alpha, T beta, bool conj) {
+                              const I* col_ind, const T* values, const T* x, T* y, I index, T alpha,
+                              T beta, bool conj) {
   const I begin = row_ptr[row] - index;
   const I end = row_ptr[row + 1] - index;
   const T sum = sub_group_row_sum<SG, T, I>(sg, begin, end, col_ind, values, x, index, conj);
@@ -78,8 +77,8 @@ void gemv_subgroup_single_row(const sycl::sub_group& sg, std::size_t row, const 
 // part of y is read and written by one block access when the bundle is full.
 template <int SG, typename T, typename I>
 void gemv_subgroup_row_bundle(const sycl::sub_group& sg, std::size_t bundle, std::size_t nrows,
-                              const I* row_ptr, const I* col_ind, const T* values, const T* x,
-                              T* y, I index, T alpha, T beta, bool conj) {
+                              const I* row_ptr, const I* col_ind, const T* values, const T* x, T* y,
+                              I index, T alpha, T beta, bool conj) {
   const std::size_t first = bundle * SG;
   if (first >= nrows) return;
   const std::size_t count = first + SG < nrows ? SG : nrows - first;

@@ -4,9 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "common/portability.hpp"
 #include "gpu/mv/csr/csr_gemv_plan.hpp"
@@ -65,10 +64,10 @@ sycl::event launch_sub_group(sycl::queue& queue, const gemvInternalData& plan,
       sub_group_launch(op.nrows, plan.device_data->hw_thread_count, SG, plan.group_param);
   const auto groups = static_cast<std::size_t>(shape.groups);
   if (shape.bundles)
-    return submit_sub_group_kernel<sub_group_body::row_bundle, SG, T, I, C>(
-        queue, shape.items, groups, op, deps);
-  return submit_sub_group_kernel<sub_group_body::single_row, SG, T, I, C>(
-      queue, shape.items, groups, op, deps);
+    return submit_sub_group_kernel<sub_group_body::row_bundle, SG, T, I, C>(queue, shape.items,
+                                                                            groups, op, deps);
+  return submit_sub_group_kernel<sub_group_body::single_row, SG, T, I, C>(queue, shape.items,
+                                                                          groups, op, deps);
 }
 
 }  // namespace detail
@@ -84,8 +83,8 @@ sycl::event gemv_with_subgroup(sycl::queue& queue, const gemvInternalData& plan,
 
 }  // namespace orvane::vrt::sparse::gpu::csr
 
-#define VRT_INSTANTIATE_CSR_SUBGROUP_LAUNCHER(T, I, C)                                     \
-  template sycl::event orvane::vrt::sparse::gpu::csr::gemv_with_subgroup<T, I, C>(         \
-      sycl::queue&, const orvane::vrt::sparse::gemvInternalData&,                          \
-      const orvane::vrt::sparse::gpu::csr::gemv_operands<T, I, C>&,                        \
+#define VRT_INSTANTIATE_CSR_SUBGROUP_LAUNCHER(T, I, C)                             \
+  template sycl::event orvane::vrt::sparse::gpu::csr::gemv_with_subgroup<T, I, C>( \
+      sycl::queue&, const orvane::vrt::sparse::gemvInternalData&,                  \
+      const orvane::vrt::sparse::gpu::csr::gemv_operands<T, I, C>&,                \
       const std::vector<sycl::event>&);

@@ -4,11 +4,9 @@
 
 #include <cmath>
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
@@ -61,15 +59,17 @@ bool compute_matrix_property_data(sycl::queue& queue, std::int64_t nrows, std::i
         });
       })
       .wait();
-  plan->max_row_nnz = read_on_host<std::int64_t, C>(queue, as_container<C, std::int64_t>(longest), {});
-  plan->min_row_nnz = read_on_host<std::int64_t, C>(queue, as_container<C, std::int64_t>(shortest), {});
+  plan->max_row_nnz =
+      read_on_host<std::int64_t, C>(queue, as_container<C, std::int64_t>(longest), {});
+  plan->min_row_nnz =
+      read_on_host<std::int64_t, C>(queue, as_container<C, std::int64_t>(shortest), {});
   const float sumsq = read_on_host<float, C>(queue, as_container<C, float>(squares), {});
   plan->avg_row_nnz = static_cast<double>(mean);
   plan->row_nnz_stddev = std::sqrt(static_cast<double>(sumsq) / static_cast<double>(nrows));
   plan->row_spread_ratio =
       static_cast<double>(plan->max_row_nnz - plan->min_row_nnz) / static_cast<double>(ncols);
-  plan->density = static_cast<double>(nnz) /
-                  (static_cast<double>(ncols) * static_cast<double>(nrows));
+  plan->density =
+      static_cast<double>(nnz) / (static_cast<double>(ncols) * static_cast<double>(nrows));
   release();
   return true;
 }

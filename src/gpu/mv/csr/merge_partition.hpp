@@ -3,9 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/mv/design_names.hpp"
@@ -51,8 +50,7 @@ struct merge_path_sizes {
 // Fills the plan's partition_rows and partition_nnz (P + 1 each); P is plan->num_partitions.
 template <typename I, containerType C>
 sycl::event prepare_merge_path_mv_opt(sycl::queue& queue, const merge_path_sizes& sizes,
-                                      container_t<C, I> row_ptr, I index,
-                                      gemvInternalData* plan,
+                                      container_t<C, I> row_ptr, I index, gemvInternalData* plan,
                                       const std::vector<sycl::event>& deps) {
   const auto parts = static_cast<std::int64_t>(plan->num_partitions);
   const std::int64_t total = sizes.nnz + sizes.nrows;

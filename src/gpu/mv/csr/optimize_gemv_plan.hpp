@@ -102,8 +102,8 @@ bool exceeds_cache(std::int64_t nrows, std::int64_t nnz, std::int64_t ncols,
   // row_ptr and col_ind, then values, x and y.
   const double bytes = static_cast<double>(nnz + nrows) * index_bytes + index_bytes +
                        static_cast<double>(ncols + nnz + nrows) * value_bytes;
-  const auto capacity = static_cast<std::int32_t>(static_cast<std::uint32_t>(tile_count) *
-                                                  cache_bytes_per_tile);
+  const auto capacity =
+      static_cast<std::int32_t>(static_cast<std::uint32_t>(tile_count) * cache_bytes_per_tile);
   return bytes >= cache_margin * static_cast<double>(capacity);
 }
 
@@ -152,7 +152,7 @@ gemv_choice choose_optimized_plan(const gemv_matrix_facts& m, const gemv_device_
     case architecture::code3:
     case architecture::code4:
       return {avg_ceil_of(m.nnz, m.nrows) < codes_3_4_long_rows ? opt_codes_3_4_short
-                                                                 : opt_codes_3_4_long,
+                                                                : opt_codes_3_4_long,
               false, 0};
     case architecture::code5:
       return {single ? opt_code_5_single : opt_code_5_double, false, 0};

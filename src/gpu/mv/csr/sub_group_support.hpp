@@ -4,12 +4,10 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <string>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <string>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 namespace orvane::vrt::sparse::gpu {
 

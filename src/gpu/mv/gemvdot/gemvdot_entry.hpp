@@ -7,9 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
@@ -75,14 +74,14 @@ sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handl
   sycl::event last;
   try {
     last = fill_container(queue, store.data, T(0), 2 * groups, deps);
-    const gemvdot_operands<T, I, C> operands{{as_container<C, I>(s->row_ptr),
-                                              as_container<C, I>(s->col_ind),
-                                              as_container<C, T>(s->values), x, y},
-                                             d,
-                                             s->nrows,
-                                             static_cast<I>(s->index != 0 ? 1 : 0),
-                                             alpha,
-                                             beta};
+    const gemvdot_operands<T, I, C> operands{
+        {as_container<C, I>(s->row_ptr), as_container<C, I>(s->col_ind),
+         as_container<C, T>(s->values), x, y},
+        d,
+        s->nrows,
+        static_cast<I>(s->index != 0 ? 1 : 0),
+        alpha,
+        beta};
     last = product_and_partials<T, I, C>(queue, operands, store.data, wg, groups, {last});
     std::size_t from = 0;
     for (const std::size_t count : plan.reduce_passes) {
@@ -101,9 +100,9 @@ sycl::event gemvdot_impl(sycl::queue& queue, transpose op, T alpha, matrix_handl
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_GEMVDOT(T, I, C)                                                  \
-  namespace orvane::vrt::sparse::gpu {                                                        \
-  template sycl::event gemvdot_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*,      \
-                                             container_t<C, T>, T, container_t<C, T>,         \
-                                             container_t<C, T>, const event_list&);           \
+#define VRT_INSTANTIATE_GPU_GEMVDOT(T, I, C)                                             \
+  namespace orvane::vrt::sparse::gpu {                                                   \
+  template sycl::event gemvdot_impl<T, I, C>(sycl::queue&, transpose, T, matrix_handle*, \
+                                             container_t<C, T>, T, container_t<C, T>,    \
+                                             container_t<C, T>, const event_list&);      \
   }

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstddef>
-
 #include <sycl/sycl.hpp>
 
 namespace orvane::vrt::sparse::gpu::gemvdot {
@@ -48,10 +47,9 @@ T row_sum(const I* row_ptr, const I* col_ind, const T* values, const T* x, I ind
 // y = alpha * A * x + beta * y on the item's two rows; partial[group] gets the group's part of
 // the dot, and d the whole dot when there is one group.
 template <typename T, typename I>
-void product_and_partial(const sycl::nd_item<1>& item, T* local, std::size_t wg,
-                         std::size_t groups, I nrows, const I* row_ptr, const I* col_ind,
-                         const T* values, const T* x, T* y, T* partial, T* d, I index, T alpha,
-                         T beta) {
+void product_and_partial(const sycl::nd_item<1>& item, T* local, std::size_t wg, std::size_t groups,
+                         I nrows, const I* row_ptr, const I* col_ind, const T* values, const T* x,
+                         T* y, T* partial, T* d, I index, T alpha, T beta) {
   const std::size_t l = item.get_local_id(0);
   local[l] = T(0);
   const auto first = static_cast<I>(rows_per_item * item.get_global_id(0));

@@ -4,9 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/mv/design_names.hpp"

@@ -5,11 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "gpu/mv/design_names.hpp"
 #include "gpu/mv/gemvdot/gemvdot_kernel.hpp"

@@ -18,14 +18,14 @@ sycl::event symv_triangle(sycl::queue& queue, bool upper, T alpha, matrix_handle
                           container_t<C, T> x, T beta, container_t<C, T> y,
                           const event_list& deps) {
   const sparseStructure& s = *A->primary;
-  const symv::symv_operands<T, I, C> op{{as_container<C, I>(s.row_ptr),
-                                         as_container<C, I>(s.col_ind),
-                                         as_container<C, T>(s.values), x, y},
-                                        s.nrows,
-                                        static_cast<I>(s.index != 0 ? 1 : 0),
-                                        alpha,
-                                        beta,
-                                        upper};
+  const symv::symv_operands<T, I, C> op{
+      {as_container<C, I>(s.row_ptr), as_container<C, I>(s.col_ind), as_container<C, T>(s.values),
+       x, y},
+      s.nrows,
+      static_cast<I>(s.index != 0 ? 1 : 0),
+      alpha,
+      beta,
+      upper};
   const sycl::event gathered = symv::gather_stored<T, I, C>(queue, op, deps);
   // The single-item scatter exists for USM alone; buffers are device memory by the rule.
   if constexpr (C == container_usm)
@@ -57,9 +57,9 @@ sycl::event symv_impl(sycl::queue& queue, uplo triangle, T alpha, matrix_handle*
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_SYMV(T, I, C)                                                    \
-  namespace orvane::vrt::sparse::gpu {                                                       \
-  template sycl::event symv_impl<T, I, C>(sycl::queue&, uplo, T, matrix_handle*,             \
-                                          container_t<C, T>, T, container_t<C, T>,           \
-                                          const event_list&);                                \
+#define VRT_INSTANTIATE_GPU_SYMV(T, I, C)                                          \
+  namespace orvane::vrt::sparse::gpu {                                             \
+  template sycl::event symv_impl<T, I, C>(sycl::queue&, uplo, T, matrix_handle*,   \
+                                          container_t<C, T>, T, container_t<C, T>, \
+                                          const event_list&);                      \
   }

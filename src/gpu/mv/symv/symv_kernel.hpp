@@ -20,8 +20,8 @@ bool mirrored(bool upper, I col, I i) {
 
 // Row i sums its stored entries and applies beta, so the scatter only adds.
 template <typename T, typename I>
-void gather_row(I i, const I* row_ptr, const I* col_ind, const T* values, const T* x, T* y,
-                I index, T alpha, T beta, bool upper) {
+void gather_row(I i, const I* row_ptr, const I* col_ind, const T* values, const T* x, T* y, I index,
+                T alpha, T beta, bool upper) {
   T sum = T(0);
   for (I j = row_ptr[i] - index; j < row_ptr[i + 1] - index; ++j) {
     const I col = col_ind[j] - index;
@@ -32,8 +32,8 @@ void gather_row(I i, const I* row_ptr, const I* col_ind, const T* values, const 
 
 // Row i adds its mirrored entries into y by device atomics.
 template <typename T, typename I>
-void scatter_row_atomic(I i, const I* row_ptr, const I* col_ind, const T* values, const T* x,
-                        T* y, I index, T alpha, bool upper) {
+void scatter_row_atomic(I i, const I* row_ptr, const I* col_ind, const T* values, const T* x, T* y,
+                        I index, T alpha, bool upper) {
   const T t = x[i] * alpha;
   for (I j = row_ptr[i] - index; j < row_ptr[i + 1] - index; ++j) {
     const I col = col_ind[j] - index;

@@ -3,9 +3,8 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/mv/design_names.hpp"
@@ -59,9 +58,8 @@ sycl::event scatter_single(sycl::queue& queue, const symv_operands<T, I, contain
     const I index = op.index;
     const T alpha = op.alpha;
     const bool upper = op.upper;
-    h.single_task<kernels::symvKernel<T, I>>([=] {
-      kernels::scatter_all_rows<T, I>(nrows, rp, ci, va, xv, yv, index, alpha, upper);
-    });
+    h.single_task<kernels::symvKernel<T, I>>(
+        [=] { kernels::scatter_all_rows<T, I>(nrows, rp, ci, va, xv, yv, index, alpha, upper); });
   });
 }
 

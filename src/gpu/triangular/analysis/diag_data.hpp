@@ -2,11 +2,9 @@
 // values, reciprocals, missing and zero flags) and diagonalStructData (split positions per row).
 #pragma once
 
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "handle/handle.hpp"
 #include "handle/triangular_data.hpp"

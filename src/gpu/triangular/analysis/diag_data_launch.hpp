@@ -3,9 +3,8 @@
 #pragma once
 
 #include <algorithm>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "common/variants.hpp"
@@ -48,8 +47,7 @@ sycl::event diagDataKernel(sycl::queue& queue, sparseStructure* s, diagonalValue
                            bool want_struct, diagonalStructData** positions,
                            const std::vector<sycl::event>& deps) {
   // Split positions are only defined on sorted rows; callers sort first.
-  if (want_struct && s->sorted != 1)
-    internal_error(triangular_names::diag_data_kernel);
+  if (want_struct && s->sorted != 1) internal_error(triangular_names::diag_data_kernel);
   const bool values_existed = *values != nullptr;
   const bool need_struct = want_struct && *positions == nullptr;
   if (values_existed && !need_struct) return coalesce_events(queue, C, deps, false);
@@ -113,8 +111,8 @@ sycl::event diagDataKernel(sycl::queue& queue, sparseStructure* s, diagonalValue
 
   std::vector<sycl::event> chain = deps;
   if (new_values)
-    chain = {fill_container<I>(queue, as_container<C, I>(vrec->status_device), I(0),
-                               status_entries, deps)};
+    chain = {fill_container<I>(queue, as_container<C, I>(vrec->status_device), I(0), status_entries,
+                               deps)};
   const I base = s->index != 0 ? I(1) : I(0);
   const kernels::diag_operands<T, I, C> op{
       as_container<C, I>(s->row_ptr),
@@ -163,13 +161,10 @@ sycl::event updateDiagData_and_check_for_missing_diags(sycl::queue& queue, spars
                                                        diagonalStructData** positions,
                                                        diag diagonal, const char* word,
                                                        const std::vector<sycl::event>& deps) {
-  sycl::event done =
-      diagData_impl<T, I, C>(queue, s, values, want_struct, positions, deps);
+  sycl::event done = diagData_impl<T, I, C>(queue, s, values, want_struct, positions, deps);
   const diagonalValuesData* v = *values;
-  if (v == nullptr || v->status_host == nullptr)
-    internal_error(word);
-  const std::uint32_t stride =
-      v->status_stride != ~0u ? v->status_stride : default_status_stride;
+  if (v == nullptr || v->status_host == nullptr) internal_error(word);
+  const std::uint32_t stride = v->status_stride != ~0u ? v->status_stride : default_status_stride;
   const auto status = as_container<C, I>(v->status_host);
   const I missing = read_on_host<I, C>(queue, status, {done});
   const I zero = read_on_host<I, C>(queue, status, {done}, stride);
@@ -180,12 +175,12 @@ sycl::event updateDiagData_and_check_for_missing_diags(sycl::queue& queue, spars
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_DIAG_DATA(T, I, C)                                                   \
-  namespace orvane::vrt::sparse::gpu {                                                           \
-  template sycl::event diagData_impl<T, I, C>(sycl::queue&, sparseStructure*,                    \
+#define VRT_INSTANTIATE_GPU_DIAG_DATA(T, I, C)                                                  \
+  namespace orvane::vrt::sparse::gpu {                                                          \
+  template sycl::event diagData_impl<T, I, C>(sycl::queue&, sparseStructure*,                   \
                                               diagonalValuesData**, bool, diagonalStructData**, \
-                                              const std::vector<sycl::event>&);                  \
-  template sycl::event updateDiagData_and_check_for_missing_diags<T, I, C>(                      \
-      sycl::queue&, sparseStructure*, diagonalValuesData**, bool, diagonalStructData**, diag,    \
-      const char*, const std::vector<sycl::event>&);                                             \
+                                              const std::vector<sycl::event>&);                 \
+  template sycl::event updateDiagData_and_check_for_missing_diags<T, I, C>(                     \
+      sycl::queue&, sparseStructure*, diagonalValuesData**, bool, diagonalStructData**, diag,   \
+      const char*, const std::vector<sycl::event>&);                                            \
   }

@@ -3,10 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <sycl/sycl.hpp>
 #include <type_traits>
 #include <vector>
-
-#include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
 #include "gpu/operand_binding.hpp"

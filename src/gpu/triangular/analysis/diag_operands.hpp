@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 #include "containers/views.hpp"
@@ -36,8 +35,7 @@ struct bound_diagonal {
   std::uint32_t zero_flag;
 
   void store(I row, I position, const T* values) const {
-    store_diagonal<T, I>(row, position, values, raw(diag), raw(inv_diag), raw(status),
-                         zero_flag);
+    store_diagonal<T, I>(row, position, values, raw(diag), raw(inv_diag), raw(status), zero_flag);
   }
 };
 
@@ -45,10 +43,9 @@ template <typename T, typename I, containerType C>
 auto bind_diagonal(sycl::handler& h, const diag_operands<T, I, C>& op) {
   using ValueView = decltype(bind(h, op.diag, sycl::write_only));
   using FlagView = decltype(bind(h, op.status, sycl::read_write));
-  return bound_diagonal<T, I, ValueView, FlagView>{bind(h, op.diag, sycl::write_only),
-                                                   bind(h, op.inv_diag, sycl::write_only),
-                                                   bind(h, op.status, sycl::read_write),
-                                                   op.zero_flag};
+  return bound_diagonal<T, I, ValueView, FlagView>{
+      bind(h, op.diag, sycl::write_only), bind(h, op.inv_diag, sycl::write_only),
+      bind(h, op.status, sycl::read_write), op.zero_flag};
 }
 
 }  // namespace orvane::vrt::sparse::gpu::kernels

@@ -1,11 +1,9 @@
 // The symmetric expansion of one triangle, as the dispatch and the analysis call it.
 #pragma once
 
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "handle/handle.hpp"
 

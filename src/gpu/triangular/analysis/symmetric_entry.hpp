@@ -3,9 +3,8 @@
 #pragma once
 
 #include <algorithm>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
@@ -95,8 +94,7 @@ sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src
   sparseStructure* from = src->primary;
   namespace names = triangular_names;
   if (from == nullptr) throw uninitialized("sparse", names::unnamed, names::not_initialized);
-  if (from->format != format_csr)
-    throw unimplemented("sparse", names::unnamed, names::csr_only);
+  if (from->format != format_csr) throw unimplemented("sparse", names::unnamed, names::csr_only);
   sparseStructure** slot = &dst->primary;
   if (src == dst) {
     if (from->symmetric != 0) {
@@ -121,8 +119,8 @@ sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src
   initSparseStructure(&made);
   sycl::event done;
   try {
-    done = symmetricKernel<T, I, C>(queue, triangle, from, static_cast<sparseStructure*>(made),
-                                    deps);
+    done =
+        symmetricKernel<T, I, C>(queue, triangle, from, static_cast<sparseStructure*>(made), deps);
   } catch (...) {
     sparseStructureRelease<T, I, C>(&made, &context);
     throw;
@@ -141,8 +139,8 @@ sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_SYMMETRIC(T, I, C)                                                   \
-  namespace orvane::vrt::sparse::gpu {                                                           \
-  template sycl::event symmetric_impl<T, I, C>(sycl::queue&, uplo, matrix_handle*,               \
-                                               matrix_handle*, const std::vector<sycl::event>&); \
+#define VRT_INSTANTIATE_GPU_SYMMETRIC(T, I, C)                                                     \
+  namespace orvane::vrt::sparse::gpu {                                                             \
+  template sycl::event symmetric_impl<T, I, C>(sycl::queue&, uplo, matrix_handle*, matrix_handle*, \
+                                               const std::vector<sycl::event>&);                   \
   }

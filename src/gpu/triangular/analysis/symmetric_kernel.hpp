@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstddef>
-
 #include <sycl/sycl.hpp>
 
 #include "common/portability.hpp"

@@ -3,9 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/portability.hpp"
 #include "containers/views.hpp"
@@ -65,8 +64,8 @@ sycl::event scatter_entries(sycl::queue& queue, bool upper, std::int64_t nrows, 
     auto ov = bind(h, out_val, sycl::write_only);
     h.parallel_for<symmetric3<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(nrows)), [=](sycl::id<1> id) {
-          scatter_row<T, I>(static_cast<I>(id[0]), upper, base, raw(rp), raw(ci), raw(va),
-                            raw(nx), raw(oc), raw(ov));
+          scatter_row<T, I>(static_cast<I>(id[0]), upper, base, raw(rp), raw(ci), raw(va), raw(nx),
+                            raw(oc), raw(ov));
         });
   });
 }

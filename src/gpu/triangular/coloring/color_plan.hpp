@@ -47,15 +47,17 @@ color_classes classify_colors(const std::vector<I>& color_ptr, std::int32_t num_
 // Atomics kernels exist for real values only.
 template <typename T>
 std::int32_t sync_mode_for(architecture device) {
-  if constexpr (is_complex_v<T>) return sync_by_kernels;
-  else return syncs_levels_by_atomics(device) ? sync_by_atomics : sync_by_kernels;
+  if constexpr (is_complex_v<T>)
+    return sync_by_kernels;
+  else
+    return syncs_levels_by_atomics(device) ? sync_by_atomics : sync_by_kernels;
 }
 
 template <typename I>
 struct chunk_tables {
-  std::vector<I> start;       // num_chunks + 1 entries
-  std::vector<I> color;       // num_chunks entries
-  std::vector<I> per_color;   // num_colors entries, 0 outside the middle
+  std::vector<I> start;      // num_chunks + 1 entries
+  std::vector<I> color;      // num_chunks entries
+  std::vector<I> per_color;  // num_colors entries, 0 outside the middle
   std::int32_t num_chunks = 0;
   std::int32_t max_per_color = 0;
 };

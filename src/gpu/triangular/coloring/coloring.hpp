@@ -2,9 +2,8 @@
 // symmetric-pattern, sorted structure and store the coloured copies in a coloringData slot.
 #pragma once
 
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "handle/handle.hpp"
@@ -15,8 +14,8 @@ namespace orvane::vrt::sparse::gpu {
 // Fills *slot (left alone when already filled). `matrix` has a symmetric pattern and sorted
 // rows; of `values` only inv_diag is read, of `positions` both arrays.
 template <typename T, typename I, containerType C>
-sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
-                          diagonalValuesData* values, diagonalStructData* positions,
-                          coloringData** slot, const std::vector<sycl::event>& dependencies);
+sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix, diagonalValuesData* values,
+                          diagonalStructData* positions, coloringData** slot,
+                          const std::vector<sycl::event>& dependencies);
 
 }  // namespace orvane::vrt::sparse::gpu

@@ -5,10 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <orvane/vrt/sparse.hpp>
 #include <utility>
 #include <vector>
-
-#include <orvane/vrt/sparse.hpp>
 
 #include "common/variants.hpp"
 #include "containers/containers.hpp"
@@ -80,8 +79,10 @@ void* take(sycl::queue& queue, std::size_t count, bool host) {
 // A device copy of a host table: a USM array of its own, the host buffer itself for buffers.
 template <typename E, containerType C>
 void* device_copy_of(sycl::queue& queue, void* host, std::size_t count) {
-  if constexpr (C == container_usm) return take<E, C>(queue, count, false);
-  else return host;
+  if constexpr (C == container_usm)
+    return take<E, C>(queue, count, false);
+  else
+    return host;
 }
 
 template <typename T, typename I, containerType C>
@@ -117,9 +118,9 @@ sycl::event submit_coloring5(sycl::queue& queue, const level_arrays<I, C>& a,
 }  // namespace coloring_detail
 
 template <typename T, typename I, containerType C>
-sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
-                          diagonalValuesData* values, diagonalStructData* positions,
-                          coloringData** slot, const std::vector<sycl::event>& dependencies) {
+sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix, diagonalValuesData* values,
+                          diagonalStructData* positions, coloringData** slot,
+                          const std::vector<sycl::event>& dependencies) {
   using namespace coloring_detail;
   if (*slot != nullptr) return coalesce_events(queue, C, dependencies, false);
 
@@ -178,15 +179,14 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
   }
   const auto num_colors = static_cast<std::int32_t>(color_ptr.size() - 1);
   d.num_colors = num_colors;
-  const color_classes classes =
-      classify_colors(color_ptr, num_colors, queue.get_device().is_gpu());
+  const color_classes classes = classify_colors(color_ptr, num_colors, queue.get_device().is_gpu());
   d.head_colors = classes.head;
   d.tail_colors = classes.tail;
   color_ptr.resize(color_ptr_length, static_cast<I>(n));
   write_host<I, C>(as_container<C, I>(d.color_ptr_host), color_ptr);
-  std::vector<sycl::event> copies{copy_host_to_device<I, C>(
-      queue, as_container<C, I>(d.color_ptr_host), as_container<C, I>(d.color_ptr_device),
-      color_ptr_length)};
+  std::vector<sycl::event> copies{
+      copy_host_to_device<I, C>(queue, as_container<C, I>(d.color_ptr_host),
+                                as_container<C, I>(d.color_ptr_device), color_ptr_length)};
 
   d.sync_mode = sync_mode_for<T>(architecture_from_code(architecture_code));
   if (d.sync_mode == sync_by_atomics && classes.head + classes.tail < num_colors) {
@@ -203,19 +203,20 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
     d.chunks_per_color_device = device_copy_of<I, C>(queue, d.chunks_per_color_host, colors);
     d.color_counters = take<I, C>(queue, colors + 1, false);
     d.chunk_ticket = take<I, C>(queue, 1, false);
-    const std::pair<void* coloringData::*, const std::vector<I>*> tables[] = {
+    const std::pair<void * coloringData::*, const std::vector<I>*> tables[] = {
         {&coloringData::chunk_start_host, &t.start},
         {&coloringData::chunk_color_host, &t.color},
         {&coloringData::chunks_per_color_host, &t.per_color}};
-    const std::pair<void* coloringData::*, void* coloringData::*> copies_of[] = {
+    const std::pair<void * coloringData::*, void * coloringData::*> copies_of[] = {
         {&coloringData::chunk_start_host, &coloringData::chunk_start_device},
         {&coloringData::chunk_color_host, &coloringData::chunk_color_device},
         {&coloringData::chunks_per_color_host, &coloringData::chunks_per_color_device}};
-    for (const auto& [field, table] : tables) write_host<I, C>(as_container<C, I>(d.*field), *table);
+    for (const auto& [field, table] : tables)
+      write_host<I, C>(as_container<C, I>(d.*field), *table);
     for (std::size_t k = 0; k < 3; ++k)
-      copies.push_back(copy_host_to_device<I, C>(
-          queue, as_container<C, I>(d.*copies_of[k].first),
-          as_container<C, I>(d.*copies_of[k].second), tables[k].second->size()));
+      copies.push_back(copy_host_to_device<I, C>(queue, as_container<C, I>(d.*copies_of[k].first),
+                                                 as_container<C, I>(d.*copies_of[k].second),
+                                                 tables[k].second->size()));
   }
 
   // Row starts of the coloured strict parts.
@@ -250,8 +251,8 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix,
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_COLORING(T, I, C)                                                  \
-  template sycl::event orvane::vrt::sparse::gpu::coloring_impl<T, I, C>(                       \
-      sycl::queue&, orvane::vrt::sparse::sparseStructure*,                                     \
-      orvane::vrt::sparse::diagonalValuesData*, orvane::vrt::sparse::diagonalStructData*,      \
+#define VRT_INSTANTIATE_GPU_COLORING(T, I, C)                                             \
+  template sycl::event orvane::vrt::sparse::gpu::coloring_impl<T, I, C>(                  \
+      sycl::queue&, orvane::vrt::sparse::sparseStructure*,                                \
+      orvane::vrt::sparse::diagonalValuesData*, orvane::vrt::sparse::diagonalStructData*, \
       orvane::vrt::sparse::coloringData**, const std::vector<sycl::event>&);

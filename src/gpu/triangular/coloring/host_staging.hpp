@@ -3,9 +3,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 

@@ -5,16 +5,14 @@
 #pragma once
 
 #include <cstddef>
-
 #include <sycl/sycl.hpp>
 
 namespace orvane::vrt::sparse::gpu::kernels {
 
 // The level counters are shared by all work-items of all colours; the host orders the colours.
 template <typename I>
-using level_atomic =
-    sycl::atomic_ref<I, sycl::memory_order::relaxed, sycl::memory_scope::system,
-                     sycl::access::address_space::global_space>;
+using level_atomic = sycl::atomic_ref<I, sycl::memory_order::relaxed, sycl::memory_scope::system,
+                                      sycl::access::address_space::global_space>;
 
 // Gives row i the next free position.
 template <typename I>
@@ -70,8 +68,7 @@ struct part_lengths {
 
 // Entry p + 1 of each pointer array gets the length of the part at position p; entry 0 gets 0.
 template <typename I>
-void write_part_lengths(std::size_t p, const part_lengths<I>& parts, I* lower_ptr,
-                        I* upper_ptr) {
+void write_part_lengths(std::size_t p, const part_lengths<I>& parts, I* lower_ptr, I* upper_ptr) {
   const I r = parts.row_at(p);
   if (p == 0) lower_ptr[0] = upper_ptr[0] = I(0);
   lower_ptr[p + 1] = parts.lower(r);

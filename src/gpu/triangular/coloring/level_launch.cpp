@@ -23,10 +23,9 @@ struct bound_part_lengths {
 template <typename I, containerType C>
 auto bind_part_lengths(sycl::handler& h, const level_arrays<I, C>& a) {
   using View = decltype(bind(h, a.row_ptr, sycl::read_only));
-  return bound_part_lengths<I, View>{bind(h, a.row_ptr, sycl::read_only),
-                                     bind(h, a.lower_end, sycl::read_only),
-                                     bind(h, a.upper_start, sycl::read_only),
-                                     bind(h, a.row_of_position, sycl::read_only)};
+  return bound_part_lengths<I, View>{
+      bind(h, a.row_ptr, sycl::read_only), bind(h, a.lower_end, sycl::read_only),
+      bind(h, a.upper_start, sycl::read_only), bind(h, a.row_of_position, sycl::read_only)};
 }
 
 }  // namespace
@@ -98,23 +97,22 @@ sycl::event submit_coloring4(sycl::queue& queue, const level_arrays<I, C>& a,
     auto ut = bind(h, upper_total, sycl::write_only);
     const std::size_t n = a.nrows;
     h.single_task<kernels::coloring4<I, C>>([=]() {
-      kernels::write_part_starts<I>(n, parts.get(), raw(lp), raw(up), raw(lt),
-                                    raw(ut));
+      kernels::write_part_starts<I>(n, parts.get(), raw(lp), raw(up), raw(lt), raw(ut));
     });
   });
 }
 
-#define VRT_INSTANTIATE_LEVEL_KERNELS(I, C)                                                      \
-  template sycl::event submit_coloring1<I, C>(sycl::queue&, const level_arrays<I, C>&,         \
-                                              const std::vector<sycl::event>&);                \
-  template sycl::event submit_coloring2<I, C>(sycl::queue&, const level_arrays<I, C>&,         \
-                                              std::size_t, std::size_t,                        \
-                                              const std::vector<sycl::event>&);                \
-  template sycl::event submit_coloring3<I, C>(sycl::queue&, const level_arrays<I, C>&,         \
-                                              container_t<C, I>, container_t<C, I>,            \
-                                              const std::vector<sycl::event>&);                \
-  template sycl::event submit_coloring4<I, C>(                                                 \
-      sycl::queue&, const level_arrays<I, C>&, container_t<C, I>, container_t<C, I>,           \
+#define VRT_INSTANTIATE_LEVEL_KERNELS(I, C)                                            \
+  template sycl::event submit_coloring1<I, C>(sycl::queue&, const level_arrays<I, C>&, \
+                                              const std::vector<sycl::event>&);        \
+  template sycl::event submit_coloring2<I, C>(sycl::queue&, const level_arrays<I, C>&, \
+                                              std::size_t, std::size_t,                \
+                                              const std::vector<sycl::event>&);        \
+  template sycl::event submit_coloring3<I, C>(sycl::queue&, const level_arrays<I, C>&, \
+                                              container_t<C, I>, container_t<C, I>,    \
+                                              const std::vector<sycl::event>&);        \
+  template sycl::event submit_coloring4<I, C>(                                         \
+      sycl::queue&, const level_arrays<I, C>&, container_t<C, I>, container_t<C, I>,   \
       container_t<C, long>, container_t<C, long>, const std::vector<sycl::event>&);
 VRT_INSTANTIATE_LEVEL_KERNELS(std::int32_t, container_usm)
 VRT_INSTANTIATE_LEVEL_KERNELS(std::int32_t, container_buffer)

@@ -3,9 +3,8 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 

@@ -3,11 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
@@ -50,8 +48,7 @@ sycl::event default_trsv(sycl::queue& queue, triangle side, diag diagonal, T alp
   std::vector<sycl::event> chain = deps;
   if (diagonal == diag::nonunit)
     chain.push_back(updateDiagData_and_check_for_missing_diags<T, I, C>(
-        queue, s, &A->diag_values, false, &A->diag_struct, diagonal, triangular_names::trsv,
-        deps));
+        queue, s, &A->diag_values, false, &A->diag_struct, diagonal, triangular_names::trsv, deps));
   const default_trsv_operands<T, I, C> op{
       {as_container<C, I>(s->row_ptr), as_container<C, I>(s->col_ind),
        as_container<C, T>(s->values), x, y},

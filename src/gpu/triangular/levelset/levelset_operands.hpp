@@ -4,9 +4,8 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/operand_binding.hpp"
@@ -38,8 +37,8 @@ levelset_operands<T, I, C> make_levelset_operands(const coloringData& d, triangl
   const bool lower = side == triangle::lower;
   return {{as_container<C, I>(lower ? d.lower_ptr : d.upper_ptr),
            as_container<C, I>(lower ? d.lower_col : d.upper_col),
-           as_container<C, T>(lower ? d.lower_val : d.upper_val),
-           as_container<C, T>(d.rhs_colored), as_container<C, T>(d.sol_colored)},
+           as_container<C, T>(lower ? d.lower_val : d.upper_val), as_container<C, T>(d.rhs_colored),
+           as_container<C, T>(d.sol_colored)},
           side,
           static_cast<std::size_t>(d.nrows),
           alpha,

@@ -1,11 +1,9 @@
 // The level-set solve of one triangle, run by trsv once the triangle has been coloured.
 #pragma once
 
-#include <vector>
-
-#include <sycl/sycl.hpp>
-
 #include <orvane/vrt/sparse.hpp>
+#include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/triangular/triangle_side.hpp"

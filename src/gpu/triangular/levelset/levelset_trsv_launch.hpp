@@ -3,9 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "common/internal_error.hpp"
 #include "gpu/triangular/design_names.hpp"
@@ -46,14 +45,13 @@ sycl::event levelset_trsv(sycl::queue& queue, triangle side, diag diagonal, T al
   std::vector<sycl::event> list = deps;
 
   chain<C>(list, submit_permutation<permutation::into_colors, T, I, C>(
-                     queue, side, op.nrows, x, as_container<C, I>(d->row_of_position), op.x,
-                     list));
+                     queue, side, op.nrows, x, as_container<C, I>(d->row_of_position), op.x, list));
   // The lower side meets the head first, the upper side the tail.
   const std::int32_t first_run = lower ? head : tail;
   const std::int32_t second_run = lower ? tail : head;
   if (first_run >= 1)
-    chain<C>(list, submit_narrow_run<narrow_run::first, T, I, C>(
-                       queue, op, lower ? 0 : colors - 1, first_run, lower ? 1 : -1, list));
+    chain<C>(list, submit_narrow_run<narrow_run::first, T, I, C>(queue, op, lower ? 0 : colors - 1,
+                                                                 first_run, lower ? 1 : -1, list));
   if (colors - head - tail >= 1)
     visit_middle_sync<T>(middle_sync_of(*d, side), [&]<middle_sync M>() {
       if constexpr (M == middle_sync::atomics)
@@ -62,18 +60,18 @@ sycl::event levelset_trsv(sycl::queue& queue, triangle side, diag diagonal, T al
         middle_per_color<T, I, C>(queue, op, *d, list);
     });
   if (second_run >= 1)
-    chain<C>(list, submit_narrow_run<narrow_run::second, T, I, C>(
-                       queue, op, lower ? colors - tail : head - 1, second_run, lower ? 1 : -1,
-                       list));
+    chain<C>(list,
+             submit_narrow_run<narrow_run::second, T, I, C>(
+                 queue, op, lower ? colors - tail : head - 1, second_run, lower ? 1 : -1, list));
   return submit_permutation<permutation::into_rows, T, I, C>(
       queue, side, op.nrows, op.y, as_container<C, I>(d->position_of_row), y, list);
 }
 
 }  // namespace orvane::vrt::sparse::gpu
 
-#define VRT_INSTANTIATE_GPU_LEVELSET_TRSV(T, I, C)                                               \
-  namespace orvane::vrt::sparse::gpu {                                                           \
-  template sycl::event levelset_trsv<T, I, C>(sycl::queue&, triangle, diag, T, matrix_handle*,   \
-                                              container_t<C, T>, container_t<C, T>,              \
-                                              const std::vector<sycl::event>&);                  \
+#define VRT_INSTANTIATE_GPU_LEVELSET_TRSV(T, I, C)                                             \
+  namespace orvane::vrt::sparse::gpu {                                                         \
+  template sycl::event levelset_trsv<T, I, C>(sycl::queue&, triangle, diag, T, matrix_handle*, \
+                                              container_t<C, T>, container_t<C, T>,            \
+                                              const std::vector<sycl::event>&);                \
   }

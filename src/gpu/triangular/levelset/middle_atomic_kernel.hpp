@@ -6,7 +6,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 #include "common/portability.hpp"
@@ -17,12 +16,10 @@ namespace orvane::vrt::sparse::gpu::kernels {
 inline constexpr unsigned spin_turns_per_reload = 1024;
 
 template <typename T>
-using device_atomic = sycl::atomic_ref<T, sycl::memory_order::relaxed,
-                                       sycl::memory_scope::device,
+using device_atomic = sycl::atomic_ref<T, sycl::memory_order::relaxed, sycl::memory_scope::device,
                                        sycl::access::address_space::global_space>;
 template <typename I>
-using counter_atomic = sycl::atomic_ref<I, sycl::memory_order::relaxed,
-                                        sycl::memory_scope::system,
+using counter_atomic = sycl::atomic_ref<I, sycl::memory_order::relaxed, sycl::memory_scope::system,
                                         sycl::access::address_space::global_space>;
 
 // Work-item i of the init: the lower side waits on color c and posts to c + 1, the upper side
@@ -121,17 +118,17 @@ void solve_chunks(const sycl::sub_group& sg, const atomic_solve_arrays<T, I>& a)
 
     T own = T(0);
     for (I i = 0; i < rows; ++i) {
-      const T sum =
-          i == 0 ? chunk_row_sum<Lanes, T, I>(sg, a.col, a.val, solution, first_begin, first_end,
-                                              first_cols, first_vals)
-                 : chunk_row_sum<Lanes, T, I>(
-                       sg, a.col, a.val, solution, ptr[p0 + i], ptr[p0 + i + 1],
-                       portable::sub_group_load<1>(
-                           sg, a.col + ptr[p0 + i],
-                           static_cast<std::size_t>(ptr[p0 + i + 1] - ptr[p0 + i]), I(0)),
-                       portable::sub_group_load<1>(
-                           sg, a.val + ptr[p0 + i],
-                           static_cast<std::size_t>(ptr[p0 + i + 1] - ptr[p0 + i]), T(0)));
+      const T sum = i == 0
+                        ? chunk_row_sum<Lanes, T, I>(sg, a.col, a.val, solution, first_begin,
+                                                     first_end, first_cols, first_vals)
+                        : chunk_row_sum<Lanes, T, I>(
+                              sg, a.col, a.val, solution, ptr[p0 + i], ptr[p0 + i + 1],
+                              portable::sub_group_load<1>(
+                                  sg, a.col + ptr[p0 + i],
+                                  static_cast<std::size_t>(ptr[p0 + i + 1] - ptr[p0 + i]), I(0)),
+                              portable::sub_group_load<1>(
+                                  sg, a.val + ptr[p0 + i],
+                                  static_cast<std::size_t>(ptr[p0 + i + 1] - ptr[p0 + i]), T(0)));
       if (lane == i) own = sum;
     }
     if (lane < rows) {

@@ -4,9 +4,8 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "common/portability.hpp"
 #include "containers/views.hpp"
@@ -39,8 +38,8 @@ sycl::event submit_counter_init(sycl::queue& queue, triangle side, const colorin
       const I chunks = static_cast<I>(d.num_chunks);
       const bool lower = side == triangle::lower;
       h.parallel_for<Name>(sycl::range<1>(static_cast<std::size_t>(colors)), [=](sycl::id<1> id) {
-        kernels::init_color_counter<I>(id[0], lower, colors, chunks, raw(per_color),
-                                       raw(counters), raw(ticket));
+        kernels::init_color_counter<I>(id[0], lower, colors, chunks, raw(per_color), raw(counters),
+                                       raw(ticket));
       });
     });
   };
@@ -73,15 +72,13 @@ sycl::event submit_atomic_solve(sycl::queue& queue, const levelset_operands<T, I
           [=](sycl::nd_item<2> it) [[sycl::reqd_sub_group_size(atomic_lanes)]] {
             kernels::solve_chunks<atomic_lanes, T, I>(
                 it.get_sub_group(),
-                {raw(pt), raw(cl), raw(va), raw(rhs), raw(inv), raw(sol), raw(starts),
-                 raw(colors), raw(counters), raw(tickets), alpha, nonunit, lower, num_chunks,
-                 nrows});
+                {raw(pt), raw(cl), raw(va), raw(rhs), raw(inv), raw(sol), raw(starts), raw(colors),
+                 raw(counters), raw(tickets), alpha, nonunit, lower, num_chunks, nrows});
           });
     });
   };
   return launch_for_side<kernels::levelsetTrsvLower_atomic<T, I, C>,
-                         kernels::levelsetTrsvUpper_atomic<T, I, C>>(
-      op.side, launch);
+                         kernels::levelsetTrsvUpper_atomic<T, I, C>>(op.side, launch);
 }
 
 // The init, then the persistent solve; in USM both join `dependencies`. Real values only.

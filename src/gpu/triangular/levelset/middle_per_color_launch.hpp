@@ -2,9 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "containers/views.hpp"
 #include "gpu/triangular/coloring/host_staging.hpp"
@@ -22,11 +21,10 @@ sycl::event submit_one_color(sycl::queue& queue, const levelset_operands<T, I, C
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
       const auto update = bind_row_update(h, deps, op);
-      h.parallel_for<Name>(
-          sycl::nd_range<1>(round_up_to_group(end - begin), levelset_group),
-          [=](sycl::nd_item<1> it) {
-            kernels::solve_color_position(it.get_global_id(0), begin, end, update);
-          });
+      h.parallel_for<Name>(sycl::nd_range<1>(round_up_to_group(end - begin), levelset_group),
+                           [=](sycl::nd_item<1> it) {
+                             kernels::solve_color_position(it.get_global_id(0), begin, end, update);
+                           });
     });
   };
   return launch_for_side<kernels::levelsetTrsvLower_ker<T, I, C>,
@@ -44,9 +42,8 @@ sycl::event middle_per_color(sycl::queue& queue, const levelset_operands<T, I, C
   const std::int32_t tail_colors = data.tail_colors;
   const std::int32_t middle = num_colors - head_colors - tail_colors;
   if (middle < 1) return sycl::event();
-  const std::vector<I> color_ptr = read_back<I, C>(
-      queue, as_container<C, I>(data.color_ptr_host), static_cast<std::size_t>(num_colors) + 1,
-      {});
+  const std::vector<I> color_ptr = read_back<I, C>(queue, as_container<C, I>(data.color_ptr_host),
+                                                   static_cast<std::size_t>(num_colors) + 1, {});
   const bool lower = op.side == triangle::lower;
   sycl::event last;
   for (std::int32_t i = 0; i < middle; ++i) {

@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-
 #include <sycl/sycl.hpp>
 
 namespace orvane::vrt::sparse::gpu::kernels {

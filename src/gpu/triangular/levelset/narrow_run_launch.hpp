@@ -2,9 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
@@ -25,20 +24,20 @@ sycl::event submit_narrow_run(sycl::queue& queue, const levelset_operands<T, I, 
     return queue.submit([&](sycl::handler& h) {
       const auto update = bind_row_update(h, deps, op);
       auto [cp] = bind_reads(h, op.color_ptr);
-      h.parallel_for<Name>(
-          sycl::nd_range<1>(levelset_group, levelset_group), [=](sycl::nd_item<1> it) {
-            kernels::solve_narrow_run<I>(it.get_group(), it.get_local_id(0), raw(cp), first,
-                                         count, step, update);
-          });
+      h.parallel_for<Name>(sycl::nd_range<1>(levelset_group, levelset_group),
+                           [=](sycl::nd_item<1> it) {
+                             kernels::solve_narrow_run<I>(it.get_group(), it.get_local_id(0),
+                                                          raw(cp), first, count, step, update);
+                           });
     });
   };
   using namespace kernels;
   if constexpr (R == narrow_run::first)
-    return launch_for_side<levelsetTrsvLower1<T, I, C>, levelsetTrsvUpper1<T, I, C>>(
-        op.side, launch);
+    return launch_for_side<levelsetTrsvLower1<T, I, C>, levelsetTrsvUpper1<T, I, C>>(op.side,
+                                                                                     launch);
   else
-    return launch_for_side<levelsetTrsvLower2<T, I, C>, levelsetTrsvUpper2<T, I, C>>(
-        op.side, launch);
+    return launch_for_side<levelsetTrsvLower2<T, I, C>, levelsetTrsvUpper2<T, I, C>>(op.side,
+                                                                                     launch);
 }
 
 }  // namespace orvane::vrt::sparse::gpu

@@ -2,9 +2,8 @@
 // solution back into row order.
 #pragma once
 
-#include <vector>
-
 #include <sycl/sycl.hpp>
+#include <vector>
 
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
@@ -26,11 +25,10 @@ sycl::event submit_permutation(sycl::queue& queue, triangle side, std::size_t nr
       depend_on<C>(h, deps);
       auto [s, ix] = bind_reads(h, src, index);
       auto d = bind(h, dst, sycl::write_only);
-      h.parallel_for<Name>(sycl::nd_range<1>(round_up_to_group(nrows), levelset_group),
-                           [=](sycl::nd_item<1> it) {
-                             kernels::permute_entry<T, I>(it.get_global_id(0), nrows, raw(s),
-                                                          raw(ix), raw(d));
-                           });
+      h.parallel_for<Name>(
+          sycl::nd_range<1>(round_up_to_group(nrows), levelset_group), [=](sycl::nd_item<1> it) {
+            kernels::permute_entry<T, I>(it.get_global_id(0), nrows, raw(s), raw(ix), raw(d));
+          });
     });
   };
   using kernels::permVectorXl_class, kernels::permVectorXu_class;

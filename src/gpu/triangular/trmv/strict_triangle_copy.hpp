@@ -3,9 +3,8 @@
 #pragma once
 
 #include <algorithm>
-#include <vector>
-
 #include <orvane/vrt/sparse.hpp>
+#include <vector>
 
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
@@ -39,8 +38,7 @@ sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructu
   }
   const auto rows = as_container<C, I>(row_ptr);
   const auto src_rows = as_container<C, I>(src->row_ptr);
-  const auto split =
-      as_container<C, I>(upper ? positions->upper_start : positions->lower_end);
+  const auto split = as_container<C, I>(upper ? positions->upper_start : positions->lower_end);
   // Entry i + 1 gets the length of row i's part; the scan makes the row starts.
   sycl::event e = queue.submit([&](sycl::handler& h) {
     depend_on<C>(h, deps);
@@ -91,8 +89,8 @@ sycl::event triangularData_impl(sycl::queue& queue, uplo triangle, sparseStructu
     auto oc = bind(h, out_cols, sycl::write_only);
     auto ov = bind(h, out_vals, sycl::write_only);
     h.parallel_for<kernels::triangleData2<T, I, C>>(sycl::range<1>(n), [=](sycl::id<1> id) {
-      kernels::copy_row_part<T, I>(id[0], upper, base, raw(rp), raw(sp), raw(ci), raw(va),
-                                   raw(orp), raw(oc), raw(ov));
+      kernels::copy_row_part<T, I>(id[0], upper, base, raw(rp), raw(sp), raw(ci), raw(va), raw(orp),
+                                   raw(oc), raw(ov));
     });
   });
 }
