@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the build, the tests, the fuzz targets (clang with libFuzzer)
-# and the benchmarks need. Idempotent.
+# Installs the Debian packages that the build, the tests (clang-format for the formatting check),
+# the fuzz targets (clang with libFuzzer) and the benchmarks need. Idempotent.
 set -euo pipefail
 
 packages=(
@@ -9,7 +9,7 @@ packages=(
   libboost-context-dev
   libeigen3-dev python3-scipy python3-numpy
   ocl-icd-libopencl1 ocl-icd-opencl-dev pocl-opencl-icd
-  clang libclang-rt-14-dev
+  clang libclang-rt-14-dev clang-format
 )
 
 if [ "$(id -u)" -ne 0 ]; then
