@@ -4,10 +4,12 @@
 // (2D and 3D Laplacians, a wide band and a power-law pattern with a few very long rows), plus the
 // largest file of the shared Matrix Market folder, its symmetry expanded.
 //
-// Run: OMP_NUM_THREADS=2 build/release/bench/bench_host_sparse
-// --benchmark_enable_random_interleaving=true (interleaving spreads a busy machine's noise over
-// engine and peer alike). bytes_per_second is the effective bandwidth of a product with a vector:
-// 12 bytes per entry, 8 (m + n) for the vectors and 4 m for the row pointers.
+// Run:
+//   OMP_NUM_THREADS=2 build/release/bench/bench_host_sparse \
+//       --benchmark_enable_random_interleaving=true
+// (interleaving spreads a busy machine's noise over engine and peer alike).
+// bytes_per_second is the effective bandwidth of a product with a vector: 12 bytes per entry,
+// 8 (m + n) for the vectors and 4 m for the row pointers.
 #include <benchmark/benchmark.h>
 #include <omp.h>
 

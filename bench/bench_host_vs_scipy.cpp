@@ -2,11 +2,11 @@
 // bench/vs_scipy.py wrote as raw arrays; that script times SciPy on the same files in its own
 // process and reports the ratios.
 //
-// Run through the script: /usr/bin/python3 bench/vs_scipy.py
-// build/release/bench/bench_host_vs_scipy Each matrix NAME in the folder named by
-// VRT_BENCH_MATRICES has NAME.meta (rows cols nnz), (and 1 when A A is timed), NAME.ptr and
-// NAME.col (int32), NAME.val (float64), and NAME.scol / NAME.sval: the same rows with their entries
-// shuffled, the input of the row sort.
+// Run through the script:
+//   /usr/bin/python3 bench/vs_scipy.py build/release/bench/bench_host_vs_scipy
+// Each matrix NAME in the folder named by VRT_BENCH_MATRICES has NAME.meta (rows cols nnz, and 1
+// when A A is timed), NAME.ptr and NAME.col (int32), NAME.val (float64), and NAME.scol /
+// NAME.sval: the same rows with their entries shuffled, the input of the row sort.
 #include <benchmark/benchmark.h>
 #include <sys/mman.h>
 

@@ -21,8 +21,8 @@ enum class architecture : std::int32_t {
 
 constexpr std::int32_t code_of(architecture a) { return static_cast<std::int32_t>(a); }
 
-// A code as the platform reports it, kept as it is: the predicates below compare, so a newer
-// generation than the tables know plans like the newest one they do.
+// A code as the platform reports it, kept as it is. The predicates below compare codes, so a
+// code beyond 6 has every capability of code 6; the plans' tables by code take it as generic.
 constexpr architecture architecture_from_code(std::int32_t code) {
   return static_cast<architecture>(code);
 }

@@ -5,6 +5,7 @@
 // Named entries and the template that is each (the value letter, _i4/_i8 and _usm/_buf are the
 // template arguments T, I, C; aliases exist only where something calls them by that name):
 //
+// clang-format off
 //   gpu::?gemv_impl_i4                      gpu::gemv_impl              mv/gemv_entry.hpp
 //   gpu::csr::?gemv_impl_i4                 gpu::csr::gemv_impl         csr/csr_gemv_entry.hpp
 //   gpu::csc::?gemv_impl_i4                 gpu::csc::gemv_impl         csc/csc_gemv_entry.hpp
@@ -12,30 +13,27 @@
 //   gpu::csr::kernels::?gemv_default_i4     gpu::csr::gemv_default      csr/csr_row_launch.hpp
 //   gpu::csr::kernels::?gemv_with_syclvec_i4   gpu::csr::gemv_with_syclvec   csr/csr_row_launch.hpp
 //   gpu::csr::kernels::?gemv_with_marray_i4    gpu::csr::gemv_with_marray    csr/csr_row_launch.hpp
-//   gpu::csr::kernels::?gemv_with_subgroup_i4  gpu::csr::gemv_with_subgroup
-//   csr/csr_subgroup_launch.hpp gpu::csr::kernels::?gemv_with_esimd_i4 gpu::csr::gemv_with_esimd
-//   csr/csr_esimd_launch.hpp gpu::csr::kernels::?gemv_merge_based_subgroup_i4
-//                                           gpu::csr::gemv_merge_based_subgroup
-//                                           csr/csr_merge_launch.hpp
-//   sparse_gemv_default                     gpu::csr::kernels::gemv_default_row
-//   csr/csr_row_kernel.hpp sparse_gemv_syclvec, sparse_gemv_marray
-//   gpu::csr::kernels::gemv_syclvec_row, gemv_marray_row sparse_gemv_merge_based_subgroup
-//   gpu::csr::kernels::gemv_merge_part     csr/csr_merge_kernel.hpp
+//   gpu::csr::kernels::?gemv_with_subgroup_i4  gpu::csr::gemv_with_subgroup  csr/csr_subgroup_launch.hpp
+//   gpu::csr::kernels::?gemv_with_esimd_i4     gpu::csr::gemv_with_esimd     csr/csr_esimd_launch.hpp
+//   gpu::csr::kernels::?gemv_merge_based_subgroup_i4
+//                                           gpu::csr::gemv_merge_based_subgroup  csr/csr_merge_launch.hpp
+//   sparse_gemv_default                     gpu::csr::kernels::gemv_default_row    csr/csr_row_kernel.hpp
+//   sparse_gemv_syclvec, sparse_gemv_marray gpu::csr::kernels::gemv_syclvec_row, gemv_marray_row
+//   sparse_gemv_merge_based_subgroup        gpu::csr::kernels::gemv_merge_part     csr/csr_merge_kernel.hpp
 //   compute_sum_carry_out_for_merge_path_mv gpu::csr::compute_sum_carry_out_for_merge_path_mv
 //   gpu::csc::kernels::?gemv_default_i4, ?gemv_with_syclvec_i4, ?gemv_with_subgroup_i4
-//                                           gpu::csc::gemv_default, gemv_with_syclvec,
-//                                           gemv_with_subgroup
+//                                           gpu::csc::gemv_default, gemv_with_syclvec, gemv_with_subgroup
 //                                                                       csc/csc_scatter_launch.hpp
 //   gpu::coo::kernels::?gemv_default_i4     gpu::coo::gemv_default      coo/coo_launch.hpp
 //   gpu::?optimize_gemv_impl_i4_usm         gpu::optimize_gemv_impl     mv/optimize_gemv_entry.hpp
-//   compute_matrix_property_data            gpu::csr::compute_matrix_property_data
-//   csr/matrix_analysis.hpp prepare_merge_path_mv_opt gpu::csr::prepare_merge_path_mv_opt
-//   csr/merge_partition.hpp gpu::?symv_impl_i4                      gpu::symv_impl
-//   symv/symv_entry.hpp gpu::?symvUpper_impl_i4, ?symvLower_impl_i4
-//                                           detail::symv_triangle (upper true/false)
-//                                           symv/symv_entry.hpp
+//   compute_matrix_property_data            gpu::csr::compute_matrix_property_data  csr/matrix_analysis.hpp
+//   prepare_merge_path_mv_opt               gpu::csr::prepare_merge_path_mv_opt     csr/merge_partition.hpp
+//   gpu::?symv_impl_i4                      gpu::symv_impl              symv/symv_entry.hpp
+//   gpu::?symvUpper_impl_i4, ?symvLower_impl_i4
+//                                           detail::symv_triangle (upper true/false)  symv/symv_entry.hpp
 //   gpu::?gemvdot_impl_i4                   gpu::gemvdot_impl           gemvdot/gemvdot_entry.hpp
 //   ?gemvInternalDataRelease_i4_usm         gemvInternalDataRelease     handle/gemv_data.hpp
+// clang-format on
 //
 // Kernel names: the symv kernels take the triangle at run time, so one class serves the Upper
 // and Lower kernels of a precision.

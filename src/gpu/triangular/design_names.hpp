@@ -4,23 +4,24 @@
 // The design's names of the family's entries and shells, and the C++ that is each of them
 // (? the value letter; every name also has its _i4/_i8 and _usm/_buf forms):
 //
+// clang-format off
 //   ?trsv_impl                         gpu::trsv_impl<T, I, C>                 trsv_entry.hpp
-//   ?optimize_trsv_impl                gpu::optimize_trsv_impl<T, I, C> optimize_trsv_entry.hpp
-//   ?levelsetTrsvLower_impl            gpu::levelset_trsv<T, I, C>, side lower
-//   levelset_trsv_launch.hpp ?levelsetTrsvUpper_impl            gpu::levelset_trsv<T, I, C>, side
-//   upper ?defTrsvLower_impl                 gpu::default_trsv<T, I, C>, side lower
-//   default_trsv_launch.hpp ?defTrsvUpper_impl                 gpu::default_trsv<T, I, C>, side
-//   upper ?trsv_lower_levelset_middlecolors_sync_by_kernels, ..._upper_...
-//                                      gpu::middle_per_color<T, I, C> middle_per_color_launch.hpp
+//   ?optimize_trsv_impl                gpu::optimize_trsv_impl<T, I, C>        optimize_trsv_entry.hpp
+//   ?levelsetTrsvLower_impl            gpu::levelset_trsv<T, I, C>, side lower levelset_trsv_launch.hpp
+//   ?levelsetTrsvUpper_impl            gpu::levelset_trsv<T, I, C>, side upper
+//   ?defTrsvLower_impl                 gpu::default_trsv<T, I, C>, side lower  default_trsv_launch.hpp
+//   ?defTrsvUpper_impl                 gpu::default_trsv<T, I, C>, side upper
+//   ?trsv_lower_levelset_middlecolors_sync_by_kernels, ..._upper_...
+//                                      gpu::middle_per_color<T, I, C>          middle_per_color_launch.hpp
 //   ?trsv_lower_levelset_middlecolors_sync_by_atomics, ..._upper_...
 //                                      gpu::middle_by_atomics<T, I, C> (real T; complex T has no
 //                                      atomics form: visit_middle_sync never reaches it)
-//   ?coloring_impl                     gpu::coloring_impl<T, I, C> coloring/coloring_launch.hpp
-//   ?diagData_impl, ?diagDataKernel    gpu::diagData_impl, gpu::diagDataKernel
-//   analysis/diag_data_launch.hpp ?updateDiagData_and_check_for_missing_diags   the same name
-//   analysis/diag_data_launch.hpp ?symmetric_impl, ?symmetricKernel  gpu::symmetric_impl,
-//   gpu::symmetricKernel analysis/symmetric_entry.hpp ?triangularData_impl gpu::triangularData_impl
-//   trmv/strict_triangle_copy.hpp
+//   ?coloring_impl                     gpu::coloring_impl<T, I, C>             coloring/coloring_launch.hpp
+//   ?diagData_impl, ?diagDataKernel    gpu::diagData_impl, gpu::diagDataKernel analysis/diag_data_launch.hpp
+//   ?updateDiagData_and_check_for_missing_diags   the same name               analysis/diag_data_launch.hpp
+//   ?symmetric_impl, ?symmetricKernel  gpu::symmetric_impl, gpu::symmetricKernel analysis/symmetric_entry.hpp
+//   ?triangularData_impl               gpu::triangularData_impl                trmv/strict_triangle_copy.hpp
+// clang-format on
 //
 // The shells the design names per side take the side as a value here: trsv_impl decides it once
 // from uplo and hands it down.
