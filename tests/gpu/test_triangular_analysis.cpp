@@ -12,7 +12,7 @@
 #include "gpu/entry_points.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
-#include "gpu/triangular/trmv/strict_triangle_copy.hpp"
+#include "gpu/triangular/trmv/strict_triangle_copy_launch.hpp"
 #include "handle/release.hpp"
 #include "handle/triangular_data.hpp"
 #include "interface/dispatch.hpp"

@@ -33,6 +33,11 @@ namespace orvane::vrt::sparse::gpu {
 
 // The routine word of the sort messages.
 inline constexpr const char* sort_matrix_word = "sort_matrix";
+// The refusals of the sort entry, in the order they are tested.
+inline constexpr const char* sort_before_binding =
+    "set_csr_data must be called before calling sort_matrix";
+inline constexpr const char* sort_of_coo =
+    "Sorting COO matrix format is currently not supported with this API";
 
 namespace kernels {
 // Row sort, with or without values.

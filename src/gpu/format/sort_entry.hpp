@@ -13,12 +13,8 @@ namespace orvane::vrt::sparse::gpu {
 template <typename T, typename I, containerType C>
 sycl::event sort_matrix_impl(sycl::queue& queue, matrix_handle* A, const event_list& deps) {
   sparseStructure* s = A->primary;
-  if (s == nullptr)
-    throw unimplemented("sparse", sort_matrix_word,
-                        "set_csr_data must be called before calling sort_matrix");
-  if (s->format != format_csr)
-    throw unimplemented("sparse", sort_matrix_word,
-                        "Sorting COO matrix format is currently not supported with this API");
+  if (s == nullptr) throw unimplemented("sparse", sort_matrix_word, sort_before_binding);
+  if (s->format != format_csr) throw unimplemented("sparse", sort_matrix_word, sort_of_coo);
   return kernels::sort_csr<T, I, C>(queue, s, deps);
 }
 

@@ -23,6 +23,14 @@ namespace orvane::vrt::sparse::gpu::gemm {
 inline constexpr const char* gemm_word = "gemm";
 // The refusal of a (sub-group, vector length) pair that has no kernel.
 inline constexpr const char* invalid_vec_length = "internal error -- invalid vec_length";
+// The refusals of the entry and of the sub-group path, in the order they are tested.
+inline constexpr const char* only_nontrans_b =
+    "currently only supports the orvane::vrt::transpose::nontrans op";
+inline constexpr const char* not_initialized = "Matrix is not initialized";
+inline constexpr const char* only_csr =
+    "currently only supports the CSR matrix format on GPU devices";
+inline constexpr const char* no_work_group_size = "device max_work_group_size <= 0";
+inline constexpr const char* unknown_usm_kind = "given usm alloc type is unknown";
 
 namespace kernels {
 // Sub-group path: staging of B blocks, the block product, the leftover columns.

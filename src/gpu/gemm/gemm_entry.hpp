@@ -25,15 +25,12 @@ sycl::event gemm_impl(sycl::queue& queue, layout dense_layout, transpose opA, tr
                       std::int64_t ldb, T beta, container_t<C, T> c, std::int64_t ldc,
                       const event_list& deps) {
   if (opB != transpose::nontrans)
-    throw unimplemented("sparse", gemm::gemm_word,
-                        "currently only supports the orvane::vrt::transpose::nontrans op");
+    throw unimplemented("sparse", gemm::gemm_word, gemm::only_nontrans_b);
   sparseStructure* s = nullptr;
   event_list list;
   do_transpose_and_select_sparse_struct<T, I, C>(queue, opA, A, &s, deps, list);
-  if (s == nullptr) throw uninitialized("sparse", gemm::gemm_word, "Matrix is not initialized");
-  if (s->format != format_csr)
-    throw unimplemented("sparse", gemm::gemm_word,
-                        "currently only supports the CSR matrix format on GPU devices");
+  if (s == nullptr) throw uninitialized("sparse", gemm::gemm_word, gemm::not_initialized);
+  if (s->format != format_csr) throw unimplemented("sparse", gemm::gemm_word, gemm::only_csr);
   if (s->gemm_data == nullptr) initGemmInternalData(&s->gemm_data);
   if (!s->gemm_data->cached) cache_gemm_internals(queue, s->gemm_data);
   const architecture arch = architecture_from_code(s->gemm_data->device_data->architecture);

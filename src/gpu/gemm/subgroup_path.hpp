@@ -33,11 +33,10 @@ sycl::event gemm_opt_subgroup(sycl::queue& queue, const gemm_operands<T, I, C>& 
       queue.get_device().get_info<sycl::info::device::max_work_group_size>());
   // Untested: every emulated profile reports at least 512, and the size is the device's own, not
   // a value of the plan record that a test could set.
-  if (max_group < 1)
-    throw computation_error("sparse", gemm_word, "device max_work_group_size <= 0");
+  if (max_group < 1) throw computation_error("sparse", gemm_word, no_work_group_size);
   if constexpr (C == container_usm) {
     if (memory_kind<C>(queue, op.c) == sycl::usm::alloc::unknown)
-      throw invalid_argument("sparse", "gemm", "given usm alloc type is unknown");
+      throw invalid_argument("sparse", gemm_word, unknown_usm_kind);
   }
   constexpr bool double_width =
       std::is_same_v<T, double> || std::is_same_v<T, std::complex<double>>;

@@ -16,11 +16,11 @@
 //   ?trsv_lower_levelset_middlecolors_sync_by_atomics, ..._upper_...
 //                                      gpu::middle_by_atomics<T, I, C> (real T; complex T has no
 //                                      atomics form: visit_middle_sync never reaches it)
-//   ?coloring_impl                     gpu::coloring_impl<T, I, C>             coloring/coloring_launch.hpp
-//   ?diagData_impl, ?diagDataKernel    gpu::diagData_impl, gpu::diagDataKernel analysis/diag_data_launch.hpp
-//   ?updateDiagData_and_check_for_missing_diags   the same name               analysis/diag_data_launch.hpp
+//   ?coloring_impl                     gpu::coloring_impl<T, I, C>             coloring/coloring_entry.hpp
+//   ?diagData_impl, ?diagDataKernel    gpu::diagData_impl, gpu::diagDataKernel analysis/diag_data_entry.hpp
+//   ?updateDiagData_and_check_for_missing_diags   the same name               analysis/diag_data_entry.hpp
 //   ?symmetric_impl, ?symmetricKernel  gpu::symmetric_impl, gpu::symmetricKernel analysis/symmetric_entry.hpp
-//   ?triangularData_impl               gpu::triangularData_impl                trmv/strict_triangle_copy.hpp
+//   ?triangularData_impl               gpu::triangularData_impl                trmv/strict_triangle_copy_launch.hpp
 // clang-format on
 //
 // The shells the design names per side take the side as a value here: trsv_impl decides it once
