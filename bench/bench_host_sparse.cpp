@@ -4,8 +4,8 @@
 // (2D and 3D Laplacians, a wide band and a power-law pattern with a few very long rows), plus the
 // largest file of the shared Matrix Market folder, its symmetry expanded.
 //
-// Run:
-//   OMP_NUM_THREADS=2 build/release/bench/bench_host_sparse \
+// Run (one line):
+//   OMP_NUM_THREADS=2 build/release/bench/bench_host_sparse
 //       --benchmark_enable_random_interleaving=true
 // (interleaving spreads a busy machine's noise over engine and peer alike).
 // bytes_per_second is the effective bandwidth of a product with a vector: 12 bytes per entry,
