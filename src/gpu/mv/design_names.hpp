@@ -26,8 +26,8 @@
 //                                                                       csc/csc_scatter_launch.hpp
 //   gpu::coo::kernels::?gemv_default_i4     gpu::coo::gemv_default      coo/coo_launch.hpp
 //   gpu::?optimize_gemv_impl_i4_usm         gpu::optimize_gemv_impl     mv/optimize_gemv_entry.hpp
-//   compute_matrix_property_data            gpu::csr::compute_matrix_property_data  csr/matrix_analysis.hpp
-//   prepare_merge_path_mv_opt               gpu::csr::prepare_merge_path_mv_opt     csr/merge_partition.hpp
+//   compute_matrix_property_data            gpu::csr::compute_matrix_property_data  csr/matrix_analysis_launch.hpp
+//   prepare_merge_path_mv_opt               gpu::csr::prepare_merge_path_mv_opt     csr/merge_partition_launch.hpp
 //   gpu::?symv_impl_i4                      gpu::symv_impl              symv/symv_entry.hpp
 //   gpu::?symvUpper_impl_i4, ?symvLower_impl_i4
 //                                           detail::symv_triangle (upper true/false)  symv/symv_entry.hpp

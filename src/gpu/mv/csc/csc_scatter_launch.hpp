@@ -75,24 +75,8 @@ sycl::event submit_subgroup(sycl::queue& queue, std::size_t group,
     h.parallel_for<name>(grid, [=](sycl::nd_item<2> item) [[sycl::reqd_sub_group_size(SG)]] {
       const std::size_t row = item.get_global_id(0);
       if (row >= nrows) return;
-      const sycl::sub_group sg = item.get_sub_group();
-      const I* cols = raw(ci);
-      const T* vals = raw(va);
-      T* y = raw(yv);
-      const T t = raw(xv)[row] * alpha;
-      const I begin = raw(rp)[row] - index;
-      const I end = raw(rp)[row + 1] - index;
-      const I lane = static_cast<I>(sg.get_local_linear_id());
-      I j = begin;
-      for (; j + SG <= end; j += SG) {
-        const I col = portable::sub_group_load<1>(sg, cols + j)[0];
-        const T v = conjugate_if(vals[j + lane], conj);
-        atomic_add(y[col - index], v * t);
-      }
-      // The tail: reads are masked at the row's end.
-      const auto left = static_cast<std::size_t>(end - j);
-      const I col = portable::sub_group_load<1>(sg, cols + j, left, I(0))[0];
-      if (j + lane < end) atomic_add(y[col - index], conjugate_if(vals[j + lane], conj) * t);
+      kernels::scatter_subgroup_row<T, I, SG>(item.get_sub_group(), row, raw(rp), raw(ci), raw(va),
+                                              raw(xv), raw(yv), index, alpha, conj);
     });
   });
 }

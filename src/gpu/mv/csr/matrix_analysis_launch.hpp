@@ -1,5 +1,5 @@
-// Row statistics of a CSR matrix for planning: one work-item walks the rows in order and leaves
-// the longest and shortest row and the float sum of squared deviations in shared memory.
+// Launcher of the row statistics of a CSR matrix for planning: a single task leaves the longest
+// and shortest row and the float sum of squared deviations in shared memory.
 #pragma once
 
 #include <cmath>
@@ -10,6 +10,7 @@
 
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
+#include "gpu/mv/csr/matrix_analysis_kernel.hpp"
 #include "gpu/mv/design_names.hpp"
 #include "handle/gemv_data.hpp"
 
@@ -43,19 +44,7 @@ bool compute_matrix_property_data(sycl::queue& queue, std::int64_t nrows, std::i
         auto mn = bind(h, as_container<C, std::int64_t>(shortest), sycl::write_only);
         auto sq = bind(h, as_container<C, float>(squares), sycl::write_only);
         h.single_task<kernels::optimize_gemv_mat_analysis_kernel<I, C>>([=]() {
-          const I* ptr = raw(rp);
-          std::int64_t lo = ncols + 1, hi = 0;
-          float sumsq = 0.0f;
-          for (std::int64_t i = 1; i <= nrows; ++i) {
-            const auto len = static_cast<std::int64_t>(ptr[i] - ptr[i - 1]);
-            lo = len < lo ? len : lo;
-            hi = len > hi ? len : hi;
-            const float d = static_cast<float>(len) - mean;
-            sumsq += d * d;
-          }
-          raw(mx)[0] = hi;
-          raw(mn)[0] = lo;
-          raw(sq)[0] = sumsq;
+          kernels::row_statistics<I>(raw(rp), nrows, ncols, mean, raw(mx), raw(mn), raw(sq));
         });
       })
       .wait();
