@@ -191,4 +191,16 @@ inline void wait_for_deps_of_buffers(sycl::queue& queue, containerType container
       .wait();
 }
 
+// ---- event chaining ---------------------------------------------------------------------------
+
+// Adds a step's event to the dependencies of the steps after it: USM work orders itself only
+// through events, while buffer work is ordered by its accessors, so nothing is kept.
+template <containerType C>
+void chain_event(std::vector<sycl::event>& list, const sycl::event& e) {
+  if constexpr (C == container_usm)
+    list.push_back(e);
+  else
+    (void)list, (void)e;
+}
+
 }  // namespace orvane::vrt::sparse

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/internal_error.hpp"
+#include "containers/views.hpp"
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_plan.hpp"
 #include "gpu/triangular/levelset/levelset_trsv.hpp"
@@ -18,23 +19,12 @@
 
 namespace orvane::vrt::sparse::gpu {
 
-namespace levelset_detail {
-
-// In USM each step depends on all steps before it; buffers order themselves.
-template <containerType C>
-void chain(std::vector<sycl::event>& list, const sycl::event& e) {
-  if constexpr (C == container_usm) list.push_back(e);
-}
-
-}  // namespace levelset_detail
-
 // The lower side walks the colors upward; the upper side walks them downward, which the same
 // coloring serves, since every entry above the diagonal of a row leads to a higher color.
 template <typename T, typename I, containerType C>
 sycl::event levelset_trsv(sycl::queue& queue, triangle side, diag diagonal, T alpha,
                           matrix_handle* handle, container_t<C, T> x, container_t<C, T> y,
                           const std::vector<sycl::event>& deps) {
-  using levelset_detail::chain;
   const bool lower = side == triangle::lower;
   const coloringData* d = lower ? handle->coloring_lower : handle->coloring_upper;
   if (d == nullptr) internal_error(triangular_names::trsv);
@@ -44,14 +34,15 @@ sycl::event levelset_trsv(sycl::queue& queue, triangle side, diag diagonal, T al
   const auto op = make_levelset_operands<T, I, C>(*d, side, alpha, diagonal != diag::unit);
   std::vector<sycl::event> list = deps;
 
-  chain<C>(list, submit_permutation<permutation::into_colors, T, I, C>(
+  chain_event<C>(list,
+                 submit_permutation<permutation::into_colors, T, I, C>(
                      queue, side, op.nrows, x, as_container<C, I>(d->row_of_position), op.x, list));
   // The lower side meets the head first, the upper side the tail.
   const std::int32_t first_run = lower ? head : tail;
   const std::int32_t second_run = lower ? tail : head;
   if (first_run >= 1)
-    chain<C>(list, submit_narrow_run<narrow_run::first, T, I, C>(queue, op, lower ? 0 : colors - 1,
-                                                                 first_run, lower ? 1 : -1, list));
+    chain_event<C>(list, submit_narrow_run<narrow_run::first, T, I, C>(
+                             queue, op, lower ? 0 : colors - 1, first_run, lower ? 1 : -1, list));
   if (colors - head - tail >= 1)
     visit_middle_sync<T>(middle_sync_of(*d, side), [&]<middle_sync M>() {
       if constexpr (M == middle_sync::atomics)
@@ -60,9 +51,9 @@ sycl::event levelset_trsv(sycl::queue& queue, triangle side, diag diagonal, T al
         middle_per_color<T, I, C>(queue, op, *d, list);
     });
   if (second_run >= 1)
-    chain<C>(list,
-             submit_narrow_run<narrow_run::second, T, I, C>(
-                 queue, op, lower ? colors - tail : head - 1, second_run, lower ? 1 : -1, list));
+    chain_event<C>(
+        list, submit_narrow_run<narrow_run::second, T, I, C>(
+                  queue, op, lower ? colors - tail : head - 1, second_run, lower ? 1 : -1, list));
   return submit_permutation<permutation::into_rows, T, I, C>(
       queue, side, op.nrows, op.y, as_container<C, I>(d->position_of_row), y, list);
 }

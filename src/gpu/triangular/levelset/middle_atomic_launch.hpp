@@ -87,9 +87,9 @@ sycl::event middle_by_atomics(sycl::queue& queue, const levelset_operands<T, I, 
                               const coloringData& data, std::vector<sycl::event>& dependencies) {
   static_assert(!is_complex_v<T>, "complex solves never synchronise by atomics");
   const sycl::event init = submit_counter_init<I, C>(queue, op.side, data, dependencies);
-  if constexpr (C == container_usm) dependencies.push_back(init);
+  chain_event<C>(dependencies, init);
   const sycl::event solved = submit_atomic_solve<T, I, C>(queue, op, data, {init});
-  if constexpr (C == container_usm) dependencies.push_back(solved);
+  chain_event<C>(dependencies, solved);
   return solved;
 }
 

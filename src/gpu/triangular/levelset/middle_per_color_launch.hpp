@@ -52,7 +52,7 @@ sycl::event middle_per_color(sycl::queue& queue, const levelset_operands<T, I, C
                                      static_cast<std::size_t>(color_ptr[color + 1]),
                                      i == 0 ? dependencies : std::vector<sycl::event>{last});
   }
-  if constexpr (C == container_usm) dependencies.push_back(last);
+  chain_event<C>(dependencies, last);
   return last;
 }
 
