@@ -337,7 +337,7 @@ void expect_solves_follow(sycl::queue& q, bound_matrix<T, I>& b, const csr_matri
 
 template <typename T, typename I>
 void check_levelset_after_update(const char* profile, const csr_matrix<T, I>& A, bool symmetric,
-                                 const std::string& what) {
+                                 const std::string& what, bool want_middle = false) {
   sycl::queue q{hostsycl::emulated_gpu(profile)};
   for (memory m : {memory::device, memory::buffer}) {
     bound_matrix<T, I> b(q, A, m);
@@ -346,6 +346,12 @@ void check_levelset_after_update(const char* profile, const csr_matrix<T, I>& A,
     const vs::coloringData* lower = b.handle()->coloring_lower;
     const vs::coloringData* upper = b.handle()->coloring_upper;
     ASSERT_NE(lower, nullptr);
+    ASSERT_NE(upper, nullptr);
+    if (want_middle) {
+      for (const vs::coloringData* c : {lower, upper}) {
+        EXPECT_GE(c->num_colors - c->head_colors - c->tail_colors, 1) << what << " " << profile;
+      }
+    }
     auto current = A;
     for (double shift : {3.0, -1.5}) {
       const auto d = shifted_diagonal<T>(A.nrows, shift);
@@ -366,10 +372,9 @@ TYPED_TEST(UpdateDiagonal, LevelSetSolvesOfAnUnsortedMatrixSeeTheNewDiagonal) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   // Wide enough for middle colors, so that code 4 synchronises real solves by atomics.
-  const auto A = dominant_matrix<T, I>(600, 2, 31);
+  const auto A = dominant_matrix<T, I>(1000, 2, 31);
   for (const char* profile : gpu_profiles) {
-    sycl::queue probe{hostsycl::emulated_gpu(profile)};
-    check_levelset_after_update<T, I>(profile, A, false, "unsorted");
+    check_levelset_after_update<T, I>(profile, A, false, "unsorted", true);
   }
 }
 
@@ -479,6 +484,48 @@ TYPED_TEST(UpdateDiagonal, TheDefaultSolveSeesTheNewDiagonalAndItsZeros) {
       expect_close(b.trsv(vrt::uplo::upper, vrt::diag::unit, T(1), x),
                    reference_solve(with_diagonal(A, d), true, true, T(1), x), what + " unit");
     }
+  }
+}
+
+// A transposed product on host y runs on an explicit transpose (conjugated for conjtrans): both
+// hold the diagonal too.
+TYPED_TEST(UpdateDiagonal, ExplicitTransposesHoldTheNewDiagonal) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = dominant_matrix<T, I>(70, 4, 38);
+  const auto n = static_cast<std::size_t>(A.nrows);
+  const auto x = random_vector<T>(A.nrows, 9);
+  const T alpha(real_t<T>(1.25)), beta(real_t<T>(0));
+  for (const char* profile : {"emu-a1", "emu-a3", "emu-a5"}) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    bound_matrix<T, I> b(q, A, memory::device);
+    vrt_test::device_array<T> xs(q, x, memory::device);
+    auto product = [&](vrt::transpose op) {
+      vrt_test::device_array<T> ys(q, std::vector<T>(n, nan_value<T>()), memory::host);
+      vs::gemv(q, op, alpha, b.handle(), xs.usm(), beta, ys.usm(), {b.last()}).wait();
+      return ys.read(n);
+    };
+    // y = alpha op(M) x, on the host.
+    auto oracle = [&](const csr_matrix<T, I>& M, vrt::transpose op) {
+      std::vector<T> y(n, T(0));
+      for (std::size_t r = 0; r < n; ++r)
+        for (I k = M.row_ptr[r]; k < M.row_ptr[r + 1]; ++k) {
+          T v = M.values[static_cast<std::size_t>(k)];
+          if constexpr (is_complex<T>)
+            if (op == vrt::transpose::conjtrans) v = std::conj(v);
+          y[static_cast<std::size_t>(M.col_ind[static_cast<std::size_t>(k)])] += alpha * v * x[r];
+        }
+      return y;
+    };
+    for (vrt::transpose op : {vrt::transpose::trans, vrt::transpose::conjtrans})
+      expect_close(product(op), oracle(A, op), std::string(profile) + " before");
+    ASSERT_NE(b.handle()->transposed, nullptr);
+    ASSERT_NE(b.handle()->conj_transposed, nullptr);
+    const auto d = shifted_diagonal<T>(A.nrows, 7.0);
+    update(q, b, d);
+    for (vrt::transpose op : {vrt::transpose::trans, vrt::transpose::conjtrans})
+      expect_close(product(op), oracle(with_diagonal(A, d), op),
+                   std::string(profile) + (op == vrt::transpose::trans ? " trans" : " conjtrans"));
   }
 }
 
