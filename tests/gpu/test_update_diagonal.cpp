@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "gpu/format/update_diagonal_plan.hpp"
 #include "handle/triangular_data.hpp"
 #include "support/test_helpers.hpp"
 #include "triangular_support.hpp"
@@ -126,6 +127,58 @@ const std::string missing_message =
     prefix("update_diagonal_values") +
     "unimplemented functionality: the matrix is missing diagonal values in the structure, this "
     "is not supported for sparse::update_diagonal_values().";
+
+// ---- which copies a handle holds ---------------------------------------------------------------
+
+TEST(UpdateDiagonalPlan, EachStructureOnceWithThePositionsOfItsAnalysis) {
+  vs::sparseStructure primary{}, sorted{}, lower{}, upper{}, trans{}, conj{};
+  for (vs::sparseStructure* s : {&primary, &sorted, &lower, &upper, &trans, &conj})
+    s->format = vs::format_csr;
+  vs::diagonalStructData d_sym{}, d_lower{}, d_upper{};
+  vs::matrix_handle h{};
+  h.primary = &primary;
+  h.sym_from_lower = &lower;
+  h.sym_from_upper = &upper;
+  h.diag_struct_lower = &d_lower;
+  h.diag_struct_upper = &d_upper;
+  h.transposed = &trans;
+  h.conj_transposed = &conj;
+  auto c = vs::gpu::copies_of_diagonal(h);
+  ASSERT_EQ(c.count, 5u);
+  EXPECT_EQ(c.items[0].structure, &primary);
+  EXPECT_EQ(c.items[0].positions, nullptr);  // the caller's rows are walked
+  EXPECT_EQ(c.items[1].positions, &d_lower);
+  EXPECT_EQ(c.items[2].positions, &d_upper);
+  EXPECT_FALSE(c.items[3].conjugate);
+  EXPECT_EQ(c.items[4].structure, &conj);
+  EXPECT_TRUE(c.items[4].conjugate);
+
+  // A symmetric matrix with unsorted rows: both expansion slots name the sorted copy, which the
+  // shared positions describe; it is written once.
+  primary.symmetric = 1;
+  h = vs::matrix_handle{};
+  h.primary = &primary;
+  h.sorted_copy = &sorted;
+  h.sym_from_lower = h.sym_from_upper = &sorted;
+  h.diag_struct = h.diag_struct_lower = h.diag_struct_upper = &d_sym;
+  c = vs::gpu::copies_of_diagonal(h);
+  ASSERT_EQ(c.count, 2u);
+  EXPECT_EQ(c.items[1].structure, &sorted);
+  EXPECT_EQ(c.items[1].positions, &d_sym);
+
+  // Sorted rows: the expansions are the matrix itself, written once by walking its rows.
+  h.sorted_copy = nullptr;
+  h.sym_from_lower = h.sym_from_upper = &primary;
+  c = vs::gpu::copies_of_diagonal(h);
+  ASSERT_EQ(c.count, 1u);
+  EXPECT_EQ(c.items[0].positions, nullptr);
+
+  vs::coloringData one{}, other{};
+  h.coloring_lower = h.coloring_upper = &one;
+  EXPECT_EQ(vs::gpu::colorings_of(h).count, 1u);
+  h.coloring_upper = &other;
+  EXPECT_EQ(vs::gpu::colorings_of(h).count, 2u);
+}
 
 // ---- refusals ---------------------------------------------------------------------------------
 
