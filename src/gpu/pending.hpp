@@ -34,12 +34,6 @@ sycl::event optimize_trsm_impl(sycl::queue&, layout, uplo, transpose, diag, matr
   throw unimplemented("sparse", "optimize_trsm");
 }
 
-template <typename T, typename I, containerType C>
-sycl::event update_diagonal_values_impl(sycl::queue&, matrix_handle*, std::int64_t,
-                                        container_t<C, T>, const event_list&) {
-  throw unimplemented("sparse", "update_diagonal_values");
-}
-
 template <typename I, containerType C>
 sycl::event matmat_impl(sycl::queue&, matrix_handle*, matrix_handle*, matrix_handle*,
                         matmat_request, matmat_descr*, container_t<C, std::int64_t>,

@@ -17,9 +17,6 @@
   template sycl::event optimize_trsm_impl<T, I, C>(sycl::queue&, layout, uplo, transpose, diag,   \
                                                    matrix_handle*, std::int64_t,                  \
                                                    const event_list&);                            \
-  template sycl::event update_diagonal_values_impl<T, I, C>(sycl::queue&, matrix_handle*,         \
-                                                            std::int64_t, container_t<C, T>,      \
-                                                            const event_list&);                   \
   }
 VRT_FOR_EACH_INSTANCE_OF_ALL(VRT_INSTANTIATE_GPU_PENDING)
 

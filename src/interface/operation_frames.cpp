@@ -188,10 +188,11 @@ sycl::event update_diagonal_values_frame(sycl::queue& q, matrix_handle* A, std::
   check_memory_model(A, C);
   check_call_matches_handle<T, C>(A, "update_diagonal_values");
   cache_context(q, A);
-  replay_analyses(q, A, deps);
+  // Refused before the analyses of a rebinding are replayed: a CPU queue touches no array.
   if (q.get_device().is_cpu())
     throw unimplemented("sparse", "update_diagonal_values",
                         "currently does not support cpu device");
+  replay_analyses(q, A, deps);
   return visit_variant<T, C>(
       A, {.function = "update_diagonal_values"}, [&]<typename, typename I, containerType>() {
         return gpu::update_diagonal_values_impl<T, I, C>(q, A, length, diagonal, deps);

@@ -187,4 +187,26 @@ class bound_matrix {
   sycl::event ready;
 };
 
+// Entry i of the diagonal that --update-diagonal writes (formula in --help).
+template <typename T>
+T new_diagonal_entry(std::int64_t i) {
+  return from_complex<T>(
+      {4.0 + static_cast<double>(i % 5) / 2.0, static_cast<double>(i % 2) / 4.0});
+}
+
+// Replaces the diagonal of the bound matrix with update_diagonal_values, after deps; returns
+// once it is done, so that the next run depends on nothing.
+template <typename Model, typename T, typename I>
+void update_diagonal(Model, sycl::queue& q, bound_matrix<T, I>& M, const vs::event_list& deps) {
+  std::vector<T> entries(static_cast<std::size_t>(M.nrows));
+  for (std::int64_t i = 0; i < M.nrows; ++i)
+    entries[static_cast<std::size_t>(i)] = new_diagonal_entry<T>(i);
+  device_array<T> diagonal(q, Model::usm, entries);
+  if constexpr (Model::usm) {
+    vs::update_diagonal_values(q, M.handle, M.nrows, diagonal.usm(), deps).wait();
+  } else {
+    vs::update_diagonal_values(q, M.handle, diagonal.buffer());
+  }
+}
+
 }  // namespace vrt_driver

@@ -42,13 +42,21 @@ result run_dense_routine(sycl::queue& q, const options& o, const host_matrix<T, 
   with_model(usm, [&](auto model) {
     vs::event_list deps = {M.ready};
     if (o.optimize) deps = {vs::optimize_trsm(q, lay, ul, op, dg, h, n, deps)};
-    sycl::event done;
-    if (solve)
-      done = invoke(model, deps, VRT_DRIVER_ROUTINE(trsm), q, lay, op, dense_op, ul, dg, alpha, h,
-                    operand(model, b), n, in.ld, operand(model, c), res.ld);
-    else
-      done = invoke(model, deps, VRT_DRIVER_ROUTINE(gemm), q, lay, op, dense_op, alpha, h,
-                    operand(model, b), n, in.ld, beta, operand(model, c), res.ld);
+    auto run = [&](device_array<T>& c_out) {
+      if (solve)
+        return invoke(model, deps, VRT_DRIVER_ROUTINE(trsm), q, lay, op, dense_op, ul, dg, alpha, h,
+                      operand(model, b), n, in.ld, operand(model, c_out), res.ld);
+      return invoke(model, deps, VRT_DRIVER_ROUTINE(gemm), q, lay, op, dense_op, alpha, h,
+                    operand(model, b), n, in.ld, beta, operand(model, c_out), res.ld);
+    };
+    if (o.update_diagonal) {
+      // The first run on a result of its own, so that the reported run starts from the inputs.
+      device_array<T> c_first(q, usm, c.read());
+      run(c_first).wait();
+      update_diagonal(model, q, M, {});
+      deps = {};
+    }
+    sycl::event done = run(c);
     done.wait();
     return 0;
   });

@@ -69,6 +69,12 @@ minimum plus --ld-pad; the padding holds NaN and is not written.
                        their largest real or imaginary magnitude; s_i = 1 for m_i = 0), then add
                        1 to the diagonal of rows i < min(rows, cols), inserting it when missing:
                        every triangle becomes diagonally dominant, so solves are well conditioned
+  --update-diagonal    run the routine once, replace the diagonal of A on the device with
+                       update_diagonal_values (new entry of row i: 4 + (i mod 5) / 2
+                       + i (i mod 2) / 4), then run it again and write that second result: the
+                       analyses and plans of the first run must follow the new diagonal (gemv,
+                       gemvdot, symv, trmv, trsv, trsm, gemm; A must store every diagonal
+                       entry, which --dominant ensures; CPU devices refuse it)
   --output FILE        result file (default: standard output)
   --help               this text
 
@@ -95,6 +101,9 @@ namespace mm = orvane::vrt::matrix_market;
 const std::vector<std::string> routines = {"gemv", "gemvdot", "symv",   "trmv",        "trsv",
                                            "trsm", "gemm",    "matmat", "sort_matrix", "omatcopy"};
 const std::vector<std::string> optimized = {"gemv", "gemvdot", "trmv", "trsv", "trsm"};
+// The routines that run on A with dense operands: they can run again after a diagonal update.
+const std::vector<std::string> rerunnable = {"gemv", "gemvdot", "symv", "trmv",
+                                             "trsv", "trsm",    "gemm"};
 
 std::string quoted(const std::string& s) { return "'" + s + "'"; }
 
@@ -164,6 +173,9 @@ void check_together(const options& o, const std::string& alpha_text, const std::
   if (o.optimize && !contains(optimized, o.routine))
     throw usage_error("--optimize: " + o.routine + " has no optimize routine (" +
                       alternatives(optimized) + " have)");
+  if (o.update_diagonal && !contains(rerunnable, o.routine))
+    throw usage_error("--update-diagonal: " + o.routine + " does not run again on A (" +
+                      alternatives(rerunnable) + " do)");
   if (!o.matrix_b.empty() && o.routine != "matmat")
     throw usage_error("--matrix-b: only matmat takes a second matrix, not " + o.routine);
   if (o.y_memory != "device" && o.memory != "usm")
@@ -211,8 +223,10 @@ options parse(int argc, char** argv) {
       o.help = true;
       return o;
     }
-    if (key == "--optimize" || key == "--dominant") {
-      (key == "--optimize" ? o.optimize : o.dominant) = true;
+    if (key == "--optimize" || key == "--dominant" || key == "--update-diagonal") {
+      (key == "--optimize"   ? o.optimize
+       : key == "--dominant" ? o.dominant
+                             : o.update_diagonal) = true;
       continue;
     }
     const auto set = valued.find(key);

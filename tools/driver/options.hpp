@@ -19,6 +19,8 @@ struct options {
   std::complex<double> alpha = 1.0, beta = 0.0;
   // trsv takes the overload without alpha unless --alpha is given.
   bool alpha_given = false, optimize = false, dominant = false;
+  // --update-diagonal: run once, replace the diagonal of A, and report the second run.
+  bool update_diagonal = false;
   // --help: print the usage and nothing else.
   bool help = false;
 };

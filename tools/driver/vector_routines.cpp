@@ -37,21 +37,31 @@ result run_vector_routine(sycl::queue& q, const options& o, const host_matrix<T,
       deps = {planned};
     }
     auto X = [&](device_array<T>& a) -> decltype(auto) { return operand(model, a); };
-    sycl::event done;
-    if (routine == "gemv")
-      done = invoke(model, deps, VRT_DRIVER_ROUTINE(gemv), q, op, alpha, h, X(x), beta, X(y));
-    else if (routine == "gemvdot")
-      done =
-          invoke(model, deps, VRT_DRIVER_ROUTINE(gemvdot), q, op, alpha, h, X(x), beta, X(y), X(d));
-    else if (routine == "symv")
-      done = invoke(model, deps, VRT_DRIVER_ROUTINE(symv), q, ul, alpha, h, X(x), beta, X(y));
-    else if (routine == "trmv")
-      done =
-          invoke(model, deps, VRT_DRIVER_ROUTINE(trmv), q, ul, op, dg, alpha, h, X(x), beta, X(y));
-    else if (o.alpha_given)
-      done = invoke(model, deps, VRT_DRIVER_ROUTINE(trsv), q, ul, op, dg, alpha, h, X(x), X(y));
-    else
-      done = invoke(model, deps, VRT_DRIVER_ROUTINE(trsv), q, ul, op, dg, h, X(x), X(y));
+    auto run = [&](device_array<T>& y_out, device_array<T>& d_out) {
+      if (routine == "gemv")
+        return invoke(model, deps, VRT_DRIVER_ROUTINE(gemv), q, op, alpha, h, X(x), beta, X(y_out));
+      if (routine == "gemvdot")
+        return invoke(model, deps, VRT_DRIVER_ROUTINE(gemvdot), q, op, alpha, h, X(x), beta,
+                      X(y_out), X(d_out));
+      if (routine == "symv")
+        return invoke(model, deps, VRT_DRIVER_ROUTINE(symv), q, ul, alpha, h, X(x), beta, X(y_out));
+      if (routine == "trmv")
+        return invoke(model, deps, VRT_DRIVER_ROUTINE(trmv), q, ul, op, dg, alpha, h, X(x), beta,
+                      X(y_out));
+      if (o.alpha_given)
+        return invoke(model, deps, VRT_DRIVER_ROUTINE(trsv), q, ul, op, dg, alpha, h, X(x),
+                      X(y_out));
+      return invoke(model, deps, VRT_DRIVER_ROUTINE(trsv), q, ul, op, dg, h, X(x), X(y_out));
+    };
+    if (o.update_diagonal) {
+      // The first run on arrays of its own, so that the reported run starts from the inputs.
+      device_array<T> y_first(q, usm, y_vector<T>(ny), to_usm_kind(o.y_memory));
+      device_array<T> d_first(q, usm, {T(0)});
+      run(y_first, d_first).wait();
+      update_diagonal(model, q, M, {});
+      deps = {};
+    }
+    sycl::event done = run(y, d);
     done.wait();
     if (routine == "gemv" && !q.get_device().is_cpu()) report_gemv_plan(h, op);
     return 0;

@@ -20,6 +20,9 @@
 //   gpu::kernels::csr::<p>transposeKernel       gpu::kernels::csr_transpose_kernel<T, I, C>
 //                                               (csr_transpose_launch.hpp)
 //   gpu::kernels::coo::<p>transposeKernel       transpose_kernels::coo_transpose_kernel<T, I, C>
+//   gpu::<p>update_diagonal_values_impl_<i>, buffer and USM overloads
+//                                               gpu::update_diagonal_values_impl<T, I, C>
+//                                               (update_diagonal_entry.hpp)
 // Kernel names of the design that are one kernel here: <p>sortIndicesValuesKernel,
 // sortIndicesKernel and <p>copySortCsrKernel are sortIndicesKernel<..., Values>;
 // transComputeStructure* is valued<transCompute*, false>; transNnzCountSingle and
@@ -39,7 +42,32 @@ inline constexpr const char* sort_before_binding =
 inline constexpr const char* sort_of_coo =
     "Sorting COO matrix format is currently not supported with this API";
 
+// The routine word of the diagonal update, and its refusals in the order they are tested.
+inline constexpr const char* update_diagonal_word = "update_diagonal_values";
+inline constexpr const char* update_not_initialized = "Matrix is not initialized";
+inline constexpr const char* update_csr_only =
+    "currently only supports the CSR matrix format on GPU devices";
+inline constexpr const char* update_diagonal_too_short = "diagonal buffer/array is not long enough";
+inline constexpr const char* update_missing_diagonal =
+    "the matrix is missing diagonal values in the structure, this is not supported for "
+    "sparse::update_diagonal_values().";
+
 namespace kernels {
+// Diagonal update: the missing-diagonal check, the write into a structure (walking its rows or
+// through its split positions), and the refresh of the diagonal record and of a coloring.
+template <typename I, containerType C>
+class updateDiagCheckKernel;
+template <typename T, typename I, containerType C>
+class updateDiagValuesKernel;
+template <typename T, typename I, containerType C>
+class updateDiagValuesAtKernel;
+template <typename I, containerType C>
+class updateDiagClearZeroFlag;
+template <typename T, typename I, containerType C>
+class updateDiagDataKernel;
+template <typename T, typename I, containerType C>
+class updateColoredInvDiagKernel;
+
 // Row sort, with or without values.
 template <typename T, typename I, containerType C, bool Values>
 class sortIndicesKernel;
