@@ -84,16 +84,22 @@ sycl::event submit_flagged_solve(sycl::queue& queue, const default_trsm_operands
                                                                                          launch);
 }
 
-// The flagged solve's work areas, zeroed; null where an allocation failed (what was taken is
-// freed: the solve goes on without them, unreported).
+// The flagged solve's work areas, zeroed; null where an allocation failed or landed in host
+// memory (what was taken is freed: the solve goes on without them, unreported).
 template <typename I, containerType C>
 bool take_flag_areas(sycl::queue& queue, std::size_t flag_count, std::size_t ticket_count,
                      void** flags, void** tickets) {
-  *flags = allocate_device_container<I>(flag_count, queue, C);
-  *tickets = *flags != nullptr ? allocate_device_container<I>(ticket_count, queue, C) : nullptr;
-  if (*tickets == nullptr) {
+  *flags = try_allocate<I>(flag_count, queue, C);
+  *tickets = *flags != nullptr ? try_allocate<I>(ticket_count, queue, C) : nullptr;
+  // A device allocation may have fallen back to host memory, which device atomics never target.
+  bool usable = *tickets != nullptr;
+  if constexpr (C == container_usm)
+    usable = usable && !is_host_usm<C>(queue, static_cast<I*>(*flags)) &&
+             !is_host_usm<C>(queue, static_cast<I*>(*tickets));
+  if (!usable) {
     if (*flags != nullptr) deallocate_container<I>(*flags, queue, C);
-    *flags = nullptr;
+    if (*tickets != nullptr) deallocate_container<I>(*tickets, queue, C);
+    *flags = *tickets = nullptr;
     return false;
   }
   if constexpr (C == container_usm) {

@@ -84,8 +84,8 @@ sycl::event opt_trsm(sycl::queue& queue, triangle side, layout dense_layout, dia
   if (nrows == 0) return coalesce_events(queue, C, deps, false);
 
   const std::size_t tile_entries = nrows * static_cast<std::size_t>(plan.tile);
-  void* x_tile = allocate_device_container<T>(tile_entries, queue, C);
-  void* y_tile = x_tile != nullptr ? allocate_device_container<T>(tile_entries, queue, C) : nullptr;
+  void* x_tile = try_allocate<T>(tile_entries, queue, C);
+  void* y_tile = x_tile != nullptr ? try_allocate<T>(tile_entries, queue, C) : nullptr;
   if (y_tile == nullptr) {
     if (x_tile != nullptr) deallocate_container<T>(x_tile, queue, C);
     throw device_bad_alloc("sparse", triangular_names::trsm, queue.get_device());

@@ -8,6 +8,7 @@
 #include <sycl/sycl.hpp>
 #include <vector>
 
+#include "containers/containers.hpp"
 #include "containers/views.hpp"
 #include "gpu/operand_binding.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
@@ -15,6 +16,17 @@
 #include "gpu/triangular/trsm/tile_kernel.hpp"
 
 namespace orvane::vrt::sparse::gpu {
+
+// A per-call work area, or null when it cannot be had: the runtime may refuse a buffer's storage
+// by an exception rather than by a null.
+template <typename T>
+void* try_allocate(std::size_t count, sycl::queue& queue, containerType container) {
+  try {
+    return allocate_device_container<T>(count, queue, container);
+  } catch (const sycl::exception&) {
+    return nullptr;
+  }
+}
 
 // A dense operand's addressing: element (r, c) at r * ld + c in row-major, c * ld + r otherwise.
 struct dense_shape {
