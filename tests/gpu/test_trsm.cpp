@@ -471,15 +471,20 @@ TYPED_TEST(Trsm, RefusalsInOrder) {
       [&] { device_trsm(nt, nt, vrt::uplo::lower, vrt::diag::nonunit, heap.data()); },
       prefix("trsm") + "uninitialized object: Matrix is not initialized");
   h->primary = primary;
-  // 3. Y in memory the context does not know, before the diagonal check and the operations.
-  expect_message<vrt::invalid_argument>(
-      [&] {
-        device_trsm(vrt::transpose::trans, nt, vrt::uplo::lower, vrt::diag::nonunit, heap.data());
-      },
-      prefix("trsm") + "invalid argument: given usm alloc type is unknown");
-  // 4. the diagonal check of a non-unit solve, before the format.
+  // 3. Y in memory the context does not know, before the diagonal check (this matrix lacks a
+  // diagonal entry), the format and the operations.
   const auto B = dominant_matrix<T, I>(20, 3, 4, 0, 5);
   bound_matrix<T, I> missing(q, B, memory::device);
+  missing.handle()->primary->format = vs::format_coo;
+  expect_message<vrt::invalid_argument>(
+      [&] {
+        vs::gpu::trsm_impl<T, I, vs::container_usm>(
+            q, s.lay, vrt::transpose::trans, nt, vrt::uplo::lower, vrt::diag::nonunit, T(1),
+            missing.handle(), xs.usm(), s.columns, s.ld, heap.data(), s.ld, {});
+      },
+      prefix("trsm") + "invalid argument: given usm alloc type is unknown");
+  missing.handle()->primary->format = vs::format_csr;
+  // 4. the diagonal check of a non-unit solve, before the format.
   missing.handle()->primary->format = vs::format_coo;
   expect_message<vrt::unimplemented>(
       [&] {
