@@ -16,22 +16,9 @@ sycl::event trmv_impl(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, co
 }
 
 template <typename T, typename I, containerType C>
-sycl::event trsm_impl(sycl::queue&, layout, transpose, transpose, uplo, diag, T, matrix_handle*,
-                      container_t<C, T>, std::int64_t, std::int64_t, container_t<C, T>,
-                      std::int64_t, const event_list&) {
-  throw unimplemented("sparse", "trsm");
-}
-
-template <typename T, typename I, containerType C>
 sycl::event optimize_trmv_impl(sycl::queue&, uplo, transpose, diag, matrix_handle*,
                                const event_list&) {
   throw unimplemented("sparse", "optimize_trmv");
-}
-
-template <typename T, typename I, containerType C>
-sycl::event optimize_trsm_impl(sycl::queue&, layout, uplo, transpose, diag, matrix_handle*,
-                               std::int64_t, const event_list&) {
-  throw unimplemented("sparse", "optimize_trsm");
 }
 
 template <typename I, containerType C>

@@ -145,4 +145,84 @@ class triangleData2;
 
 }  // namespace kernels
 
+// ---- trsm ----
+//
+// The design's names of the trsm entries and shells, and the C++ that is each of them:
+//
+// clang-format off
+//   ?trsm_impl                         gpu::trsm_impl<T, I, C>                 trsm/trsm_entry.hpp
+//   csr::?trsm_impl                    gpu::csr::trsm_impl<T, I, C>            trsm/trsm_entry.hpp
+//   ?optimize_trsm_impl                gpu::optimize_trsm_impl<T, I, C>        trsm/optimize_trsm_entry.hpp
+//   csr::?opt_trsm_lower_impl          gpu::opt_trsm<T, I, C>, side lower      trsm/tile_solve_launch.hpp
+//   csr::?opt_trsm_upper_impl          gpu::opt_trsm<T, I, C>, side upper
+//   csr::?def_trsm_impl                gpu::def_trsm<T, I, C>                  trsm/default_trsm_launch.hpp
+// clang-format on
+
+namespace triangular_names {
+
+inline constexpr const char* trsm = "trsm";
+inline constexpr const char* optimize_trsm = "optimize_trsm";
+// optimize_trsm and trsm word a bad uplo each their own way.
+inline constexpr const char* uplo_val = "uplo_val";
+inline constexpr const char* uplo_flag_invalid = "uplo_flag is invalid";
+inline constexpr const char* unknown_usm_kind = "given usm alloc type is unknown";
+inline constexpr const char* no_work_group_size = "device max_work_group_size <= 0";
+
+}  // namespace triangular_names
+
+// The tile solve over the coloured triangle (full blocks, then the leftover columns as rem*),
+// and the default solve.
+namespace kernels {
+
+template <typename T, typename I, containerType C>
+class permMatX_lower_class;
+template <typename T, typename I, containerType C>
+class permMatX_upper_class;
+template <typename T, typename I, containerType C>
+class firstColorsTrsmLower;
+template <typename T, typename I, containerType C>
+class firstColorsTrsmUpper;
+template <typename T, typename I, containerType C>
+class middleColorsTrsmLower;
+template <typename T, typename I, containerType C>
+class middleColorsTrsmUpper;
+template <typename T, typename I, containerType C>
+class lastColorsTrsmLower;
+template <typename T, typename I, containerType C>
+class lastColorsTrsmUpper;
+template <typename T, typename I, containerType C>
+class permMatY_lower_class;
+template <typename T, typename I, containerType C>
+class permMatY_upper_class;
+template <typename T, typename I, containerType C>
+class remPermMatX_lower_class;
+template <typename T, typename I, containerType C>
+class remPermMatX_upper_class;
+template <typename T, typename I, containerType C>
+class remFirstColorsTrsmLower;
+template <typename T, typename I, containerType C>
+class remFirstColorsTrsmUpper;
+template <typename T, typename I, containerType C>
+class remMiddleColorsTrsmLower;
+template <typename T, typename I, containerType C>
+class remMiddleColorsTrsmUpper;
+template <typename T, typename I, containerType C>
+class remLastColorsTrsmLower;
+template <typename T, typename I, containerType C>
+class remLastColorsTrsmUpper;
+template <typename T, typename I, containerType C>
+class remPermMatY_lower_class;
+template <typename T, typename I, containerType C>
+class remPermMatY_upper_class;
+template <typename T, typename I, containerType C>
+class def_notmp_trsm_lower_kernel;
+template <typename T, typename I, containerType C>
+class def_notmp_trsm_upper_kernel;
+template <typename T, typename I, containerType C>
+class def_trsm_lower_kernel;
+template <typename T, typename I, containerType C>
+class def_trsm_upper_kernel;
+
+}  // namespace kernels
+
 }  // namespace orvane::vrt::sparse::gpu

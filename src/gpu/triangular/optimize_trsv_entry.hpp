@@ -1,5 +1,6 @@
 // optimize_trsv on the device: the symmetric expansion (or the matrix itself when it is flagged
-// symmetric), the diagonal analysis of that structure, then its level sets.
+// symmetric), the diagonal analysis of that structure, then its level sets. optimize_trsm runs
+// the same analysis under its own words, so a triangle analysed by either serves both solves.
 #pragma once
 
 #include <orvane/vrt/sparse.hpp>
@@ -15,12 +16,19 @@
 
 namespace orvane::vrt::sparse::gpu {
 
+// The words an analysis entry refuses with: its routine word and the detail of a bad uplo.
+struct analysis_words {
+  const char* routine;
+  const char* bad_uplo;
+};
+
 template <typename T, typename I, containerType C>
-sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, diag diagonal,
-                               matrix_handle* A, const event_list& deps) {
+sycl::event analyse_triangle(sycl::queue& queue, uplo triangle, transpose op, diag diagonal,
+                             matrix_handle* A, const event_list& deps,
+                             const analysis_words& words) {
   namespace names = triangular_names;
-  const char* const word = names::optimize_trsv;
-  if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", word, names::uplo_flag);
+  const char* const word = words.routine;
+  if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", word, words.bad_uplo);
   if (diagonal != diag::nonunit && diagonal != diag::unit)
     throw invalid_argument("sparse", word, names::diag_flag);
   if (op != transpose::nontrans) throw unimplemented("sparse", word, names::nontrans_only);
@@ -59,6 +67,13 @@ sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, 
   }
   if (C == container_usm && !deps.empty()) return coalesce_events(queue, C, deps, false);
   return last;
+}
+
+template <typename T, typename I, containerType C>
+sycl::event optimize_trsv_impl(sycl::queue& queue, uplo triangle, transpose op, diag diagonal,
+                               matrix_handle* A, const event_list& deps) {
+  return analyse_triangle<T, I, C>(queue, triangle, op, diagonal, A, deps,
+                                   {triangular_names::optimize_trsv, triangular_names::uplo_flag});
 }
 
 }  // namespace orvane::vrt::sparse::gpu
