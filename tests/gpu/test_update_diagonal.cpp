@@ -667,7 +667,7 @@ TYPED_TEST(UpdateDiagonal, DISABLED_TrmvAfterItsAnalysisSeesTheNewDiagonal) {
   }
 }
 
-TYPED_TEST(UpdateDiagonal, DISABLED_TrsmAfterItsAnalysisSeesTheNewDiagonal) {
+TYPED_TEST(UpdateDiagonal, TrsmAfterItsAnalysisSeesTheNewDiagonal) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   const auto A = dominant_matrix<T, I>(300, 3, 37);
