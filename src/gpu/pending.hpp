@@ -10,22 +10,10 @@
 namespace orvane::vrt::sparse::gpu {
 
 template <typename T, typename I, containerType C>
-sycl::event trmv_impl(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, container_t<C, T>, T,
-                      container_t<C, T>, const event_list&) {
-  throw unimplemented("sparse", "trmv");
-}
-
-template <typename T, typename I, containerType C>
 sycl::event trsm_impl(sycl::queue&, layout, transpose, transpose, uplo, diag, T, matrix_handle*,
                       container_t<C, T>, std::int64_t, std::int64_t, container_t<C, T>,
                       std::int64_t, const event_list&) {
   throw unimplemented("sparse", "trsm");
-}
-
-template <typename T, typename I, containerType C>
-sycl::event optimize_trmv_impl(sycl::queue&, uplo, transpose, diag, matrix_handle*,
-                               const event_list&) {
-  throw unimplemented("sparse", "optimize_trmv");
 }
 
 template <typename T, typename I, containerType C>

@@ -5,15 +5,10 @@
 
 #define VRT_INSTANTIATE_GPU_PENDING(T, I, C)                                                      \
   namespace orvane::vrt::sparse::gpu {                                                            \
-  template sycl::event trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, \
-                                          container_t<C, T>, T, container_t<C, T>,                \
-                                          const event_list&);                                     \
   template sycl::event trsm_impl<T, I, C>(sycl::queue&, layout, transpose, transpose, uplo, diag, \
                                           T, matrix_handle*, container_t<C, T>, std::int64_t,     \
                                           std::int64_t, container_t<C, T>, std::int64_t,          \
                                           const event_list&);                                     \
-  template sycl::event optimize_trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,           \
-                                                   matrix_handle*, const event_list&);            \
   template sycl::event optimize_trsm_impl<T, I, C>(sycl::queue&, layout, uplo, transpose, diag,   \
                                                    matrix_handle*, std::int64_t,                  \
                                                    const event_list&);                            \

@@ -404,6 +404,17 @@ def plan(A, matrix, selection_file, place):
                            "--device": "emu-a4"}),
                  ("trsv", {"--uplo": "upper", "--op": "n", "--diag": "unit", "--optimize": None,
                            "--device": "emu-a2"})]
+        # trmv on emulated GPUs: the default product on the full rows in both triangles and
+        # diagonals, and the planned product on the strict triangle after optimize_trmv (code 6
+        # plans merge path with sub-groups of 32 where the rows are spread widely).
+        runs += [("trmv", {"--uplo": "lower", "--op": "n", "--diag": "nonunit",
+                           "--device": "emu-a2"}),
+                 ("trmv", {"--uplo": "upper", "--op": "n", "--diag": "unit", "beta": 0,
+                           "--device": "emu-a4"}),
+                 ("trmv", {"--uplo": "lower", "--op": "n", "--diag": "unit", "--optimize": None,
+                           "--device": "emu-a6"}),
+                 ("trmv", {"--uplo": "upper", "--op": "n", "--diag": "nonunit", "--optimize": None,
+                           "--device": "emu-a3"})]
         runs += [("trsm", {"--layout": "row", "--columns": "1", "--uplo": "lower", "--op": "n",
                            "--diag": "nonunit"}),
                  ("trsm", {"--layout": "col", "--columns": "3", "--uplo": "upper", "--op": "t",
