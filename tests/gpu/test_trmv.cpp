@@ -310,6 +310,34 @@ TYPED_TEST(Trmv, EmptyTriangleLeavesTheDiagonalTerm) {
   }
 }
 
+TYPED_TEST(Trmv, NoRowsLeavesYUntouchedOnBothPaths) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1")};
+  csr_matrix<T, I> A;
+  A.row_ptr = {0};
+  for (memory m : all_memories) {
+    trmv_matrix<T, I> b(q, A, m);
+    for (vrt::uplo ul : both_triangles)
+      for (int planned : {0, 1}) {
+        if (planned == 1) b.optimize(ul, vrt::diag::nonunit);
+        ASSERT_EQ(b.triangle(ul) != nullptr, planned == 1);
+        // The padded element stands for y: nothing may write it.
+        const std::vector<T> start{nan_value<T>()};
+        vrt_test::device_array<T> x(q, std::vector<T>{T(1)}, m);
+        vrt_test::device_array<T> y(q, start, m);
+        b.run(
+            [&](vs::matrix_handle* h, auto&& xs, auto&& ys, auto&&... deps) {
+              return vs::trmv(q, ul, vrt::transpose::nontrans, vrt::diag::nonunit, T(1), h, xs,
+                              T(0), ys, deps...);
+            },
+            x, y);
+        b.wait();
+        EXPECT_TRUE(is_nan(y.read()[0])) << name_of(m);
+      }
+  }
+}
+
 TEST(TrmvPlan, MergePathRuleDiffersBetweenTheTriangles) {
   using vs::gpu::trmv_row_facts;
   using vs::gpu::trmv_wants_merge_path;
