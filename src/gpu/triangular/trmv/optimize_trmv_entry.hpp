@@ -84,13 +84,15 @@ void plan_trmv(sycl::queue& queue, uplo which, sparseStructure* t, event_list& d
     const std::int32_t sub_group = trmv_merge_sub_group(device->architecture);
     const std::int32_t parts =
         trmv_merge_partitions(t->nrows, t->nnz, device->hw_thread_count, sub_group);
-    if (!allocate_trmv_merge_arrays<T, I, C>(queue, parts, plan))
-      throw device_bad_alloc("sparse", word, queue.get_device());
-    deps.push_back(
-        csr::prepare_merge_path_mv_opt<I, C, kernels::optimize_trmv_find_merge_path_kernel<I, C>>(
-            queue, {t->nrows, t->ncols, t->nnz}, as_container<C, I>(t->row_ptr), I(0), plan, deps));
-    csr::apply_preset(plan, trmv_merge_preset(sub_group));
-    return;
+    // Without its four arrays the merge path gives way to the vector kernel.
+    if (allocate_trmv_merge_arrays<T, I, C>(queue, parts, plan)) {
+      deps.push_back(
+          csr::prepare_merge_path_mv_opt<I, C, kernels::optimize_trmv_find_merge_path_kernel<I, C>>(
+              queue, {t->nrows, t->ncols, t->nnz}, as_container<C, I>(t->row_ptr), I(0), plan,
+              deps));
+      csr::apply_preset(plan, trmv_merge_preset(sub_group));
+      return;
+    }
   }
   csr::apply_preset(plan, trmv_vector_preset(avg_ceil));
 }
