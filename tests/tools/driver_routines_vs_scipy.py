@@ -1,9 +1,9 @@
 #!/usr/bin/python3
 """Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
-on the CPU device (gemv, gemvdot, symv, trsv and gemm on emulated GPUs too) in several variants
-(value types, index widths, bases, memory models, formats, operations, triangles, diagonals,
-layouts, column counts, memory of y, with and without optimize) and compares each result with
-SciPy/NumPy on the same matrix and the same deterministic inputs.
+on the CPU device (gemv, gemvdot, symv, trmv, trsv and gemm on emulated GPUs too) in several
+variants (value types, index widths, bases, memory models, formats, operations, triangles,
+diagonals, layouts, column counts, memory of y, with and without optimize) and compares each
+result with SciPy/NumPy on the same matrix and the same deterministic inputs.
 
 Each matrix runs a fixed list of variants; the value type and set-up of a variant rotate with the
 matrix's place in its folder, so that over the corpus every variant meets every value type.
