@@ -9,18 +9,6 @@
 
 namespace orvane::vrt::sparse::gpu {
 
-template <typename T, typename I, containerType C>
-sycl::event trmv_impl(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, container_t<C, T>, T,
-                      container_t<C, T>, const event_list&) {
-  throw unimplemented("sparse", "trmv");
-}
-
-template <typename T, typename I, containerType C>
-sycl::event optimize_trmv_impl(sycl::queue&, uplo, transpose, diag, matrix_handle*,
-                               const event_list&) {
-  throw unimplemented("sparse", "optimize_trmv");
-}
-
 template <typename I, containerType C>
 sycl::event matmat_impl(sycl::queue&, matrix_handle*, matrix_handle*, matrix_handle*,
                         matmat_request, matmat_descr*, container_t<C, std::int64_t>,

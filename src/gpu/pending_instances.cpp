@@ -1,17 +1,6 @@
 // Instances of the device entry points that still refuse (gpu/pending.hpp), so that the frames
 // link against every variant. Each body only throws, so one unit holds them all.
-#include "common/variants.hpp"
 #include "gpu/pending.hpp"
-
-#define VRT_INSTANTIATE_GPU_PENDING(T, I, C)                                                      \
-  namespace orvane::vrt::sparse::gpu {                                                            \
-  template sycl::event trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag, T, matrix_handle*, \
-                                          container_t<C, T>, T, container_t<C, T>,                \
-                                          const event_list&);                                     \
-  template sycl::event optimize_trmv_impl<T, I, C>(sycl::queue&, uplo, transpose, diag,           \
-                                                   matrix_handle*, const event_list&);            \
-  }
-VRT_FOR_EACH_INSTANCE_OF_ALL(VRT_INSTANTIATE_GPU_PENDING)
 
 #define VRT_INSTANTIATE_GPU_MATMAT(I, C)                                                      \
   template sycl::event orvane::vrt::sparse::gpu::matmat_impl<I, C>(                           \

@@ -583,8 +583,6 @@ TYPED_TEST(UpdateDiagonal, ExplicitTransposesHoldTheNewDiagonal) {
 }
 
 // ---- trsm and trmv after an update ------------------------------------------------------------
-// These routines land on other branches: the tests are enabled (DISABLED_ dropped) once they are
-// merged. Until then both refuse on the device.
 
 template <typename T, typename I>
 std::vector<T> reference_trmv(const csr_matrix<T, I>& A, bool upper, bool unit, T alpha,
@@ -634,7 +632,7 @@ std::vector<T> run_trsm(sycl::queue& q, bound_matrix<T, I>& b, vrt::uplo ul, vrt
   return ys.read(x.size());
 }
 
-TYPED_TEST(UpdateDiagonal, DISABLED_TrmvAfterItsAnalysisSeesTheNewDiagonal) {
+TYPED_TEST(UpdateDiagonal, TrmvAfterItsAnalysisSeesTheNewDiagonal) {
   using T = typename TypeParam::value;
   using I = typename TypeParam::index;
   const auto A = dominant_matrix<T, I>(200, 3, 36);

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
 """Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
-on the CPU device (gemv, gemvdot, symv, trsv and gemm on emulated GPUs too) in several variants
-(value types, index widths, bases, memory models, formats, operations, triangles, diagonals,
-layouts, column counts, memory of y, with and without optimize, with the diagonal replaced
-between two runs on emulated GPUs) and compares each result with SciPy/NumPy on the same matrix
-and the same deterministic inputs.
+on the CPU device (gemv, gemvdot, symv, trmv, trsv, trsm and gemm on emulated GPUs too) in
+several variants (value types, index widths, bases, memory models, formats, operations,
+triangles, diagonals, layouts, column counts, memory of y, with and without optimize, with the
+diagonal replaced between two runs on emulated GPUs) and compares each result with SciPy/NumPy
+on the same matrix and the same deterministic inputs.
 
 Each matrix runs a fixed list of variants; the value type and set-up of a variant rotate with the
 matrix's place in its folder, so that over the corpus every variant meets every value type.
@@ -427,6 +427,17 @@ def plan(A, matrix, selection_file, place):
                            "--device": "emu-a4"}),
                  ("trsv", {"--uplo": "upper", "--op": "n", "--diag": "unit", "--optimize": None,
                            "--device": "emu-a2"})]
+        # trmv on emulated GPUs: the default product on the full rows in both triangles and
+        # diagonals, and the planned product on the strict triangle after optimize_trmv (code 6
+        # plans merge path with sub-groups of 32 where the rows are spread widely).
+        runs += [("trmv", {"--uplo": "lower", "--op": "n", "--diag": "nonunit",
+                           "--device": "emu-a2"}),
+                 ("trmv", {"--uplo": "upper", "--op": "n", "--diag": "unit", "beta": 0,
+                           "--device": "emu-a4"}),
+                 ("trmv", {"--uplo": "lower", "--op": "n", "--diag": "unit", "--optimize": None,
+                           "--device": "emu-a6"}),
+                 ("trmv", {"--uplo": "upper", "--op": "n", "--diag": "nonunit", "--optimize": None,
+                           "--device": "emu-a3"})]
         runs += [("trsm", {"--layout": "row", "--columns": "1", "--uplo": "lower", "--op": "n",
                            "--diag": "nonunit"}),
                  ("trsm", {"--layout": "col", "--columns": "3", "--uplo": "upper", "--op": "t",

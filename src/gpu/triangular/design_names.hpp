@@ -21,6 +21,16 @@
 //   ?updateDiagData_and_check_for_missing_diags   the same name               analysis/diag_data_entry.hpp
 //   ?symmetric_impl, ?symmetricKernel  gpu::symmetric_impl, gpu::symmetricKernel analysis/symmetric_entry.hpp
 //   ?triangularData_impl               gpu::triangularData_impl                trmv/strict_triangle_copy_launch.hpp
+//   ?trmv_impl                         gpu::trmv_impl<T, I, C>                 trmv/trmv_entry.hpp
+//   ?optimize_trmv_impl                gpu::optimize_trmv_impl<T, I, C>        trmv/optimize_trmv_entry.hpp
+//   kernels::csr::?def_trmv_kernel_impl  gpu::def_trmv_kernel_impl<T, I, C>     trmv/default_trmv_launch.hpp
+//   kernels::csr::?opt_trmv_kernel_impl  gpu::opt_trmv_kernel_impl<T, I, C>     trmv/trmv_entry.hpp
+//   sparse_trmv_syclvec<256, 4>        gpu::trmv_with_syclvec<T, I, C>         trmv/trmv_vector_launch.hpp
+//   sparse_trmv_merge_based_subgroup<g, sg>
+//                                      gpu::trmv_merge_based_subgroup<T, I, C> trmv/trmv_merge_launch.hpp
+//   compute_sum_carry_out_for_merge_path_mv (the trmv copy)
+//                                      gpu::csr::compute_sum_carry_out_for_merge_path_mv, shared
+//                                      with gemv                               mv/csr/csr_merge_launch.hpp
 // clang-format on
 //
 // The shells the design names per side take the side as a value here: trsv_impl decides it once
@@ -65,6 +75,11 @@ inline constexpr const char* missing_diagonal =
 inline constexpr const char* uncolorable =
     "the level sets do not reach every row: the sparsity pattern is not symmetric although the "
     "matrix has the symmetric property";
+
+// The triangular product.
+inline constexpr const char* trmv = "trmv";
+inline constexpr const char* merge_path_trmv = "merge-path-trmv";
+inline constexpr const char* square_only = "This function only supports square matrices";
 
 }  // namespace triangular_names
 
@@ -142,6 +157,22 @@ template <typename I, containerType C>
 class triangleData0;
 template <typename T, typename I, containerType C>
 class triangleData2;
+
+// Triangular product: the default kernels on the full rows, the vector kernel and the merge
+// path (by sub-group size; the work-group size is no template argument of the body) on the
+// strict triangle, and the planner's statistics and partition search.
+template <typename T, typename I, containerType C>
+class def_trmv_lower_csr_kernel;
+template <typename T, typename I, containerType C>
+class def_trmv_upper_csr_kernel;
+template <typename T, typename I, containerType C>
+class trmv_syclvec_csr_kernel;
+template <typename T, typename I, containerType C>
+class trmv_merge_subgroup_csr_kernel;
+template <typename I, containerType C>
+class optimize_trmv_mat_analysis_kernel;
+template <typename I, containerType C>
+class optimize_trmv_find_merge_path_kernel;
 
 }  // namespace kernels
 

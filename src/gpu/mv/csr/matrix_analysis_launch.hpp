@@ -18,8 +18,10 @@ namespace orvane::vrt::sparse::gpu::csr {
 
 // Fills max_row_nnz, min_row_nnz, avg_row_nnz, row_nnz_stddev, row_spread_ratio and density of
 // the plan. Returns false when a shared container cannot be allocated (nothing is left behind).
-// Blocks until the statistics are on the host.
-template <typename I, containerType C>
+// Blocks until the statistics are on the host. Name is the kernel's class: each planner that
+// shares the analysis names it its own way.
+template <typename I, containerType C,
+          typename Name = kernels::optimize_gemv_mat_analysis_kernel<I, C>>
 bool compute_matrix_property_data(sycl::queue& queue, std::int64_t nrows, std::int64_t ncols,
                                   std::int64_t nnz, container_t<C, I> row_ptr,
                                   gemvInternalData* plan, const std::vector<sycl::event>& deps) {
@@ -43,7 +45,7 @@ bool compute_matrix_property_data(sycl::queue& queue, std::int64_t nrows, std::i
         auto mx = bind(h, as_container<C, std::int64_t>(longest), sycl::write_only);
         auto mn = bind(h, as_container<C, std::int64_t>(shortest), sycl::write_only);
         auto sq = bind(h, as_container<C, float>(squares), sycl::write_only);
-        h.single_task<kernels::optimize_gemv_mat_analysis_kernel<I, C>>([=]() {
+        h.single_task<Name>([=]() {
           kernels::row_statistics<I>(raw(rp), nrows, ncols, mean, raw(mx), raw(mn), raw(sq));
         });
       })

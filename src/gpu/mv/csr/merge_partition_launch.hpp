@@ -21,7 +21,9 @@ struct merge_path_sizes {
 };
 
 // Fills the plan's partition_rows and partition_nnz (P + 1 each); P is plan->num_partitions.
-template <typename I, containerType C>
+// Name is the kernel's class, as for the row statistics.
+template <typename I, containerType C,
+          typename Name = kernels::optimize_gemv_find_merge_path_kernel<I, C>>
 sycl::event prepare_merge_path_mv_opt(sycl::queue& queue, const merge_path_sizes& sizes,
                                       container_t<C, I> row_ptr, I index, gemvInternalData* plan,
                                       const std::vector<sycl::event>& deps) {
@@ -36,11 +38,10 @@ sycl::event prepare_merge_path_mv_opt(sycl::queue& queue, const merge_path_sizes
     auto rp = bind(h, row_ptr, sycl::read_only);
     auto pr = bind(h, rows_out, sycl::write_only);
     auto pn = bind(h, nnz_out, sycl::write_only);
-    h.parallel_for<kernels::optimize_gemv_find_merge_path_kernel<I, C>>(
-        sycl::range<1>(static_cast<std::size_t>(parts)), [=](sycl::id<1> p) {
-          kernels::find_merge_path_border<I>(static_cast<std::int64_t>(p[0]), q, r, nrows, nnz,
-                                             raw(rp), index, raw(pr), raw(pn));
-        });
+    h.parallel_for<Name>(sycl::range<1>(static_cast<std::size_t>(parts)), [=](sycl::id<1> p) {
+      kernels::find_merge_path_border<I>(static_cast<std::int64_t>(p[0]), q, r, nrows, nnz, raw(rp),
+                                         index, raw(pr), raw(pn));
+    });
   });
 }
 
