@@ -498,14 +498,23 @@ def plan(A, matrix, selection_file, place):
              for r in range(gemm_runs)]
     if square:
         # The diagonal replaced on the device between two runs of the routine: the second run
-        # must follow it without a new analysis (the level-set solve after optimize_trsv, and
-        # the default solve, which reads the caller's values and the diagonal record).
+        # must follow it without a new analysis (the level-set solves after optimize_trsv and
+        # optimize_trsm, the default solve, which reads the caller's values and the diagonal
+        # record, and the planned trmv, which reads the diagonal record beside its triangle).
         runs += [("trsv", {"--uplo": pick(place, ["lower", "upper"]), "--op": "n",
                            "--diag": "nonunit", "--optimize": None, "--update-diagonal": None,
                            "--device": pick(place, GPUS, 6)}),
                  ("trsv", {"--uplo": pick(place, ["upper", "lower"]), "--op": "n",
                            "--diag": "nonunit", "--update-diagonal": None,
-                           "--device": pick(place, GPUS, 2)})]
+                           "--device": pick(place, GPUS, 2)}),
+                 ("trsm", {"--layout": pick(place, ["col", "row"]),
+                           "--columns": pick(place, ["3", "17"], 1),
+                           "--uplo": pick(place, ["upper", "lower"], 2), "--op": "n",
+                           "--diag": "nonunit", "--optimize": None, "--update-diagonal": None,
+                           "--device": pick(place, GPUS, 3)}),
+                 ("trmv", {"--uplo": pick(place, ["lower", "upper"], 1), "--op": "n",
+                           "--diag": "nonunit", "--optimize": None, "--update-diagonal": None,
+                           "--device": pick(place, GPUS, 4)})]
     P = pattern(A)
     first = P @ P if square else P.T @ P
     if first.nnz > LARGE_PRODUCT:
