@@ -242,6 +242,7 @@ std::atomic<std::uint64_t> g_stress_seed{[] {
   return v != nullptr ? std::strtoull(v, nullptr, 10) : 0ull;
 }()};
 std::atomic<std::size_t> g_injected_failures{0};
+std::atomic<std::size_t> g_injected_skips{0};  // allocations that succeed before the failures
 }  // namespace
 
 bool strict_mode() noexcept { return g_strict.load(std::memory_order_relaxed); }
@@ -273,6 +274,11 @@ std::uint64_t next_object_identity() noexcept {
 }
 
 bool take_injected_failure() {
+  if (g_injected_failures.load() == 0) return false;
+  std::size_t skip = g_injected_skips.load();
+  while (skip > 0) {
+    if (g_injected_skips.compare_exchange_weak(skip, skip - 1)) return false;
+  }
   std::size_t n = g_injected_failures.load();
   while (n > 0) {
     if (g_injected_failures.compare_exchange_weak(n, n - 1)) return true;
@@ -359,6 +365,10 @@ void set_stress_mode(bool enabled, std::uint64_t seed) {
   sycl::detail::g_stress = enabled;
 }
 bool stress_mode() { return sycl::detail::stress_enabled(); }
-void fail_next_allocations(std::size_t count) { sycl::detail::g_injected_failures = count; }
+void fail_next_allocations(std::size_t count) { fail_allocations_after(0, count); }
+void fail_allocations_after(std::size_t skip, std::size_t count) {
+  sycl::detail::g_injected_skips = skip;
+  sycl::detail::g_injected_failures = count;
+}
 
 }  // namespace hostsycl

@@ -93,6 +93,19 @@ TEST(Usm, InjectedFailuresMakeTheNextAllocationsFail) {
   sycl::free(ok, q);
 }
 
+TEST(Usm, InjectedFailuresAfterSomeAllocationsThatSucceed) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  hostsycl::fail_allocations_after(2, 1);
+  int* first = sycl::malloc_device<int>(4, q);
+  int* second = sycl::malloc_host<int>(4, q);
+  EXPECT_NE(first, nullptr);
+  EXPECT_NE(second, nullptr);
+  EXPECT_EQ(sycl::malloc_shared<int>(4, q), nullptr);
+  int* after = sycl::malloc_device<int>(4, q);
+  EXPECT_NE(after, nullptr);
+  for (int* p : {first, second, after}) sycl::free(p, q);
+}
+
 TEST(Usm, BufferAllocationFailureThrowsMemoryAllocation) {
   hostsycl::fail_next_allocations(1);
   try {

@@ -1,7 +1,8 @@
 // Refusals of the device backends that no other test reaches, each with its exception class and
 // whole text: gemv's format, the level-set solve without a coloring or with an unknown middle
 // synchronisation, the diagonal analysis entry without its status, the coloring whose levels
-// stall, and a symmetric property on a pattern that is not symmetric.
+// stall, a symmetric property on a pattern that is not symmetric, and the strict triangle copy
+// whose memory cannot be had.
 #include <gtest/gtest.h>
 
 #include <hostsycl/hostsycl.hpp>
@@ -11,6 +12,8 @@
 #include "gpu/levelset_support.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
 #include "gpu/triangular/coloring/color_plan.hpp"
+#include "gpu/triangular/trmv/strict_triangle_copy_launch.hpp"
+#include "handle/release.hpp"
 #include "support/device_arrays.hpp"
 #include "support/test_helpers.hpp"
 
@@ -188,6 +191,56 @@ TEST(BackendRefusals, SymmetricPropertyOnAnUnmirroredPattern) {
       .wait();
   // y0 = 1, y1 = 1, y2 = (5 - 1) / 4 = 1, y3 = (5 - 1) / 4 = 1.
   EXPECT_EQ(y.read(), (std::vector<double>{1, 1, 1, 1}));
+}
+
+// Every allocation of the strict triangle copy fails in turn (a device request and its host
+// fallback): the row starts, the host total, the column indices and the values (the prefix sum
+// of so few rows allocates nothing). Each failure is refused as device_bad_alloc, binds nothing and
+// takes its memory with it.
+TEST(BackendRefusals, StrictTriangleCopyThatCannotAllocate) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a0")};
+  const std::string device = q.get_device().get_info<sycl::info::device::name>();
+  vrt_test::bound_matrix<double, std::int32_t> b(q, 3, 3, 0, {0, 2, 5, 7}, {0, 1, 0, 1, 2, 1, 2},
+                                                 {4, 1, 1, 4, 1, 1, 4}, memory::device);
+  b.wait();
+  vs::matrix_handle* h = b.handle();
+  vs::set_matrix_property(h, vs::property::sorted);
+  vs::gpu::updateDiagData_and_check_for_missing_diags<double, std::int32_t, vs::container_usm>(
+      q, h->primary, &h->diag_values, true, &h->diag_struct, vrt::diag::unit, "trmv", {})
+      .wait();
+  const std::uint64_t before = hostsycl::live_allocation_bytes(q.get_device());
+  int by_the_copy = 0, by_the_sum = 0;
+  for (std::size_t skip = 0; skip < 64; ++skip) {
+    void* slot = nullptr;
+    vs::initSparseStructure(&slot);
+    auto* dst = static_cast<vs::sparseStructure*>(slot);
+    hostsycl::fail_allocations_after(skip, 2);
+    bool done = false;
+    try {
+      vs::gpu::triangularData_impl<double, std::int32_t, vs::container_usm>(
+          q, vrt::uplo::lower, h->primary, dst, h->diag_struct, {})
+          .wait();
+      done = true;
+    } catch (const vrt::device_bad_alloc& e) {
+      const std::string what = e.what();
+      if (what == prefix("optimize_trmv") + "cannot allocate memory on " + device)
+        ++by_the_copy;
+      else if (what == prefix("") + "cannot allocate memory on " + device)
+        ++by_the_sum;  // the prefix sum names no routine
+      else
+        ADD_FAILURE() << "skip " << skip << ": " << what;
+      EXPECT_EQ(dst->row_ptr, nullptr) << "skip " << skip << ": nothing bound";
+    }
+    hostsycl::fail_next_allocations(0);
+    q.wait();
+    const sycl::context context = q.get_context();
+    vs::sparseStructureRelease<double, std::int32_t, vs::container_usm>(&slot, &context);
+    EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before) << "skip " << skip;
+    if (done) break;
+  }
+  // The row starts, the host total, the column indices and the values.
+  EXPECT_EQ(by_the_copy, 4);
+  EXPECT_EQ(by_the_sum, 0) << "one group of rows: the prefix sum needs no partials";
 }
 
 }  // namespace

@@ -66,7 +66,8 @@ void check_gemv(const char* profile, const csr_matrix<T, I>& A, storage s, vrt::
   const auto scale = vrt_test::error_scale(A, op, alpha, x, beta, y0);
   for (memory m : all_memories) {
     // Host y takes the explicit transpose and the row-wise kernels of the profile's plan; those
-    // of codes 3, 4 and 6 are the CSR sub-group family, which is tested with it.
+    // of codes 3, 4 and 6 are the CSR sub-group family, whose grids run on host memory in
+    // test_gemv_families.cpp (SubGroupSingleRowGrid, SubGroupRowBundles, ExplicitSimdGrid).
     if (m == memory::host && s == storage::csr && transposed && row_subgroup_plan(profile))
       continue;
     const auto got = run_gemv(q, A, s, m, op, alpha, x, beta, y0).y;

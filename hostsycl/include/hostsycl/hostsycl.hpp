@@ -48,6 +48,8 @@ bool stress_mode();
 
 // The next `count` USM or buffer-storage allocations fail.
 void fail_next_allocations(std::size_t count);
+// The `skip` allocations after this call succeed, the `count` after them fail.
+void fail_allocations_after(std::size_t skip, std::size_t count);
 
 // Strict mode's check that [p, p + bytes) lies inside one live USM allocation; it stops the
 // process with a message naming `operation` otherwise, and does nothing outside strict mode. The
