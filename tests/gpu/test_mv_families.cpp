@@ -418,8 +418,8 @@ TEST(MvFamiliesGemvdot, ReducePassesFromThirtyThreeGroups) {
   EXPECT_EQ(schedule_gemvdot(33791, a3).groups, 33u);
 }
 
-// No emulated profile lacks the local memory a group of 512 needs, so the refusal is checked on
-// the rule itself.
+// No listed emulated profile lacks the local memory a group of 512 needs: the rule is checked on
+// itself here, the routine's refusal on a profile reachable by name only below.
 TEST(MvFamiliesGemvdot, LocalMemoryRule) {
   using vs::gpu::detail::gemvdot_local_memory_fits;
   using kind = sycl::info::local_mem_type;
@@ -430,6 +430,20 @@ TEST(MvFamiliesGemvdot, LocalMemoryRule) {
   for (const auto& profile : hostsycl::gpu_profiles()) {
     const sycl::device device = hostsycl::emulated_gpu(profile.name);
     EXPECT_NO_THROW(vs::gpu::detail::gemvdot_group_size(device)) << profile.name;
+  }
+}
+
+// Through the routine, on a device whose local memory cannot hold a group's partial sums (a
+// profile of the runtime reachable by name only): refused before anything is submitted.
+TEST(MvFamiliesGemvdot, LocalMemoryRefusalThroughTheRoutine) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a1-little-local")};
+  const auto A = two_by_two(1.0, 1.0);
+  for (memory m : {memory::device, memory::buffer}) {
+    vrt_test::expect_message<vrt::host_bad_alloc>(
+        [&] {
+          run_gemvdot(q, A, m, 1.0, std::vector<double>{1, 1}, 0.0, {-1, -1});
+        },
+        "orvane::vrt::sparse::gemvdot: cannot allocate memory on host");
   }
 }
 
