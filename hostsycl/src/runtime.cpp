@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <deque>
 #include <hostsycl/hostsycl.hpp>
+#include <map>
 #include <mutex>
+#include <string>
 #include <thread>
 
 #include "internal.hpp"
@@ -283,6 +285,38 @@ std::uint64_t next_object_identity() noexcept {
   return next.fetch_add(1, std::memory_order_relaxed);
 }
 
+namespace {
+struct kernel_counts {
+  std::mutex mutex;
+  std::map<std::string, std::uint64_t> by_name;
+};
+kernel_counts& submitted_kernels() {
+  static kernel_counts counts;
+  return counts;
+}
+}  // namespace
+
+void count_kernel_submission(const char* kernel_name) {
+  kernel_counts& k = submitted_kernels();
+  std::lock_guard<std::mutex> lock(k.mutex);
+  ++k.by_name[kernel_name];
+}
+
+std::uint64_t count_kernels_named(std::string_view fragment) {
+  kernel_counts& k = submitted_kernels();
+  std::lock_guard<std::mutex> lock(k.mutex);
+  std::uint64_t total = 0;
+  for (const auto& [name, count] : k.by_name)
+    if (name.find(fragment) != std::string::npos) total += count;
+  return total;
+}
+
+void reset_kernel_counts() {
+  kernel_counts& k = submitted_kernels();
+  std::lock_guard<std::mutex> lock(k.mutex);
+  k.by_name.clear();
+}
+
 bool take_injected_failure() {
   if (g_injected_failures.load() == 0) return false;
   std::size_t skip = g_injected_skips.load();
@@ -377,6 +411,10 @@ void set_stress_mode(bool enabled, std::uint64_t seed) {
   sycl::detail::g_stress = enabled;
 }
 bool stress_mode() { return sycl::detail::stress_enabled(); }
+std::uint64_t kernels_submitted(std::string_view fragment) {
+  return sycl::detail::count_kernels_named(fragment);
+}
+void reset_kernel_counts() { sycl::detail::reset_kernel_counts(); }
 void fail_next_allocations(std::size_t count) { fail_allocations_after(0, count); }
 void fail_allocations_after(std::size_t skip, std::size_t count) {
   sycl::detail::g_injected_skips = skip;

@@ -106,6 +106,30 @@ TEST(Usm, InjectedFailuresAfterSomeAllocationsThatSucceed) {
   for (int* p : {first, second, after}) sycl::free(p, q);
 }
 
+class counted_a;
+class counted_b;
+
+TEST(Usm, KernelSubmissionsAreCountedByName) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  hostsycl::reset_kernel_counts();
+  int* p = sycl::malloc_shared<int>(8, q);
+  q.submit([&](sycl::handler& h) { h.single_task<counted_a>([=] { p[0] = 1; }); }).wait();
+  q.submit([&](sycl::handler& h) {
+     h.parallel_for<counted_b>(sycl::range<1>(8), [=](sycl::id<1> i) { p[i] = 2; });
+   }).wait();
+  q.submit([&](sycl::handler& h) {
+     h.parallel_for<counted_b>(sycl::nd_range<1>(8, 4),
+                               [=](sycl::nd_item<1> i) { p[i.get_global_id(0)] = 3; });
+   }).wait();
+  q.memset(p, 0, sizeof(int)).wait();  // not a kernel
+  EXPECT_EQ(hostsycl::kernels_submitted("counted_a"), 1u);
+  EXPECT_EQ(hostsycl::kernels_submitted("counted_b"), 2u);
+  EXPECT_EQ(hostsycl::kernels_submitted(), 3u);
+  hostsycl::reset_kernel_counts();
+  EXPECT_EQ(hostsycl::kernels_submitted(), 0u);
+  sycl::free(p, q);
+}
+
 TEST(Usm, BufferAllocationFailureThrowsMemoryAllocation) {
   hostsycl::fail_next_allocations(1);
   try {

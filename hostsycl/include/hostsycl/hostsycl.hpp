@@ -58,6 +58,12 @@ inline void check_usm_range(const void* p, std::size_t bytes, const char* operat
   sycl::detail::check_usm_range(p, bytes, operation, false);
 }
 
+// Kernels submitted since the start (or the last reset) whose kernel-name type, as its mangled
+// name, contains `fragment` (all kernels for an empty one); unnamed kernels count under the name
+// of void. Tests use it to see which kernels a call chose.
+std::uint64_t kernels_submitted(std::string_view fragment = {});
+void reset_kernel_counts();
+
 // Bytes of live device and shared USM allocations on a device.
 std::uint64_t live_allocation_bytes(const sycl::device& device);
 
