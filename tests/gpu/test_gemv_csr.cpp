@@ -294,7 +294,7 @@ TEST(GemvCsrRouting, TransposedProductsChooseTheirPath) {
   EXPECT_EQ(scattered[1], Z(-3, 2));
   EXPECT_EQ(h->transposed, nullptr);
   EXPECT_EQ(h->conj_transposed, nullptr);
-  // The column path scales y by beta and so keeps a NaN under a zero beta, as designed (the row
+  // The column path scales y by beta and so keeps a NaN under a zero beta, on purpose (the row
   // kernels clear it); the finite sentinel above is what shows that the scatter wrote y.
   const Z nan(std::numeric_limits<double>::quiet_NaN(), 0);
   const Z nans[2] = {nan, nan};

@@ -141,7 +141,7 @@ TEST(MvFamiliesCsc, OtherKindsBecomeTheDefaultForGood) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
   const auto A = vrt_test::random_csr<double, std::int32_t>(20, 20, 4, 27);
   // A finite sentinel, written again before the second product so that its result is its own:
-  // the column scatter scales y by a zero beta and so keeps a NaN (as designed).
+  // the column scatter scales y by a zero beta and so keeps a NaN (on purpose).
   const std::vector<double> x(20, 1.0), y(20, -1.0);
   const auto want = vrt_test::reference_gemv(A, vrt::transpose::trans, 1.0, x, 0.0, y);
   std::int32_t kind_after = 0;
