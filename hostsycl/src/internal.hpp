@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <sycl/sycl.hpp>
 #include <vector>
 
@@ -50,6 +51,10 @@ void report_async_error(const std::shared_ptr<queue_impl>& q, std::exception_ptr
 // Allocation limits and fault injection shared by USM and buffers.
 bool take_injected_failure();
 std::uint64_t largest_max_alloc_size();
+
+// The kernel submission counts behind hostsycl::kernels_submitted.
+std::uint64_t count_kernels_named(std::string_view fragment);
+void reset_kernel_counts();
 
 void register_runtime_memory(const void* p, std::size_t bytes);
 void unregister_runtime_memory(const void* p);

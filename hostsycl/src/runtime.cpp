@@ -4,7 +4,9 @@
 #include <cstdlib>
 #include <deque>
 #include <hostsycl/hostsycl.hpp>
+#include <map>
 #include <mutex>
+#include <string>
 #include <thread>
 
 #include "internal.hpp"
@@ -104,6 +106,15 @@ const std::vector<hostsycl::device_profile>& profiles() {
   return list;
 }
 
+// Profiles reachable by name only, left out of gpu_profiles(): devices a test needs for a limit
+// that no listed profile has.
+const std::vector<hostsycl::device_profile>& named_only_profiles() {
+  static const std::vector<hostsycl::device_profile> list = {
+      make_profile("emu-a1-little-local", 1, 24, 1, false, 512, 2 * KiB, 512 * KiB, true),
+  };
+  return list;
+}
+
 std::vector<aspect> common_aspects() {
   return {aspect::atomic64,
           aspect::host_debuggable,
@@ -144,6 +155,7 @@ const std::deque<device_impl>& gpu_impls() {
   static const std::deque<device_impl> impls = [] {
     std::deque<device_impl> d;
     for (const auto& p : profiles()) d.push_back(make_gpu_impl(p));
+    for (const auto& p : named_only_profiles()) d.push_back(make_gpu_impl(p));
     return d;
   }();
   return impls;
@@ -242,6 +254,7 @@ std::atomic<std::uint64_t> g_stress_seed{[] {
   return v != nullptr ? std::strtoull(v, nullptr, 10) : 0ull;
 }()};
 std::atomic<std::size_t> g_injected_failures{0};
+std::atomic<std::size_t> g_injected_skips{0};  // allocations that succeed before the failures
 }  // namespace
 
 bool strict_mode() noexcept { return g_strict.load(std::memory_order_relaxed); }
@@ -272,7 +285,44 @@ std::uint64_t next_object_identity() noexcept {
   return next.fetch_add(1, std::memory_order_relaxed);
 }
 
+namespace {
+struct kernel_counts {
+  std::mutex mutex;
+  std::map<std::string, std::uint64_t> by_name;
+};
+kernel_counts& submitted_kernels() {
+  static kernel_counts counts;
+  return counts;
+}
+}  // namespace
+
+void count_kernel_submission(const char* kernel_name) {
+  kernel_counts& k = submitted_kernels();
+  std::lock_guard<std::mutex> lock(k.mutex);
+  ++k.by_name[kernel_name];
+}
+
+std::uint64_t count_kernels_named(std::string_view fragment) {
+  kernel_counts& k = submitted_kernels();
+  std::lock_guard<std::mutex> lock(k.mutex);
+  std::uint64_t total = 0;
+  for (const auto& [name, count] : k.by_name)
+    if (name.find(fragment) != std::string::npos) total += count;
+  return total;
+}
+
+void reset_kernel_counts() {
+  kernel_counts& k = submitted_kernels();
+  std::lock_guard<std::mutex> lock(k.mutex);
+  k.by_name.clear();
+}
+
 bool take_injected_failure() {
+  if (g_injected_failures.load() == 0) return false;
+  std::size_t skip = g_injected_skips.load();
+  while (skip > 0) {
+    if (g_injected_skips.compare_exchange_weak(skip, skip - 1)) return false;
+  }
   std::size_t n = g_injected_failures.load();
   while (n > 0) {
     if (g_injected_failures.compare_exchange_weak(n, n - 1)) return true;
@@ -349,6 +399,8 @@ const device_profile* profile_of(const sycl::device& device) {
   const auto* impl = sycl::detail::device_access::impl(device);
   for (const auto& p : gpu_profiles())
     if (p.name == impl->profile_name) return &p;
+  for (const auto& p : sycl::detail::named_only_profiles())
+    if (p.name == impl->profile_name) return &p;
   return nullptr;
 }
 
@@ -359,6 +411,14 @@ void set_stress_mode(bool enabled, std::uint64_t seed) {
   sycl::detail::g_stress = enabled;
 }
 bool stress_mode() { return sycl::detail::stress_enabled(); }
-void fail_next_allocations(std::size_t count) { sycl::detail::g_injected_failures = count; }
+std::uint64_t kernels_submitted(std::string_view fragment) {
+  return sycl::detail::count_kernels_named(fragment);
+}
+void reset_kernel_counts() { sycl::detail::reset_kernel_counts(); }
+void fail_next_allocations(std::size_t count) { fail_allocations_after(0, count); }
+void fail_allocations_after(std::size_t skip, std::size_t count) {
+  sycl::detail::g_injected_skips = skip;
+  sycl::detail::g_injected_failures = count;
+}
 
 }  // namespace hostsycl

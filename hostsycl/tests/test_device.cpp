@@ -80,6 +80,17 @@ TEST(Devices, UnknownProfileNameIsRefused) {
   }
 }
 
+// A profile reachable by name only: little local memory, not among the listed profiles.
+TEST(Devices, LittleLocalMemoryProfileByNameOnly) {
+  const sycl::device d = hostsycl::emulated_gpu("emu-a1-little-local");
+  EXPECT_TRUE(d.is_gpu());
+  EXPECT_EQ(d.get_info<sycl::info::device::local_mem_size>(), 2048u);
+  const hostsycl::device_profile* p = hostsycl::profile_of(d);
+  ASSERT_NE(p, nullptr);
+  EXPECT_EQ(p->architecture, 1);
+  for (const auto& listed : hostsycl::gpu_profiles()) EXPECT_NE(listed.name, "emu-a1-little-local");
+}
+
 TEST(Devices, DevicesCompareByIdentityAndHash) {
   auto a = hostsycl::emulated_gpu("emu-a2");
   auto b = hostsycl::emulated_gpu("emu-a2");

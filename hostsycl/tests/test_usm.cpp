@@ -93,6 +93,43 @@ TEST(Usm, InjectedFailuresMakeTheNextAllocationsFail) {
   sycl::free(ok, q);
 }
 
+TEST(Usm, InjectedFailuresAfterSomeAllocationsThatSucceed) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  hostsycl::fail_allocations_after(2, 1);
+  int* first = sycl::malloc_device<int>(4, q);
+  int* second = sycl::malloc_host<int>(4, q);
+  EXPECT_NE(first, nullptr);
+  EXPECT_NE(second, nullptr);
+  EXPECT_EQ(sycl::malloc_shared<int>(4, q), nullptr);
+  int* after = sycl::malloc_device<int>(4, q);
+  EXPECT_NE(after, nullptr);
+  for (int* p : {first, second, after}) sycl::free(p, q);
+}
+
+class counted_a;
+class counted_b;
+
+TEST(Usm, KernelSubmissionsAreCountedByName) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  hostsycl::reset_kernel_counts();
+  int* p = sycl::malloc_shared<int>(8, q);
+  q.submit([&](sycl::handler& h) { h.single_task<counted_a>([=] { p[0] = 1; }); }).wait();
+  q.submit([&](sycl::handler& h) {
+     h.parallel_for<counted_b>(sycl::range<1>(8), [=](sycl::id<1> i) { p[i] = 2; });
+   }).wait();
+  q.submit([&](sycl::handler& h) {
+     h.parallel_for<counted_b>(sycl::nd_range<1>(8, 4),
+                               [=](sycl::nd_item<1> i) { p[i.get_global_id(0)] = 3; });
+   }).wait();
+  q.memset(p, 0, sizeof(int)).wait();  // not a kernel
+  EXPECT_EQ(hostsycl::kernels_submitted("counted_a"), 1u);
+  EXPECT_EQ(hostsycl::kernels_submitted("counted_b"), 2u);
+  EXPECT_EQ(hostsycl::kernels_submitted(), 3u);
+  hostsycl::reset_kernel_counts();
+  EXPECT_EQ(hostsycl::kernels_submitted(), 0u);
+  sycl::free(p, q);
+}
+
 TEST(Usm, BufferAllocationFailureThrowsMemoryAllocation) {
   hostsycl::fail_next_allocations(1);
   try {

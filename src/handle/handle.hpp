@@ -120,6 +120,10 @@ struct matrix_handle {
   bool host_matrix_is_product;
   analysis_record* analyses;
   bool analyses_to_replay;  // a rebinding dropped what the records above had made
+  // The opt-in check of the caller's arrays (handle/caller_arrays.hpp): asked for at the last
+  // binding, and one bit per routine that has checked the arrays of that binding.
+  bool check_arrays;
+  std::uint32_t arrays_checked_by;
 };
 
 // Double precision values: double and std::complex<double>.

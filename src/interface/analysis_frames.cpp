@@ -5,6 +5,7 @@
 #include "cpu/entry_points.hpp"
 #include "gpu/entry_points.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
+#include "handle/caller_arrays.hpp"
 #include "interface/dispatch.hpp"
 #include "interface/frame.hpp"
 
@@ -19,6 +20,7 @@ void optimize_frame(sycl::queue& queue, matrix_handle* A, const event_list& deps
   verify_double_support_for(queue, A, function);
   cache_context(queue, A);
   wait_for_buffer_handle_deps(queue, A, deps);
+  check_bound_arrays(queue, A, function, deps);
 }
 
 bool single_precision(const matrix_handle* h) { return !is_double_precision(h->fp_type); }
@@ -197,6 +199,7 @@ sycl::event sort_matrix(sycl::queue& q, matrix_handle_t A, const event_list& dep
   if (A->primary == nullptr || (A->container != container_buffer && A->container != container_usm))
     throw unimplemented("sparse", "sort_matrix",
                         "set_csr_data must be called before calling sort_matrix");
+  check_bound_arrays(q, A, "sort_matrix", deps);
   return dispatch_sort_matrix(q, A, deps);
 }
 
@@ -206,6 +209,7 @@ sycl::event omatcopy(sycl::queue& q, transpose op, matrix_handle_t A, matrix_han
   if (!(single_precision(A) && single_precision(B))) verify_double_support(q, "omatcopy");
   cache_context(q, A);
   cache_context(q, B);
+  check_bound_arrays(q, A, "omatcopy", deps);
   return dispatch_omatcopy(q, op, A, B, deps);
 }
 

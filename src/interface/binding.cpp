@@ -2,6 +2,7 @@
 #include <orvane/vrt/sparse.hpp>
 
 #include "common/variants.hpp"
+#include "handle/caller_arrays.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
@@ -62,8 +63,15 @@ void drop_what_old_arrays_made(matrix_handle* handle, std::int32_t format, I nro
 
 template <typename T, typename I>
 void bind_csr(matrix_handle* handle, sycl::queue* queue, I nrows, I ncols, index_base index,
-              containerType container, void* row_ptr, void* col_ind, void* values) {
+              containerType container, void* row_ptr, void* col_ind, void* values,
+              const std::vector<sycl::event>& deps = {}) {
   check_shape("set_csr_data", nrows, ncols, index);
+  // The opt-in check reads the arrays before the handle is touched; without a queue it waits for
+  // the first routine.
+  const bool check = caller_array_check_requested();
+  if (check && queue != nullptr && row_ptr != nullptr && col_ind != nullptr)
+    check_csr_arrays<I>(*queue, "set_csr_data", container, nrows, ncols,
+                        static_cast<std::int32_t>(index), row_ptr, col_ind, deps);
   drop_what_old_arrays_made<T, I>(handle, format_csr, nrows, ncols, container);
   if (handle->primary == nullptr) {
     initSparseStructure(reinterpret_cast<void**>(&handle->primary));
@@ -74,13 +82,19 @@ void bind_csr(matrix_handle* handle, sycl::queue* queue, I nrows, I ncols, index
   handle->int_type = int_type_of<I>();
   handle->fp_type = fp_type_of<T>();
   handle->container = container;
+  arm_array_check(handle, check);
 }
 
 template <typename T, typename I>
 void bind_coo(sycl::queue& queue, matrix_handle* handle, I nrows, I ncols, I nnz, index_base index,
-              containerType container, void* row_ind, void* col_ind, void* values) {
+              containerType container, void* row_ind, void* col_ind, void* values,
+              const std::vector<sycl::event>& deps = {}) {
   check_shape("set_coo_data", nrows, ncols, index);
   if (nnz < 0) throw invalid_argument("sparse", "set_coo_data", "nnz is negative");
+  const bool check = caller_array_check_requested();
+  if (check && row_ind != nullptr && col_ind != nullptr)
+    check_coo_arrays<I>(queue, "set_coo_data", container, nrows, ncols, nnz,
+                        static_cast<std::int32_t>(index), row_ind, col_ind, deps);
   drop_what_old_arrays_made<T, I>(handle, format_coo, nrows, ncols, container);
   if (handle->primary == nullptr) {
     initSparseStructure(reinterpret_cast<void**>(&handle->primary));
@@ -91,6 +105,7 @@ void bind_coo(sycl::queue& queue, matrix_handle* handle, I nrows, I ncols, I nnz
   handle->int_type = int_type_of<I>();
   handle->fp_type = fp_type_of<T>();
   handle->container = container;
+  arm_array_check(handle, check);
 }
 }  // namespace
 
@@ -131,7 +146,8 @@ sycl::event set_csr_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows
                              const std::vector<sycl::event>& deps) {
   verify_device_for<T>(queue, "set_csr_data");
   if (handle == nullptr) throw uninitialized("sparse", "set_csr_data", csr_usm_word);
-  bind_csr<T, I>(handle, &queue, nrows, ncols, index, container_usm, row_ptr, col_ind, values);
+  bind_csr<T, I>(handle, &queue, nrows, ncols, index, container_usm, row_ptr, col_ind, values,
+                 deps);
   if (row_ptr != nullptr && col_ind != nullptr) {
     return sizeof(I) == 4 ? set_nnz_value_i4(queue, handle->primary, deps)
                           : set_nnz_value_i8(queue, handle->primary, deps);
@@ -159,7 +175,8 @@ sycl::event set_coo_data_usm(sycl::queue& queue, matrix_handle_t handle, I nrows
                              const std::vector<sycl::event>& deps) {
   verify_device_for<T>(queue, "set_coo_data");
   if (handle == nullptr) throw uninitialized("sparse", "set_coo_data", coo_word);
-  bind_coo<T, I>(queue, handle, nrows, ncols, nnz, index, container_usm, row_ind, col_ind, values);
+  bind_coo<T, I>(queue, handle, nrows, ncols, nnz, index, container_usm, row_ind, col_ind, values,
+                 deps);
   if (deps.empty()) return sycl::event();
   return coalesce_events(queue, container_usm, deps, false);
 }

@@ -3,6 +3,7 @@
 
 #include "cpu/entry_points.hpp"
 #include "gpu/entry_points.hpp"
+#include "handle/caller_arrays.hpp"
 #include "handle/matmat_descr.hpp"
 #include "handle/record.hpp"
 #include "handle/visit_variant.hpp"
@@ -70,7 +71,7 @@ sycl::event dispatch_matmat(sycl::queue& q, matrix_handle* A, matrix_handle* B, 
 
 namespace {
 void matmat_frame(sycl::queue& q, matrix_handle* A, matrix_handle* B, matrix_handle* C,
-                  const matmat_descr* descr) {
+                  const matmat_descr* descr, const event_list& deps) {
   for (const void* argument : {static_cast<const void*>(A), static_cast<const void*>(B),
                                static_cast<const void*>(C), static_cast<const void*>(descr)})
     if (argument == nullptr) throw uninitialized("sparse", "matmat", "");
@@ -80,13 +81,16 @@ void matmat_frame(sycl::queue& q, matrix_handle* A, matrix_handle* B, matrix_han
   cache_context(q, A);
   cache_context(q, B);
   cache_context(q, C);
+  // C's arrays are the product's, filled stage by stage: only the factors are the caller's.
+  check_bound_arrays(q, A, "matmat", deps);
+  check_bound_arrays(q, B, "matmat", deps);
 }
 }  // namespace
 
 sycl::event matmat(sycl::queue& q, matrix_handle_t A, matrix_handle_t B, matrix_handle_t C,
                    matmat_request request, matmat_descr_t descr, std::int64_t* sizeTempBuffer,
                    void* tempBuffer, const event_list& deps) {
-  matmat_frame(q, A, B, C, descr);
+  matmat_frame(q, A, B, C, descr, deps);
   return dispatch_matmat<container_usm>(q, A, B, C, request, descr, sizeTempBuffer,
                                         static_cast<std::uint8_t*>(tempBuffer), deps);
 }
@@ -95,7 +99,7 @@ void matmat(sycl::queue& q, matrix_handle_t A, matrix_handle_t B, matrix_handle_
             matmat_request request, matmat_descr_t descr,
             sycl::buffer<std::int64_t, 1>* sizeTempBuffer,
             sycl::buffer<std::uint8_t, 1>* tempBuffer) {
-  matmat_frame(q, A, B, C, descr);
+  matmat_frame(q, A, B, C, descr, {});
   dispatch_matmat<container_buffer>(q, A, B, C, request, descr, sizeTempBuffer, tempBuffer, {});
 }
 

@@ -4,6 +4,7 @@
 #include "common/variants.hpp"
 #include "cpu/entry_points.hpp"
 #include "gpu/entry_points.hpp"
+#include "handle/caller_arrays.hpp"
 #include "handle/value_types.hpp"
 #include "handle/visit_variant.hpp"
 #include "interface/dispatch.hpp"
@@ -34,6 +35,7 @@ sycl::event dispatch(sycl::queue& queue, matrix_handle* A, const char* function,
   verify_double_support_for(queue, A, function);
   check_call_matches_handle<T, C>(A, function);
   cache_context(queue, A);
+  check_bound_arrays(queue, A, function, deps);
   replay_analyses(queue, A, deps);
   const bool on_cpu = queue.get_device().is_cpu();
   // The overload fixes the value type and the memory model; the handle gives the index width.
@@ -188,10 +190,12 @@ sycl::event update_diagonal_values_frame(sycl::queue& q, matrix_handle* A, std::
   check_memory_model(A, C);
   check_call_matches_handle<T, C>(A, "update_diagonal_values");
   cache_context(q, A);
-  // Refused before the analyses of a rebinding are replayed: a CPU queue touches no array.
+  // Refused before the arrays are read or the analyses of a rebinding replayed: a CPU queue
+  // touches no array.
   if (q.get_device().is_cpu())
     throw unimplemented("sparse", "update_diagonal_values",
                         "currently does not support cpu device");
+  check_bound_arrays(q, A, "update_diagonal_values", deps);
   replay_analyses(q, A, deps);
   return visit_variant<T, C>(
       A, {.function = "update_diagonal_values"}, [&]<typename, typename I, containerType>() {

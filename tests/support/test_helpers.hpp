@@ -39,6 +39,19 @@ using built_variants =
   GTEST_SKIP() << "value type left out of this " \
                   "build"
 
+// The name of a value type in skip messages.
+template <typename T>
+const char* value_type_name() {
+  if constexpr (std::is_same_v<T, float>)
+    return "float";
+  else if constexpr (std::is_same_v<T, double>)
+    return "double";
+  else if constexpr (std::is_same_v<T, std::complex<float>>)
+    return "std::complex<float>";
+  else
+    return "std::complex<double>";
+}
+
 template <typename Tuple>
 struct as_gtest_types;
 template <typename... Vs>

@@ -48,6 +48,8 @@ bool stress_mode();
 
 // The next `count` USM or buffer-storage allocations fail.
 void fail_next_allocations(std::size_t count);
+// The `skip` allocations after this call succeed, the `count` after them fail.
+void fail_allocations_after(std::size_t skip, std::size_t count);
 
 // Strict mode's check that [p, p + bytes) lies inside one live USM allocation; it stops the
 // process with a message naming `operation` otherwise, and does nothing outside strict mode. The
@@ -55,6 +57,12 @@ void fail_next_allocations(std::size_t count);
 inline void check_usm_range(const void* p, std::size_t bytes, const char* operation) {
   sycl::detail::check_usm_range(p, bytes, operation, false);
 }
+
+// Kernels submitted since the start (or the last reset) whose kernel-name type, as its mangled
+// name, contains `fragment` (all kernels for an empty one); unnamed kernels count under the name
+// of void. Tests use it to see which kernels a call chose.
+std::uint64_t kernels_submitted(std::string_view fragment = {});
+void reset_kernel_counts();
 
 // Bytes of live device and shared USM allocations on a device.
 std::uint64_t live_allocation_bytes(const sycl::device& device);

@@ -75,6 +75,8 @@ inline constexpr const char* missing_diagonal =
 inline constexpr const char* uncolorable =
     "the level sets do not reach every row: the sparsity pattern is not symmetric although the "
     "matrix has the symmetric property";
+inline constexpr const char* unmirrored =
+    "the sparsity pattern is not symmetric although the matrix has the symmetric property";
 
 // The triangular product.
 inline constexpr const char* trmv = "trmv";
@@ -133,6 +135,9 @@ template <typename I, containerType C>
 class coloring4;
 template <typename T, typename I, containerType C>
 class coloring5;
+// The check, ahead of the levels, that a pattern trusted to be symmetric mirrors its entries.
+template <typename I, containerType C>
+class mirrorCheck;
 
 // Diagonal analysis.
 template <typename T, typename I, containerType C>

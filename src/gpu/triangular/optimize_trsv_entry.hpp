@@ -11,6 +11,7 @@
 #include "gpu/triangular/analysis/diag_data.hpp"
 #include "gpu/triangular/analysis/symmetric_entry.hpp"
 #include "gpu/triangular/coloring/coloring.hpp"
+#include "gpu/triangular/coloring/mirror_check.hpp"
 #include "gpu/triangular/design_names.hpp"
 #include "handle/coalesce_events.hpp"
 
@@ -60,6 +61,8 @@ sycl::event analyse_triangle(sycl::queue& queue, uplo triangle, transpose op, di
           queue, analysed, &A->diag_values, true, &A->diag_struct, diagonal, word, {last});
       A->diag_struct_lower = A->diag_struct;
       A->diag_struct_upper = A->diag_struct;
+      // The property is the caller's word only: the levels need the pattern it promises.
+      refuse_unmirrored_pattern<I, C>(queue, analysed, A->diag_struct, {last});
       last = coloring_impl<T, I, C>(queue, analysed, A->diag_values, A->diag_struct,
                                     &A->coloring_lower, {last});
       A->coloring_upper = A->coloring_lower;

@@ -10,6 +10,7 @@
 #include <sycl/detail/event.hpp>
 #include <sycl/detail/kernel_launch.hpp>
 #include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 namespace sycl {
@@ -28,6 +29,9 @@ struct handler_access;
 
 // Checks of explicit memory operations (strict mode; memset and fill need USM always).
 void check_usm_range(const void* p, std::size_t bytes, const char* operation, bool must_be_usm);
+// Counts a kernel submission under the (mangled) name of a pointer to its kernel-name type
+// (kernel names are often declared only, and typeid takes no incomplete type).
+void count_kernel_submission(const char* kernel_name);
 }  // namespace detail
 
 class interop_handle {
@@ -62,6 +66,7 @@ class handler {
   template <typename KernelName = void, typename KernelType>
   void single_task(const KernelType& kernel) {
     check_no_local_memory("single_task");
+    detail::count_kernel_submission(typeid(KernelName*).name());
     set_command(detail::command_kind::kernel, [kernel] { detail::launch_single_task(kernel); });
   }
 
@@ -83,6 +88,7 @@ class handler {
         checked_sub_group_size(detail::required_sub_group_size_v<KernelName>), local_slots_};
     check_nd_range(ndr.get_global_range().size() == 0, divisible(ndr),
                    ndr.get_local_range().size());
+    detail::count_kernel_submission(typeid(KernelName*).name());
     set_command(detail::command_kind::kernel,
                 [kernel, ndr, config] { detail::launch_nd_range(ndr, kernel, config); });
   }
@@ -210,6 +216,7 @@ class handler {
   template <typename KernelName, int Dims, typename KernelType>
   void submit_range(range<Dims> r, const KernelType& kernel) {
     check_no_local_memory("parallel_for over a range");
+    detail::count_kernel_submission(typeid(KernelName*).name());
     set_command(detail::command_kind::kernel, [kernel, r] { detail::launch_range(r, kernel); });
   }
   template <int Dims>

@@ -53,6 +53,38 @@ void release_dependants(std::size_t position, I base, const I* row_ptr, const I*
   }
 }
 
+// Whether `column` lies among the sorted column indices at positions [first, last).
+template <typename I>
+bool holds_column(const I* col_ind, I first, I last, I column) {
+  I low = first, high = last;
+  while (low < high) {
+    const I middle = low + (high - low) / 2;
+    if (col_ind[middle] < column)
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  return low < last && col_ind[low] == column;
+}
+
+// Whether row i's strict entries are mirrored: (i, j) below the diagonal has (j, i) above it, and
+// the other way round. The levels rely on it: the entries above the diagonal of a row name the
+// rows that wait for it, and the entries below count what a row waits for.
+template <typename I>
+bool row_is_mirrored(I i, I base, const I* row_ptr, const I* col_ind, const I* lower_end,
+                     const I* upper_start) {
+  const I column = i + base;
+  for (I k = row_ptr[i] - base; k < lower_end[i] - base; ++k) {
+    const I j = col_ind[k] - base;
+    if (!holds_column(col_ind, upper_start[j] - base, row_ptr[j + 1] - base, column)) return false;
+  }
+  for (I k = upper_start[i] - base; k < row_ptr[i + 1] - base; ++k) {
+    const I j = col_ind[k] - base;
+    if (!holds_column(col_ind, row_ptr[j] - base, lower_end[j] - base, column)) return false;
+  }
+  return true;
+}
+
 // The lengths of the strict lower and upper parts of the row at each position.
 template <typename I>
 struct part_lengths {

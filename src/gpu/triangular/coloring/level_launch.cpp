@@ -102,18 +102,40 @@ sycl::event submit_coloring4(sycl::queue& queue, const level_arrays<I, C>& a,
   });
 }
 
-#define VRT_INSTANTIATE_LEVEL_KERNELS(I, C)                                            \
-  template sycl::event submit_coloring1<I, C>(sycl::queue&, const level_arrays<I, C>&, \
-                                              const std::vector<sycl::event>&);        \
-  template sycl::event submit_coloring2<I, C>(sycl::queue&, const level_arrays<I, C>&, \
-                                              std::size_t, std::size_t,                \
-                                              const std::vector<sycl::event>&);        \
-  template sycl::event submit_coloring3<I, C>(sycl::queue&, const level_arrays<I, C>&, \
-                                              container_t<C, I>, container_t<C, I>,    \
-                                              const std::vector<sycl::event>&);        \
-  template sycl::event submit_coloring4<I, C>(                                         \
-      sycl::queue&, const level_arrays<I, C>&, container_t<C, I>, container_t<C, I>,   \
-      container_t<C, long>, container_t<C, long>, const std::vector<sycl::event>&);
+template <typename I, containerType C>
+sycl::event submit_mirror_check(sycl::queue& queue, const level_arrays<I, C>& a,
+                                container_t<C, I> flag, const std::vector<sycl::event>& deps) {
+  return queue.submit([&](sycl::handler& h) {
+    depend_on<C>(h, deps);
+    auto rp = bind(h, a.row_ptr, sycl::read_only);
+    auto ci = bind(h, a.col_ind, sycl::read_only);
+    auto le = bind(h, a.lower_end, sycl::read_only);
+    auto us = bind(h, a.upper_start, sycl::read_only);
+    auto out = bind(h, flag, sycl::read_write);
+    const I base = a.index;
+    h.parallel_for<kernels::mirrorCheck<I, C>>(sycl::range<1>(a.nrows), [=](sycl::id<1> id) {
+      if (!kernels::row_is_mirrored<I>(static_cast<I>(id[0]), base, raw(rp), raw(ci), raw(le),
+                                       raw(us)))
+        kernels::level_atomic<I>(raw(out)[0]).store(I(1));
+    });
+  });
+}
+
+#define VRT_INSTANTIATE_LEVEL_KERNELS(I, C)                                               \
+  template sycl::event submit_coloring1<I, C>(sycl::queue&, const level_arrays<I, C>&,    \
+                                              const std::vector<sycl::event>&);           \
+  template sycl::event submit_coloring2<I, C>(sycl::queue&, const level_arrays<I, C>&,    \
+                                              std::size_t, std::size_t,                   \
+                                              const std::vector<sycl::event>&);           \
+  template sycl::event submit_coloring3<I, C>(sycl::queue&, const level_arrays<I, C>&,    \
+                                              container_t<C, I>, container_t<C, I>,       \
+                                              const std::vector<sycl::event>&);           \
+  template sycl::event submit_coloring4<I, C>(                                            \
+      sycl::queue&, const level_arrays<I, C>&, container_t<C, I>, container_t<C, I>,      \
+      container_t<C, long>, container_t<C, long>, const std::vector<sycl::event>&);       \
+  template sycl::event submit_mirror_check<I, C>(sycl::queue&, const level_arrays<I, C>&, \
+                                                 container_t<C, I>,                       \
+                                                 const std::vector<sycl::event>&);
 VRT_INSTANTIATE_LEVEL_KERNELS(std::int32_t, container_usm)
 VRT_INSTANTIATE_LEVEL_KERNELS(std::int32_t, container_buffer)
 VRT_INSTANTIATE_LEVEL_KERNELS(std::int64_t, container_usm)

@@ -49,4 +49,10 @@ sycl::event submit_coloring4(sycl::queue& queue, const level_arrays<I, C>& a,
                              container_t<C, long> lower_total, container_t<C, long> upper_total,
                              const std::vector<sycl::event>& deps);
 
+// Sets flag[0], which the caller clears, when a row's strict entries are not mirrored in the
+// rows they name (a pattern that is not symmetric).
+template <typename I, containerType C>
+sycl::event submit_mirror_check(sycl::queue& queue, const level_arrays<I, C>& a,
+                                container_t<C, I> flag, const std::vector<sycl::event>& deps);
+
 }  // namespace orvane::vrt::sparse::gpu
