@@ -4,6 +4,7 @@
 #include <complex>
 #include <cstdint>
 #include <exception>
+#include <orvane/vrt/version.hpp>
 #include <string>
 #include <sycl/sycl.hpp>
 #include <vector>
