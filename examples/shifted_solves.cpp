@@ -50,6 +50,14 @@ int main() {
     ok = example::close(dy, want, 1e-13, what) && ok;
   }
 
+  // The new diagonal went into the caller's values array: no copy of A was made.
+  bool in_place = true;
+  for (std::int32_t i = 0; i < n; ++i)
+    for (std::int32_t k = a.row_ptr[i]; k < a.row_ptr[i + 1]; ++k)
+      in_place = in_place && values[k] == (a.col_ind[k] == i ? 6.5 : a.values[k]);
+  std::printf("the bound values array holds the last diagonal: %s\n", in_place ? "yes" : "NO");
+  ok = ok && in_place;
+
   vs::release_matrix_handle(q, &A).wait();
   for (void* p :
        {(void*)row_ptr, (void*)col_ind, (void*)values, (void*)dx, (void*)dy, (void*)diagonal})
