@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the build, the tests (clang-format for the formatting check),
-# the fuzz targets (clang with libFuzzer) and the benchmarks need. Idempotent.
+# the fuzz targets (clang with libFuzzer), the benchmarks and the API reference (doxygen) need.
+# Idempotent.
 set -euo pipefail
 
 packages=(
@@ -10,6 +11,7 @@ packages=(
   libeigen3-dev python3-scipy python3-numpy
   ocl-icd-libopencl1 ocl-icd-opencl-dev pocl-opencl-icd
   clang libclang-rt-14-dev clang-format
+  doxygen
 )
 
 if [ "$(id -u)" -ne 0 ]; then

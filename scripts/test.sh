@@ -19,6 +19,8 @@ stage() {
 stage "configure release" cmake --preset release "$@"
 stage "build release" cmake --build --preset release
 stage "test release" ctest --preset release
+# The API reference of the public header; doxygen's warnings are errors.
+stage "docs" cmake --build --preset release --target docs
 
 # Memory errors show in the real and the complex code paths alike; the widest element of each
 # (double, complex<double>) stands for its kind. The optimised job above ran every value type.
