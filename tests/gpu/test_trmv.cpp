@@ -442,6 +442,40 @@ TYPED_TEST(Trmv, EachTriangleHasItsOwnPlanAndASecondOptimizeKeepsIt) {
   }
 }
 
+// An analysis that fails part way, on the first call or on a rebuild, leaves no triangle that
+// looks planned: trmv afterwards still computes the product (on the full rows or on a triangle
+// that was completed), whichever allocation failed.
+TYPED_TEST(Trmv, AFailedAnalysisLeavesAWorkingProduct) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  const auto A = dominant_matrix<T, I>(40, 5, 77);
+  const auto x = random_vector<T>(40, 5);
+  const std::vector<T> nans(40, nan_value<T>());
+  const auto want = dense_trmv(A, false, false, T(1), x, T(0), nans);
+  for (bool rebuild : {false, true}) {
+    int failures = 0;
+    bool done = false;
+    for (std::size_t skip = 0; skip < 64 && !done; ++skip) {
+      trmv_matrix<T, I> b(q, A, memory::device);
+      if (rebuild) b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
+      hostsycl::fail_allocations_after(skip, 1);
+      try {
+        b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
+        done = true;
+      } catch (const vrt::device_bad_alloc&) {
+        ++failures;
+      }
+      hostsycl::fail_next_allocations(0);
+      const std::string what =
+          std::string(rebuild ? "rebuild" : "first") + ", skip " + std::to_string(skip);
+      expect_product(b.trmv(vrt::uplo::lower, vrt::diag::nonunit, T(1), x, T(0), nans), want, what);
+    }
+    EXPECT_TRUE(done) << (rebuild ? "rebuild" : "first");
+    EXPECT_GT(failures, 0) << (rebuild ? "rebuild" : "first");
+  }
+}
+
 // The device entry on h, for the null-structure refusal the public frame cannot reach.
 template <typename T, typename I>
 void device_trmv(sycl::queue& q, vs::matrix_handle* h, vrt::uplo ul, vrt::diag dg) {
@@ -470,6 +504,8 @@ TYPED_TEST(Trmv, RefusalsInOrder) {
   h->primary->format = vs::format_coo;
   h->primary->ncols = 9;
   expect_message<vrt::invalid_argument>([&] { call(bad_uplo, trans, bad_diag); },
+                                        p + "invalid argument: uplo_flag");
+  expect_message<vrt::invalid_argument>([&] { call(static_cast<vrt::uplo>(-1), trans, bad_diag); },
                                         p + "invalid argument: uplo_flag");
   expect_message<vrt::invalid_argument>([&] { call(vrt::uplo::lower, trans, bad_diag); },
                                         p + "invalid argument: diag_flag");

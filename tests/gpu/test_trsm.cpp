@@ -412,6 +412,49 @@ TYPED_TEST(Trsm, LowerAnalysisSolvingUpperRunsTheDefaultSolve) {
   expect_solved(A, y, x, s, true, false, T(-1), "upper after lower analysis");
 }
 
+// Which kernels a solve submits, by column count on code 3 (blocks of 32 columns): one column
+// still runs the tile kernels (as the leftover pass, with a tile of 1), a multiple of the block
+// runs no leftover kernels, and the triangle that was not analysed runs the default solve only.
+TYPED_TEST(Trsm, TileKernelsByColumnCountAndTheDefaultSolveForTheOtherTriangle) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  const auto A = leveled_matrix<T, I>(leveled_widths(), 12);
+  bound_matrix<T, I> b(q, A, memory::device);
+  optimize_trsm<T, I>(q, b.handle(), vrt::uplo::lower, vrt::diag::nonunit);
+  struct expected_counts {
+    std::int64_t columns;
+    std::uint64_t full, rest;
+  };
+  for (const expected_counts& e : {expected_counts{1, 0, 1}, expected_counts{32, 1, 0},
+                                   expected_counts{64, 2, 0}, expected_counts{33, 1, 1}}) {
+    const auto s = shape_of(layout::row_major, A.nrows, e.columns);
+    const auto x = dense_x<T>(s, 4);
+    const std::string what = "columns " + std::to_string(e.columns);
+    hostsycl::reset_kernel_counts();
+    const auto y =
+        run_trsm<T, I>(q, b, memory::device, vrt::uplo::lower, vrt::diag::nonunit, T(1), x, s);
+    EXPECT_EQ(hostsycl::kernels_submitted("permMatX_lower_class"), e.full) << what;
+    EXPECT_EQ(hostsycl::kernels_submitted("permMatY_lower_class"), e.full) << what;
+    EXPECT_EQ(hostsycl::kernels_submitted("firstColorsTrsmLower"), e.full) << what;
+    EXPECT_EQ(hostsycl::kernels_submitted("remPermMatX_lower_class"), e.rest) << what;
+    EXPECT_EQ(hostsycl::kernels_submitted("remPermMatY_lower_class"), e.rest) << what;
+    EXPECT_EQ(hostsycl::kernels_submitted("remLastColorsTrsmLower"), e.rest) << what;
+    EXPECT_EQ(hostsycl::kernels_submitted("trsm_lower_kernel"), 0u) << what;
+    expect_solved(A, y, x, s, false, false, T(1), what);
+  }
+  const auto s = shape_of(layout::col_major, A.nrows, 17);
+  const auto x = dense_x<T>(s, 6);
+  hostsycl::reset_kernel_counts();
+  const auto y =
+      run_trsm<T, I>(q, b, memory::device, vrt::uplo::upper, vrt::diag::nonunit, T(1), x, s);
+  EXPECT_EQ(hostsycl::kernels_submitted("def_notmp_trsm_upper_kernel"), 1u);
+  EXPECT_EQ(hostsycl::kernels_submitted("ColorsTrsm"), 0u);
+  EXPECT_EQ(hostsycl::kernels_submitted("PermMat"), 0u);
+  EXPECT_EQ(hostsycl::kernels_submitted("permMat"), 0u);
+  expect_solved(A, y, x, s, true, false, T(1), "upper after lower analysis");
+}
+
 // diag::unit on a matrix without a diagonal: solved, without the check, both paths.
 TYPED_TEST(Trsm, UnitDiagonalWithAMissingDiagonalIsSolvedUnchecked) {
   using T = typename TypeParam::value;
@@ -465,6 +508,9 @@ TYPED_TEST(Trsm, RefusalsInOrder) {
   h->primary = nullptr;
   expect_message<vrt::invalid_argument>(
       [&] { device_trsm(nt, nt, static_cast<vrt::uplo>(2), vrt::diag::nonunit, heap.data()); },
+      prefix("trsm") + "invalid argument: uplo_flag is invalid");
+  expect_message<vrt::invalid_argument>(
+      [&] { device_trsm(nt, nt, static_cast<vrt::uplo>(-1), vrt::diag::nonunit, heap.data()); },
       prefix("trsm") + "invalid argument: uplo_flag is invalid");
   // 2. the structure, before the memory of Y.
   expect_message<vrt::uninitialized>(

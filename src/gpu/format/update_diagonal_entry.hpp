@@ -27,22 +27,20 @@ sycl::event update_diagonal_values_impl(sycl::queue& queue, matrix_handle* A, st
   if (s->format != format_csr) throw unimplemented("sparse", word, update_csr_only);
   if (length < s->nrows) throw invalid_argument("sparse", word, update_diagonal_too_short);
 
-  // Whether every row stores its diagonal is settled before anything is written. A handle with a
-  // diagonal record knows it from the record's missing flag (an analysis under diag::unit keeps
-  // a record of a matrix that misses some); one without is checked here. No record is made:
-  // the next analysis reads the values afresh.
-  bool missing = false;
-  if (A->diag_values != nullptr) {
-    const sycl::event known = updateDiagData_and_check_for_missing_diags<T, I, C>(
-        queue, s, &A->diag_values, false, &A->diag_struct, diag::unit, word, deps);
-    missing =
-        read_on_host<I, C>(queue, as_container<C, I>(A->diag_values->status_host), {known}) > I(0);
-  } else {
-    missing = kernels::rows_without_diagonal<I, C>(queue, *s, deps);
-  }
-  if (missing) throw unimplemented("sparse", word, update_missing_diagonal);
-
+  // A handle without a diagonal record is checked for rows that store no diagonal before
+  // anything is written (the calling thread waits for the answer). A handle with one has its
+  // record brought up to date instead and is written as it stands: a row without a stored
+  // diagonal (an analysis under diag::unit keeps a record of such a matrix) keeps its values,
+  // and the record takes the new diagonal whole. A handle without a record gets none: the next
+  // analysis reads the values afresh.
   std::vector<sycl::event> list = deps;
+  if (A->diag_values != nullptr)
+    chain_event<C>(list,
+                   updateDiagData_and_check_for_missing_diags<T, I, C>(
+                       queue, s, &A->diag_values, false, &A->diag_struct, diag::unit, word, deps));
+  else if (kernels::rows_without_diagonal<I, C>(queue, *s, deps))
+    throw unimplemented("sparse", word, update_missing_diagonal);
+
   sycl::event last;
   const auto step = [&](const sycl::event& e) {
     last = e;

@@ -13,6 +13,7 @@
 #include "gpu/triangular/coloring/coloring.hpp"
 #include "gpu/triangular/coloring/mirror_check.hpp"
 #include "gpu/triangular/design_names.hpp"
+#include "gpu/triangular/triangle_side.hpp"
 #include "handle/coalesce_events.hpp"
 
 namespace orvane::vrt::sparse::gpu {
@@ -29,7 +30,7 @@ sycl::event analyse_triangle(sycl::queue& queue, uplo triangle, transpose op, di
                              const analysis_words& words) {
   namespace names = triangular_names;
   const char* const word = words.routine;
-  if (static_cast<int>(triangle) > 1) throw invalid_argument("sparse", word, words.bad_uplo);
+  if (!is_uplo(triangle)) throw invalid_argument("sparse", word, words.bad_uplo);
   if (diagonal != diag::nonunit && diagonal != diag::unit)
     throw invalid_argument("sparse", word, names::diag_flag);
   if (op != transpose::nontrans) throw unimplemented("sparse", word, names::nontrans_only);

@@ -9,6 +9,9 @@ namespace orvane::vrt::sparse::gpu {
 
 enum class triangle { lower, upper };
 
+// uplo is a signed byte: a value below upper is refused as one above lower is.
+inline bool is_uplo(uplo which) { return which == uplo::lower || which == uplo::upper; }
+
 inline triangle side_of(uplo which) {
   return which == uplo::lower ? triangle::lower : triangle::upper;
 }

@@ -17,7 +17,7 @@ sycl::event trsv_impl(sycl::queue& queue, uplo which, transpose op, diag diagona
                       matrix_handle* A, container_t<C, T> x, container_t<C, T> y,
                       const event_list& deps) {
   namespace names = triangular_names;
-  if (static_cast<int>(which) > 1) throw invalid_argument("sparse", names::trsv, names::uplo_flag);
+  if (!is_uplo(which)) throw invalid_argument("sparse", names::trsv, names::uplo_flag);
   if (diagonal != diag::nonunit && diagonal != diag::unit)
     throw invalid_argument("sparse", names::trsv, names::diag_flag);
   if (op != transpose::nontrans) throw unimplemented("sparse", names::trsv, names::nontrans_only);

@@ -15,12 +15,14 @@
 #include "gpu/mv/csr/merge_partition_launch.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
 #include "gpu/triangular/design_names.hpp"
+#include "gpu/triangular/triangle_side.hpp"
 #include "gpu/triangular/trmv/strict_triangle_copy_launch.hpp"
 #include "gpu/triangular/trmv/trmv_plan.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
 #include "handle/nnz.hpp"
+#include "handle/release.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 
@@ -104,7 +106,7 @@ sycl::event optimize_trmv_impl(sycl::queue& queue, uplo which, transpose op, dia
                                const event_list& deps) {
   namespace names = triangular_names;
   const char* const word = names::optimize_trmv;
-  if (static_cast<int>(which) > 1) throw invalid_argument("sparse", word, names::uplo_flag);
+  if (!is_uplo(which)) throw invalid_argument("sparse", word, names::uplo_flag);
   if (op != transpose::nontrans) throw unimplemented("sparse", word, names::nontrans_only);
   if (A->primary == nullptr) throw uninitialized("sparse", word, names::not_initialized);
   if (A->primary->format != format_csr) throw unimplemented("sparse", word, names::csr_only_on_gpu);
@@ -124,8 +126,16 @@ sycl::event optimize_trmv_impl(sycl::queue& queue, uplo which, transpose op, dia
   else
     detail::drop_triangle_arrays<T, I, C>(queue, *slot);
   sparseStructure* t = *slot;
-  const sycl::event copied =
-      triangularData_impl<T, I, C>(queue, which, sorted, t, A->diag_struct, events);
+  sycl::event copied;
+  try {
+    copied = triangularData_impl<T, I, C>(queue, which, sorted, t, A->diag_struct, events);
+  } catch (...) {
+    // A triangle without its arrays must not look planned to trmv: the slot empties, and the
+    // product runs on the full rows until an analysis succeeds.
+    const sycl::context context = queue.get_context();
+    sparseStructureRelease<T, I, C>(reinterpret_cast<void**>(slot), &context);
+    throw;
+  }
   chain_event<C>(events, copied);
   if (t->gemv_data == nullptr) initGemvInternalData(&t->gemv_data);
   if (!t->gemv_data->cached) cache_gemv_internals(queue, t->gemv_data);

@@ -8,6 +8,7 @@
 
 #include "gpu/entry_points.hpp"
 #include "gpu/triangular/design_names.hpp"
+#include "gpu/triangular/triangle_side.hpp"
 #include "gpu/triangular/trmv/default_trmv_launch.hpp"
 #include "gpu/triangular/trmv/trmv_merge_launch.hpp"
 #include "gpu/triangular/trmv/trmv_vector_launch.hpp"
@@ -44,7 +45,7 @@ sycl::event trmv_impl(sycl::queue& queue, uplo which, transpose op, diag diagona
                       const event_list& deps) {
   namespace names = triangular_names;
   const char* const word = names::trmv;
-  if (static_cast<int>(which) > 1) throw invalid_argument("sparse", word, names::uplo_flag);
+  if (!is_uplo(which)) throw invalid_argument("sparse", word, names::uplo_flag);
   if (diagonal != diag::nonunit && diagonal != diag::unit)
     throw invalid_argument("sparse", word, names::diag_flag);
   if (op != transpose::nontrans) throw unimplemented("sparse", word, names::nontrans_only);

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <orvane/vrt/sparse.hpp>
 #include <sycl/sycl.hpp>
+#include <tuple>
 #include <vector>
 
 #include "containers/containers.hpp"
@@ -44,7 +45,12 @@ sycl::event submit_column_solve(sycl::queue& queue, const default_trsm_operands<
   auto launch = [&](auto name) {
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
-      auto [rp, ci, va, xs, ys] = bind_product<C>(h, deps, op);
+      const auto bound = bind_product<C>(h, deps, op);
+      auto rp = std::get<0>(bound);
+      auto ci = std::get<1>(bound);
+      auto va = std::get<2>(bound);
+      auto xs = std::get<3>(bound);
+      auto ys = std::get<4>(bound);
       const auto args = default_trsm_args_of(op);
       h.parallel_for<Name>(sycl::range<1>(static_cast<std::size_t>(op.columns)),
                            [=](sycl::item<1> it) {
@@ -67,7 +73,12 @@ sycl::event submit_flagged_solve(sycl::queue& queue, const default_trsm_operands
   auto launch = [&](auto name) {
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
-      auto [rp, ci, va, xs, ys] = bind_product<C>(h, deps, op);
+      const auto bound = bind_product<C>(h, deps, op);
+      auto rp = std::get<0>(bound);
+      auto ci = std::get<1>(bound);
+      auto va = std::get<2>(bound);
+      auto xs = std::get<3>(bound);
+      auto ys = std::get<4>(bound);
       auto flags = bind(h, done_flags, sycl::read_write);
       auto tickets = bind(h, row_tickets, sycl::read_write);
       const auto args = default_trsm_args_of(op);
@@ -102,12 +113,20 @@ bool take_flag_areas(sycl::queue& queue, std::size_t flag_count, std::size_t tic
     *flags = *tickets = nullptr;
     return false;
   }
-  if constexpr (C == container_usm) {
-    queue.memset(*flags, 0, flag_count * sizeof(I)).wait();
-    queue.memset(*tickets, 0, ticket_count * sizeof(I)).wait();
-  } else {
-    fill_container<I>(queue, as_container<C, I>(*flags), I(0), flag_count, {}).wait();
-    fill_container<I>(queue, as_container<C, I>(*tickets), I(0), ticket_count, {}).wait();
+  try {
+    if constexpr (C == container_usm) {
+      queue.memset(*flags, 0, flag_count * sizeof(I)).wait();
+      queue.memset(*tickets, 0, ticket_count * sizeof(I)).wait();
+    } else {
+      fill_container<I>(queue, as_container<C, I>(*flags), I(0), flag_count, {}).wait();
+      fill_container<I>(queue, as_container<C, I>(*tickets), I(0), ticket_count, {}).wait();
+    }
+  } catch (...) {
+    queue.wait();
+    deallocate_container<I>(*flags, queue, C);
+    deallocate_container<I>(*tickets, queue, C);
+    *flags = *tickets = nullptr;
+    throw;
   }
   return true;
 }

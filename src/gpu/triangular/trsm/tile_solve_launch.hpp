@@ -99,15 +99,14 @@ sycl::event opt_trsm(sycl::queue& queue, triangle side, layout dense_layout, dia
   const dense_shape x_shape{dense_layout == layout::row_major, static_cast<std::size_t>(ldx)};
   const dense_shape y_shape{dense_layout == layout::row_major, static_cast<std::size_t>(ldy)};
   const std::int32_t middle = d->num_colors - d->head_colors - d->tail_colors;
-  const std::vector<I> color_ptr =
-      middle >= 1 ? read_back<I, C>(queue, as_container<C, I>(d->color_ptr_host),
-                                    static_cast<std::size_t>(d->num_colors) + 1, {})
-                  : std::vector<I>();
-
   std::vector<sycl::event> list = deps;
   const auto rows = static_cast<std::size_t>(plan.rows_per_group);
   const auto block = static_cast<std::size_t>(plan.block);
   try {
+    const std::vector<I> color_ptr =
+        middle >= 1 ? read_back<I, C>(queue, as_container<C, I>(d->color_ptr_host),
+                                      static_cast<std::size_t>(d->num_colors) + 1, {})
+                    : std::vector<I>();
     for (std::int64_t b = 0; b < plan.full_blocks; ++b)
       run_tile_pass<tile_pass::full, T, I, C>(queue, op, *d, color_ptr,
                                               {static_cast<std::size_t>(b) * block, block, rows}, x,

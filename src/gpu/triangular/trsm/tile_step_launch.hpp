@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <sycl/sycl.hpp>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -46,7 +47,9 @@ sycl::event submit_tile_gather(sycl::queue& queue, const tile_operands<T, I, C>&
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
       depend_on<C>(h, deps);
-      auto [xs, rop] = bind_reads(h, x, op.row_of_position);
+      const auto reads = bind_reads(h, x, op.row_of_position);
+      auto xs = std::get<0>(reads);
+      auto rop = std::get<1>(reads);
       auto xt = bind(h, op.set.x, sycl::read_write);
       const std::size_t tile = op.tile, offset = pass.offset, ld = shape.ld;
       const bool row_major = shape.row_major;
@@ -71,7 +74,9 @@ sycl::event submit_tile_scatter(sycl::queue& queue, const tile_operands<T, I, C>
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
       depend_on<C>(h, deps);
-      auto [yt, rop] = bind_reads(h, op.set.y, op.row_of_position);
+      const auto reads = bind_reads(h, op.set.y, op.row_of_position);
+      auto yt = std::get<0>(reads);
+      auto rop = std::get<1>(reads);
       // read_write: the entries between the columns (ld above the need) stay as they are.
       auto ys = bind(h, y, sycl::read_write);
       const std::size_t tile = op.tile, offset = pass.offset, ld = shape.ld;
@@ -100,7 +105,7 @@ sycl::event submit_tile_run(sycl::queue& queue, const tile_operands<T, I, C>& op
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
       const auto update = bind_tile_update(h, deps, op);
-      auto [cp] = bind_reads(h, op.set.color_ptr);
+      auto cp = std::get<0>(bind_reads(h, op.set.color_ptr));
       const sycl::range<2> group(pass.width, pass.rows_per_group);
       const std::size_t rows = pass.rows_per_group;
       h.parallel_for<Name>(sycl::nd_range<2>(group, group), [=](sycl::nd_item<2> it) {

@@ -47,8 +47,7 @@ sycl::event trsm_impl(sycl::queue& queue, layout dense_layout, transpose opA, tr
                       std::int64_t columns, std::int64_t ldx, container_t<C, T> y, std::int64_t ldy,
                       const event_list& deps) {
   namespace names = triangular_names;
-  if (static_cast<int>(which) > 1)
-    throw invalid_argument("sparse", names::trsm, names::uplo_flag_invalid);
+  if (!is_uplo(which)) throw invalid_argument("sparse", names::trsm, names::uplo_flag_invalid);
   if (A->primary == nullptr) throw uninitialized("sparse", names::trsm, names::not_initialized);
   if constexpr (C == container_usm)
     if (memory_kind<C>(queue, y) == sycl::usm::alloc::unknown)
