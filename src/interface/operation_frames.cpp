@@ -180,12 +180,10 @@ sycl::event gemm_frame(sycl::queue& q, layout lay, transpose opA, transpose opB,
 template <typename T, containerType C>
 sycl::event update_diagonal_values_frame(sycl::queue& q, matrix_handle* A, std::int64_t length,
                                          container_t<C, T> diagonal, const event_list& deps) {
-  // The buffer form names a missing diagonal "hMatrix" too; the USM form does not test it.
-  if constexpr (C == container_buffer)
-    require_present("update_diagonal_values",
-                    {{present(A), "hMatrix"}, {present(diagonal), "hMatrix"}});
-  else
-    require_present("update_diagonal_values", {{present(A), "hMatrix"}});
+  // A missing diagonal (an empty buffer, a null pointer) is named "hMatrix" too, as the handle;
+  // the kernels would read through a null pointer.
+  require_present("update_diagonal_values",
+                  {{present(A), "hMatrix"}, {present(diagonal), "hMatrix"}});
   verify_double_support_for(q, A, "update_diagonal_values");
   check_memory_model(A, C);
   check_call_matches_handle<T, C>(A, "update_diagonal_values");

@@ -141,6 +141,18 @@ TEST(CallFrame, BufferOfByteSizeZeroCountsAsNull) {
   vs::release_matrix_handle(&h);
 }
 
+// The USM form's null diagonal is refused as the buffer form's empty one, before any kernel
+// could read through it (a fuzzer found the read).
+TEST(CallFrame, NullDiagonalPointerCountsAsNull) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
+  vs::matrix_handle* h = nullptr;
+  vs::init_matrix_handle(&h);
+  expect_message<vrt::uninitialized>(
+      [&] { vs::update_diagonal_values(q, h, 4, static_cast<const double*>(nullptr), {}); },
+      prefix("update_diagonal_values") + "uninitialized object: hMatrix");
+  vs::release_matrix_handle(&h);
+}
+
 TEST(CallFrame, AFreshHandleReachesTheBackendAndIsNotInitialized) {
   VRT_SKIP_UNLESS_BUILT(float);
   sycl::queue q{hostsycl::emulated_gpu("emu-a2")};
