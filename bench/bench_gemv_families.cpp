@@ -11,52 +11,28 @@
 #include "gpu/mv/optimize_gemv_entry.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
+#include "laplacian_2d.hpp"
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
 
 namespace {
 
+using vrt_bench::laplacian_2d;
+using vrt_bench::to_device;
+
 constexpr std::int32_t grid = 316;  // 99856 rows, 5-point stencil
 constexpr std::int32_t rows = grid * grid;
 
-struct laplacian {
-  std::vector<std::int32_t> row_ptr{0}, col_ind;
-  std::vector<double> values;
-  laplacian() {
-    for (std::int32_t i = 0; i < grid; ++i)
-      for (std::int32_t j = 0; j < grid; ++j) {
-        auto add = [&](std::int32_t c, double v) {
-          col_ind.push_back(c);
-          values.push_back(v);
-        };
-        const std::int32_t r = i * grid + j;
-        if (i > 0) add(r - grid, -1.0);
-        if (j > 0) add(r - 1, -1.0);
-        add(r, 4.0);
-        if (j + 1 < grid) add(r + 1, -1.0);
-        if (i + 1 < grid) add(r + grid, -1.0);
-        row_ptr.push_back(static_cast<std::int32_t>(values.size()));
-      }
-  }
-};
-
-template <typename E>
-E* on_device(sycl::queue& q, const std::vector<E>& v) {
-  E* p = sycl::malloc_device<E>(v.size(), q);
-  q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
-  return p;
-}
-
 // Times gemv under the plan (kind, group, vector); kind 5 gets a merge-path partition.
 void family(benchmark::State& state, int kind, int group, int vector) {
-  static const laplacian A;
+  static const laplacian_2d A(grid);
   sycl::queue q{hostsycl::emulated_gpu("emu-a6")};
-  std::int32_t* rp = on_device(q, A.row_ptr);
-  std::int32_t* ci = on_device(q, A.col_ind);
-  double* va = on_device(q, A.values);
-  double* x = on_device(q, std::vector<double>(rows, 1.0));
-  double* y = on_device(q, std::vector<double>(rows, 0.0));
+  std::int32_t* rp = to_device(q, A.row_ptr);
+  std::int32_t* ci = to_device(q, A.col_ind);
+  double* va = to_device(q, A.values);
+  double* x = to_device(q, std::vector<double>(rows, 1.0));
+  double* y = to_device(q, std::vector<double>(rows, 0.0));
   vs::matrix_handle* h = nullptr;
   vs::init_matrix_handle(&h);
   vs::set_csr_data(q, h, rows, rows, vrt::index_base::zero, rp, ci, va).wait();

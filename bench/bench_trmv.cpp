@@ -10,51 +10,27 @@
 
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"
+#include "laplacian_2d.hpp"
 
 namespace vrt = orvane::vrt;
 namespace vs = orvane::vrt::sparse;
 
 namespace {
 
+using vrt_bench::laplacian_2d;
+using vrt_bench::to_device;
+
 constexpr std::int32_t grid = 500;  // 250000 rows, 5-point stencil
 constexpr std::int32_t rows = grid * grid;
 
-struct laplacian {
-  std::vector<std::int32_t> row_ptr{0}, col_ind;
-  std::vector<double> values;
-  laplacian() {
-    for (std::int32_t i = 0; i < grid; ++i)
-      for (std::int32_t j = 0; j < grid; ++j) {
-        auto add = [&](std::int32_t c, double v) {
-          col_ind.push_back(c);
-          values.push_back(v);
-        };
-        const std::int32_t r = i * grid + j;
-        if (i > 0) add(r - grid, -1.0);
-        if (j > 0) add(r - 1, -1.0);
-        add(r, 4.0);
-        if (j + 1 < grid) add(r + 1, -1.0);
-        if (i + 1 < grid) add(r + grid, -1.0);
-        row_ptr.push_back(static_cast<std::int32_t>(values.size()));
-      }
-  }
-};
-
-const laplacian& matrix() {
-  static const laplacian m;
+const laplacian_2d& matrix() {
+  static const laplacian_2d m(grid);
   return m;
-}
-
-template <typename E>
-E* to_device(sycl::queue& q, const std::vector<E>& v) {
-  E* p = sycl::malloc_device<E>(v.size(), q);
-  q.memcpy(p, v.data(), v.size() * sizeof(E)).wait();
-  return p;
 }
 
 void BM_trmv_lower(benchmark::State& state, bool planned) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
-  const laplacian& m = matrix();
+  const laplacian_2d& m = matrix();
   auto* row_ptr = to_device(q, m.row_ptr);
   auto* col_ind = to_device(q, m.col_ind);
   auto* values = to_device(q, m.values);
