@@ -30,14 +30,30 @@ struct product_arrays {
   container_t<C, T> y;
 };
 
+// The bound arrays of a product by name, so that a kernel can capture the record whole (a
+// structured binding may not be captured); unpacked in order by a structured binding outside
+// kernels. The first two are the index arrays of whichever structure the product walks.
+template <typename First, typename Second, typename Values, typename X, typename Y>
+struct bound_product {
+  First row_ptr;
+  Second col_ind;
+  Values values;
+  X x;
+  Y y;
+};
+
 // After deps: two index arrays, the values and x bound for reading, y for update, in that order.
 template <containerType C, typename First, typename Second, typename Values, typename Vector>
 auto bind_product(sycl::handler& h, const std::vector<sycl::event>& deps, First first,
                   Second second, Values values, Vector x, Vector y) {
   depend_on<C>(h, deps);
-  return std::tuple{bind(h, first, sycl::read_only), bind(h, second, sycl::read_only),
-                    bind(h, values, sycl::read_only), bind(h, x, sycl::read_only),
-                    bind(h, y, sycl::read_write)};
+  auto a = bind(h, first, sycl::read_only);
+  auto b = bind(h, second, sycl::read_only);
+  auto v = bind(h, values, sycl::read_only);
+  auto xs = bind(h, x, sycl::read_only);
+  auto ys = bind(h, y, sycl::read_write);
+  return bound_product<decltype(a), decltype(b), decltype(v), decltype(xs), decltype(ys)>{a, b, v,
+                                                                                          xs, ys};
 }
 
 // The same for a record with the fields of product_arrays.

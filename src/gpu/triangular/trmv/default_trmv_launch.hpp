@@ -24,19 +24,14 @@ sycl::event submit_default_trmv(sycl::queue& queue, const trmv_operands<T, I, C>
   auto launch = [&](auto name) {
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
-      auto bound = bind_product<C>(h, deps, op);
-      auto rp = std::get<0>(bound);
-      auto ci = std::get<1>(bound);
-      auto va = std::get<2>(bound);
-      auto xv = std::get<3>(bound);
-      auto yv = std::get<4>(bound);
+      const auto a = bind_product<C>(h, deps, op);
       const bool upper = op.side == triangle::upper;
       const I index = op.index;
       const T alpha = op.alpha, beta = op.beta;
       const std::uint8_t diag_code = op.diag_code;
       h.parallel_for<Name>(sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> i) {
-        kernels::trmv_default_row<T, I>(upper, i[0], raw(rp), raw(ci), raw(va), raw(xv), raw(yv),
-                                        index, alpha, beta, diag_code);
+        kernels::trmv_default_row<T, I>(upper, i[0], raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                        raw(a.x), raw(a.y), index, alpha, beta, diag_code);
       });
     });
   };

@@ -40,12 +40,7 @@ sycl::event submit_trmv_merge(sycl::queue& queue, const gemvInternalData& plan,
   auto carry_values = as_container<C, T>(plan.carry_values);
   using name = portable::sub_group_kernel<kernels::trmv_merge_subgroup_csr_kernel<T, I, C>, SG>;
   sycl::event product = queue.submit([&](sycl::handler& h) {
-    auto bound = bind_product<C>(h, deps, op);
-    auto rp = std::get<0>(bound);
-    auto ci = std::get<1>(bound);
-    auto va = std::get<2>(bound);
-    auto xv = std::get<3>(bound);
-    auto yv = std::get<4>(bound);
+    const auto a = bind_product<C>(h, deps, op);
     auto reads = bind_reads(h, op.diag_values, partition_rows, partition_nnz);
     auto dv = std::get<0>(reads);
     auto pr = std::get<1>(reads);
@@ -59,8 +54,9 @@ sycl::event submit_trmv_merge(sycl::queue& queue, const gemvInternalData& plan,
                            const std::size_t p = item.get_global_id(0);
                            if (p >= parts) return;
                            kernels::trmv_merge_part<SG, T, I>(
-                               item.get_sub_group(), p, raw(pr), raw(pn), raw(rp), raw(ci), raw(va),
-                               raw(xv), raw(dv), raw(yv), raw(cr), raw(cv), alpha, beta, diag_code);
+                               item.get_sub_group(), p, raw(pr), raw(pn), raw(a.row_ptr),
+                               raw(a.col_ind), raw(a.values), raw(a.x), raw(dv), raw(a.y), raw(cr),
+                               raw(cv), alpha, beta, diag_code);
                          });
   });
   return csr::compute_sum_carry_out_for_merge_path_mv<T, I, C>(

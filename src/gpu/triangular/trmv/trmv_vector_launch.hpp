@@ -27,20 +27,15 @@ sycl::event trmv_with_syclvec(sycl::queue& queue, const trmv_operands<T, I, C>& 
   const std::size_t group = trmv_vector_group;
   const sycl::nd_range<1> grid((nrows + group - 1) / group * group, group);
   return queue.submit([&](sycl::handler& h) {
-    auto bound = bind_product<C>(h, deps, op);
-    auto rp = std::get<0>(bound);
-    auto ci = std::get<1>(bound);
-    auto va = std::get<2>(bound);
-    auto xv = std::get<3>(bound);
-    auto yv = std::get<4>(bound);
+    const auto a = bind_product<C>(h, deps, op);
     auto dv = std::get<0>(bind_reads(h, op.diag_values));
     const T alpha = op.alpha, beta = op.beta;
     const std::uint8_t diag_code = op.diag_code;
     h.parallel_for<kernels::trmv_syclvec_csr_kernel<T, I, C>>(grid, [=](sycl::nd_item<1> item) {
       const std::size_t row = item.get_global_id(0);
       if (row >= nrows) return;
-      kernels::trmv_syclvec_row<T, I, L>(row, raw(rp), raw(ci), raw(va), raw(xv), raw(dv), raw(yv),
-                                         alpha, beta, diag_code);
+      kernels::trmv_syclvec_row<T, I, L>(row, raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                         raw(a.x), raw(dv), raw(a.y), alpha, beta, diag_code);
     });
   });
 }

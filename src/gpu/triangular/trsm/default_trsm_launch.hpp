@@ -45,18 +45,13 @@ sycl::event submit_column_solve(sycl::queue& queue, const default_trsm_operands<
   auto launch = [&](auto name) {
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
-      const auto bound = bind_product<C>(h, deps, op);
-      auto rp = std::get<0>(bound);
-      auto ci = std::get<1>(bound);
-      auto va = std::get<2>(bound);
-      auto xs = std::get<3>(bound);
-      auto ys = std::get<4>(bound);
+      const auto a = bind_product<C>(h, deps, op);
       const auto args = default_trsm_args_of(op);
-      h.parallel_for<Name>(sycl::range<1>(static_cast<std::size_t>(op.columns)),
-                           [=](sycl::item<1> it) {
-                             kernels::solve_dense_column<T, I>(it[0], args, raw(rp), raw(ci),
-                                                               raw(va), raw(xs), raw(ys));
-                           });
+      h.parallel_for<Name>(
+          sycl::range<1>(static_cast<std::size_t>(op.columns)), [=](sycl::item<1> it) {
+            kernels::solve_dense_column<T, I>(it[0], args, raw(a.row_ptr), raw(a.col_ind),
+                                              raw(a.values), raw(a.x), raw(a.y));
+          });
     });
   };
   using namespace kernels;
@@ -73,20 +68,15 @@ sycl::event submit_flagged_solve(sycl::queue& queue, const default_trsm_operands
   auto launch = [&](auto name) {
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
-      const auto bound = bind_product<C>(h, deps, op);
-      auto rp = std::get<0>(bound);
-      auto ci = std::get<1>(bound);
-      auto va = std::get<2>(bound);
-      auto xs = std::get<3>(bound);
-      auto ys = std::get<4>(bound);
+      const auto a = bind_product<C>(h, deps, op);
       auto flags = bind(h, done_flags, sycl::read_write);
       auto tickets = bind(h, row_tickets, sycl::read_write);
       const auto args = default_trsm_args_of(op);
       const std::size_t groups = static_cast<std::size_t>(op.nrows) * column_groups;
       h.parallel_for<Name>(sycl::nd_range<1>(groups * group, group), [=](sycl::nd_item<1> it) {
         kernels::solve_flagged_row<T, I>(it.get_group(), it.get_local_id(0), group, column_groups,
-                                         args, raw(rp), raw(ci), raw(va), raw(xs), raw(ys),
-                                         raw(flags), raw(tickets));
+                                         args, raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                         raw(a.x), raw(a.y), raw(flags), raw(tickets));
       });
     });
   };
