@@ -182,8 +182,7 @@ using event_list = std::vector<sycl::event>;
 /// @brief Creates an empty matrix handle.
 /// @param handle receives the new handle, owned by the caller until release_matrix_handle.
 /// @throws invalid_argument "orvane::vrt::sparse::init_matrix_handle: invalid argument: handle"
-/// when
-///         `handle` is null.
+///     when `handle` is null.
 /// @throws host_bad_alloc when the handle's record cannot be allocated.
 ///@{
 VRT_SPARSE_API void init_matrix_handle(matrix_handle_t* handle);
@@ -195,7 +194,7 @@ VRT_SPARSE_API void init_matrix_handle(matrix_handle_t* handle);
 /// The queue form of a USM handle frees in a host task after `deps`; its event completes then. The
 /// form without a queue waits for `deps` first. *handle becomes null.
 /// @throws invalid_argument "orvane::vrt::sparse::release_matrix_handle: invalid argument: handle"
-///         when `handle` is null.
+///     when `handle` is null.
 ///@{
 VRT_SPARSE_API sycl::event release_matrix_handle(sycl::queue& queue, matrix_handle_t* handle,
                                                  const event_list& deps = {});
@@ -204,8 +203,8 @@ VRT_SPARSE_API void release_matrix_handle(matrix_handle_t* handle, const event_l
 
 /// @brief Marks the bound matrix symmetric or sorted; call it after the binding.
 /// @throws uninitialized "orvane::vrt::sparse::set_matrix_property: uninitialized object: hMatrix"
-///         when `handle` is null, and "...: uninitialized object: Matrix is not initialized" before
-///         any binding.
+///     when `handle` is null, and "...: uninitialized object: Matrix is not initialized" before any
+///     binding.
 ///@{
 VRT_SPARSE_API void set_matrix_property(matrix_handle_t handle, property p);
 ///@}
@@ -219,12 +218,11 @@ VRT_SPARSE_API void set_matrix_property(matrix_handle_t handle, property p);
 /// arrays; plans of an unchanged shape and kind stay. The USM form with a queue returns an event
 /// that completes after `deps`.
 /// @throws invalid_argument "orvane::vrt::sparse::set_csr_data: invalid argument: nrows is
-/// negative",
-///         "...: ncols is negative" and "...: index is neither index_base::zero nor
-///         index_base::one"; a refused binding leaves the handle as it was.
+///     negative", "...: ncols is negative" and "...: index is neither index_base::zero nor
+///     index_base::one"; a refused binding leaves the handle as it was.
 /// @throws uninitialized "orvane::vrt::sparse::set_csr_data: uninitialized object: hMatrix" (buffer
-///         forms) or "...: one or more of hMatrix, row_ptr or col_ind or a_buffer is not
-///         initialized" (USM forms) when `handle` is null.
+///     forms) or "...: one or more of hMatrix, row_ptr or col_ind or a_buffer is not initialized"
+///     (USM forms) when `handle` is null.
 ///@{
 VRT_SPARSE_API void set_csr_data(matrix_handle_t handle, std::int32_t nrows, std::int32_t ncols,
                                  index_base index, sycl::buffer<std::int32_t, 1>& row_ptr,
@@ -359,11 +357,10 @@ VRT_SPARSE_API sycl::event set_csr_data(sycl::queue& queue, matrix_handle_t hand
 /// @brief Binds the caller's COO arrays (row_ind, col_ind and values of nnz entries each)
 /// to a handle, referenced like the CSR arrays of set_csr_data.
 /// @throws invalid_argument "orvane::vrt::sparse::set_coo_data: invalid argument: nrows is
-/// negative",
-///         "...: ncols is negative", "...: nnz is negative" and "...: index is neither
-///         index_base::zero nor index_base::one".
+///     negative", "...: ncols is negative", "...: nnz is negative" and "...: index is neither
+///     index_base::zero nor index_base::one".
 /// @throws uninitialized "orvane::vrt::sparse::set_coo_data: uninitialized object: one or more of
-///         hMatrix, row_ind or col_ind or a_buffer is not initialized" when `handle` is null.
+///     hMatrix, row_ind or col_ind or a_buffer is not initialized" when `handle` is null.
 ///@{
 VRT_SPARSE_API void set_coo_data(sycl::queue& queue, matrix_handle_t handle, std::int32_t nrows,
                                  std::int32_t ncols, std::int32_t nnz, index_base index,
@@ -457,18 +454,14 @@ VRT_SPARSE_API sycl::event set_coo_data(sycl::queue& queue, matrix_handle_t hand
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// them through the buffers' accessors.
 /// @throws uninitialized "orvane::vrt::sparse::gemv: uninitialized object: <name>" when one of A,
-/// x, y is
-///         null (the name is the first one missing), and
-///         "orvane::vrt::sparse::gemv: uninitialized object: Matrix is not initialized" for a
-///         handle never bound.
+///     x, y is null (the name is the first one missing), and "orvane::vrt::sparse::gemv:
+///     uninitialized object: Matrix is not initialized" for a handle never bound.
 /// @throws invalid_argument "orvane::vrt::sparse::gemv: invalid argument: USM API called with
-/// sycl::buffer data"
-///         (or "sycl::buffer API called with USM data") when the form differs from the binding's,
-///         and "orvane::vrt::sparse::gemv: invalid argument: the value type of the call differs
-///         from the matrix handle's".
+///     sycl::buffer data" (or "sycl::buffer API called with USM data") when the form differs from
+///     the binding's, and "orvane::vrt::sparse::gemv: invalid argument: the value type of the call
+///     differs from the matrix handle's".
 /// @throws unsupported_device "orvane::vrt::sparse::gemv: unsupported device: <device name>" for
-/// double and
-///         complex<double> on a device without fp64.
+///     double and complex<double> on a device without fp64.
 ///@{
 VRT_SPARSE_API void gemv(sycl::queue& queue, transpose op, float alpha, matrix_handle_t A,
                          sycl::buffer<float, 1>& x, float beta, sycl::buffer<float, 1>& y);
@@ -501,18 +494,14 @@ VRT_SPARSE_API sycl::event gemv(sycl::queue& queue, transpose op, std::complex<d
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// them through the buffers' accessors.
 /// @throws uninitialized "orvane::vrt::sparse::gemvdot: uninitialized object: <name>" when one of
-/// A, x, y, d is
-///         null (the name is the first one missing), and
-///         "orvane::vrt::sparse::gemvdot: uninitialized object: Matrix is not initialized" for a
-///         handle never bound.
+///     A, x, y, d is null (the name is the first one missing), and "orvane::vrt::sparse::gemvdot:
+///     uninitialized object: Matrix is not initialized" for a handle never bound.
 /// @throws invalid_argument "orvane::vrt::sparse::gemvdot: invalid argument: USM API called with
-/// sycl::buffer data"
-///         (or "sycl::buffer API called with USM data") when the form differs from the binding's,
-///         and "orvane::vrt::sparse::gemvdot: invalid argument: the value type of the call differs
-///         from the matrix handle's".
+///     sycl::buffer data" (or "sycl::buffer API called with USM data") when the form differs from
+///     the binding's, and "orvane::vrt::sparse::gemvdot: invalid argument: the value type of the
+///     call differs from the matrix handle's".
 /// @throws unsupported_device "orvane::vrt::sparse::gemvdot: unsupported device: <device name>" for
-/// double and
-///         complex<double> on a device without fp64.
+///     double and complex<double> on a device without fp64.
 ///@{
 VRT_SPARSE_API void gemvdot(sycl::queue& queue, transpose op, float alpha, matrix_handle_t A,
                             sycl::buffer<float, 1>& x, float beta, sycl::buffer<float, 1>& y,
@@ -550,18 +539,14 @@ VRT_SPARSE_API sycl::event gemvdot(sycl::queue& queue, transpose op, std::comple
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// them through the buffers' accessors.
 /// @throws uninitialized "orvane::vrt::sparse::symv: uninitialized object: <name>" when one of A,
-/// x, y is
-///         null (the name is the first one missing), and
-///         "orvane::vrt::sparse::symv: uninitialized object: Matrix is not initialized" for a
-///         handle never bound.
+///     x, y is null (the name is the first one missing), and "orvane::vrt::sparse::symv:
+///     uninitialized object: Matrix is not initialized" for a handle never bound.
 /// @throws invalid_argument "orvane::vrt::sparse::symv: invalid argument: USM API called with
-/// sycl::buffer data"
-///         (or "sycl::buffer API called with USM data") when the form differs from the binding's,
-///         and "orvane::vrt::sparse::symv: invalid argument: the value type of the call differs
-///         from the matrix handle's".
+///     sycl::buffer data" (or "sycl::buffer API called with USM data") when the form differs from
+///     the binding's, and "orvane::vrt::sparse::symv: invalid argument: the value type of the call
+///     differs from the matrix handle's".
 /// @throws unsupported_device "orvane::vrt::sparse::symv: unsupported device: <device name>" for
-/// double and
-///         complex<double> on a device without fp64.
+///     double and complex<double> on a device without fp64.
 ///@{
 VRT_SPARSE_API void symv(sycl::queue& queue, uplo triangle, float alpha, matrix_handle_t A,
                          sycl::buffer<float, 1>& x, float beta, sycl::buffer<float, 1>& y);
@@ -593,18 +578,22 @@ VRT_SPARSE_API sycl::event symv(sycl::queue& queue, uplo triangle, std::complex<
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// them through the buffers' accessors.
 /// @throws uninitialized "orvane::vrt::sparse::trmv: uninitialized object: <name>" when one of A,
-/// x, y is
-///         null (the name is the first one missing), and
-///         "orvane::vrt::sparse::trmv: uninitialized object: Matrix is not initialized" for a
-///         handle never bound.
+///     x, y is null (the name is the first one missing), and "orvane::vrt::sparse::trmv:
+///     uninitialized object: Matrix is not initialized" for a handle never bound.
 /// @throws invalid_argument "orvane::vrt::sparse::trmv: invalid argument: USM API called with
-/// sycl::buffer data"
-///         (or "sycl::buffer API called with USM data") when the form differs from the binding's,
-///         and "orvane::vrt::sparse::trmv: invalid argument: the value type of the call differs
-///         from the matrix handle's".
+///     sycl::buffer data" (or "sycl::buffer API called with USM data") when the form differs from
+///     the binding's, and "orvane::vrt::sparse::trmv: invalid argument: the value type of the call
+///     differs from the matrix handle's".
 /// @throws unsupported_device "orvane::vrt::sparse::trmv: unsupported device: <device name>" for
-/// double and
-///         complex<double> on a device without fp64.
+///     double and complex<double> on a device without fp64.
+/// @par On a GPU queue
+/// The device path refuses as follows, beside the errors above.
+/// @throws invalid_argument "orvane::vrt::sparse::trmv: invalid argument: uplo_flag" or "...:
+///     diag_flag" for a triangle or diagonal outside the enumeration, and "...: This function only
+///     supports square matrices".
+/// @throws unimplemented "orvane::vrt::sparse::trmv: unimplemented functionality: currently only
+///     supports the orvane::vrt::transpose::nontrans op" for another operation, and "...: currently
+///     only supports the CSR matrix format on GPU devices" for a COO handle.
 ///@{
 VRT_SPARSE_API void trmv(sycl::queue& queue, uplo triangle, transpose op, diag diagonal,
                          float alpha, matrix_handle_t A, sycl::buffer<float, 1>& x, float beta,
@@ -647,20 +636,16 @@ VRT_SPARSE_API sycl::event trmv(sycl::queue& queue, uplo triangle, transpose op,
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// them through the buffers' accessors.
 /// @throws uninitialized "orvane::vrt::sparse::trsv: uninitialized object: <name>" when one of A,
-/// x, y is
-///         null (the name is the first one missing), and
-///         "orvane::vrt::sparse::trsv: uninitialized object: Matrix is not initialized" for a
-///         handle never bound.
+///     x, y is null (the name is the first one missing), and "orvane::vrt::sparse::trsv:
+///     uninitialized object: Matrix is not initialized" for a handle never bound.
 /// @throws invalid_argument "orvane::vrt::sparse::trsv: invalid argument: USM API called with
-/// sycl::buffer data"
-///         (or "sycl::buffer API called with USM data") when the form differs from the binding's,
-///         and "orvane::vrt::sparse::trsv: invalid argument: the value type of the call differs
-///         from the matrix handle's".
+///     sycl::buffer data" (or "sycl::buffer API called with USM data") when the form differs from
+///     the binding's, and "orvane::vrt::sparse::trsv: invalid argument: the value type of the call
+///     differs from the matrix handle's".
 /// @throws unsupported_device "orvane::vrt::sparse::trsv: unsupported device: <device name>" for
-/// double and
-///         complex<double> on a device without fp64.
+///     double and complex<double> on a device without fp64.
 /// @throws unimplemented "orvane::vrt::sparse::trsv: unimplemented functionality: currently only
-///         supports the orvane::vrt::transpose::nontrans op" for another operation on a GPU queue.
+///     supports the orvane::vrt::transpose::nontrans op" for another operation on a GPU queue.
 ///@{
 VRT_SPARSE_API void trsv(sycl::queue& queue, uplo triangle, transpose op, diag diagonal,
                          float alpha, matrix_handle_t A, sycl::buffer<float, 1>& x,
@@ -719,25 +704,27 @@ VRT_SPARSE_API sycl::event trsv(sycl::queue& queue, uplo triangle, transpose op,
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// them through the buffers' accessors.
 /// @throws uninitialized "orvane::vrt::sparse::trsm: uninitialized object: <name>" when one of A,
-/// x, y is
-///         null (the name is the first one missing), and
-///         "orvane::vrt::sparse::trsm: uninitialized object: Matrix is not initialized" for a
-///         handle never bound.
+///     x, y is null (the name is the first one missing), and "orvane::vrt::sparse::trsm:
+///     uninitialized object: Matrix is not initialized" for a handle never bound.
 /// @throws invalid_argument "orvane::vrt::sparse::trsm: invalid argument: USM API called with
-/// sycl::buffer data"
-///         (or "sycl::buffer API called with USM data") when the form differs from the binding's,
-///         and "orvane::vrt::sparse::trsm: invalid argument: the value type of the call differs
-///         from the matrix handle's".
+///     sycl::buffer data" (or "sycl::buffer API called with USM data") when the form differs from
+///     the binding's, and "orvane::vrt::sparse::trsm: invalid argument: the value type of the call
+///     differs from the matrix handle's".
 /// @throws unsupported_device "orvane::vrt::sparse::trsm: unsupported device: <device name>" for
-/// double and
-///         complex<double> on a device without fp64.
+///     double and complex<double> on a device without fp64.
 /// @throws invalid_argument "orvane::vrt::sparse::trsm: invalid argument: one or more of columns,
-/// ldx
-///         and ldy are invalid", "...: incompatible leading dimensions with dense matrix layout",
-///         and "...: one of columns, ldx, ldy is invalid" when they exceed 32-bit indices.
+///     ldx and ldy are invalid", "...: incompatible leading dimensions with dense matrix layout",
+///     and "...: one of columns, ldx, ldy is invalid" when they exceed 32-bit indices.
 /// @throws unimplemented "orvane::vrt::sparse::trsm: unimplemented functionality: Only
-/// non-transpose
-///         operation is supported for dense matrix in sparse" when opX is not nontrans.
+///     non-transpose operation is supported for dense matrix in sparse" when opX is not nontrans.
+/// @par On a GPU queue
+/// The device path refuses as follows, beside the errors above.
+/// @throws invalid_argument "orvane::vrt::sparse::trsm: invalid argument: uplo_flag is invalid" for
+///     a triangle outside the enumeration, and "...: given usm alloc type is unknown" when y is not
+///     USM memory of the queue's context.
+/// @throws unimplemented "orvane::vrt::sparse::trsm: unimplemented functionality: currently only
+///     supports the orvane::vrt::transpose::nontrans op" for another opA, and "...: currently only
+///     supports the CSR matrix format on GPU devices" for a COO handle.
 ///@{
 VRT_SPARSE_API void trsm(sycl::queue& queue, layout dense_layout, transpose opA, transpose opX,
                          uplo triangle, diag diagonal, float alpha, matrix_handle_t A,
@@ -793,25 +780,19 @@ VRT_SPARSE_API sycl::event trsm(sycl::queue& queue, layout dense_layout, transpo
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// them through the buffers' accessors.
 /// @throws uninitialized "orvane::vrt::sparse::gemm: uninitialized object: <name>" when one of A,
-/// b, c is
-///         null (the name is the first one missing), and
-///         "orvane::vrt::sparse::gemm: uninitialized object: Matrix is not initialized" for a
-///         handle never bound.
+///     b, c is null (the name is the first one missing), and "orvane::vrt::sparse::gemm:
+///     uninitialized object: Matrix is not initialized" for a handle never bound.
 /// @throws invalid_argument "orvane::vrt::sparse::gemm: invalid argument: USM API called with
-/// sycl::buffer data"
-///         (or "sycl::buffer API called with USM data") when the form differs from the binding's,
-///         and "orvane::vrt::sparse::gemm: invalid argument: the value type of the call differs
-///         from the matrix handle's".
+///     sycl::buffer data" (or "sycl::buffer API called with USM data") when the form differs from
+///     the binding's, and "orvane::vrt::sparse::gemm: invalid argument: the value type of the call
+///     differs from the matrix handle's".
 /// @throws unsupported_device "orvane::vrt::sparse::gemm: unsupported device: <device name>" for
-/// double and
-///         complex<double> on a device without fp64.
+///     double and complex<double> on a device without fp64.
 /// @throws invalid_argument "orvane::vrt::sparse::gemm: invalid argument: one or more of columns,
-/// ldb
-///         and ldc are invalid" and "...: incompatible leading dimensions with dense matrix
-///         layout".
+///     ldb and ldc are invalid" and "...: incompatible leading dimensions with dense matrix
+///     layout".
 /// @throws unimplemented "orvane::vrt::sparse::gemm: unimplemented functionality: Only
-/// non-transpose
-///         operation is supported for dense matrix in sparse" when opB is not nontrans.
+///     non-transpose operation is supported for dense matrix in sparse" when opB is not nontrans.
 ///@{
 VRT_SPARSE_API void gemm(sycl::queue& queue, layout dense_layout, transpose opA, transpose opB,
                          float alpha, matrix_handle_t A, sycl::buffer<float, 1>& b,
@@ -861,15 +842,14 @@ VRT_SPARSE_API void init_matmat_descr(matmat_descr_t* descr);
 
 /// @brief Frees the settings made by init_matmat_descr.
 /// @throws invalid_argument "orvane::vrt::sparse::release_matmat_descr: invalid argument: descr"
-/// when
-///         `descr` is null.
+///     when `descr` is null.
 ///@{
 VRT_SPARSE_API void release_matmat_descr(matmat_descr_t* descr);
 ///@}
 
 /// @brief Sets the views and operations of A, B and C.
 /// @throws uninitialized "orvane::vrt::sparse::set_matmat_data: uninitialized object: matmat
-///         descriptor is not initialized" when `descr` is null.
+///     descriptor is not initialized" when `descr` is null.
 ///@{
 VRT_SPARSE_API void set_matmat_data(matmat_descr_t descr, matrix_view_descr view_a, transpose op_a,
                                     matrix_view_descr view_b, transpose op_b,
@@ -894,17 +874,15 @@ VRT_SPARSE_API void get_matmat_data(matmat_descr_t descr, matrix_view_descr& vie
 /// tempBuffer lets the library keep its own work space. C's row pointer is bound before the first
 /// stage. Runs on CPU queues.
 /// @throws uninitialized "orvane::vrt::sparse::matmat: uninitialized object: One of the matrices is
-///         not initialized".
+///     not initialized".
 /// @throws invalid_argument "orvane::vrt::sparse::matmat: invalid argument: invalid matmat
-/// request".
+///     request".
 /// @throws unimplemented "orvane::vrt::sparse::matmat: unimplemented functionality: nnz is not
-/// ready
-///         to be retrieved, please call matmat API with matmat_request::compute or
-///         matmat_request::compute_structure first".
+///     ready to be retrieved, please call matmat API with matmat_request::compute or
+///     matmat_request::compute_structure first".
 /// @throws computation_error "orvane::vrt::sparse::matmat: computation error: It appears you have
-/// not
-///         called matmat compute stage before finalize stage", and "...: It appears you have not
-///         called matmat compute or compute_structure stage before finalize_structure stage".
+///     not called matmat compute stage before finalize stage", and "...: It appears you have not
+///     called matmat compute or compute_structure stage before finalize_structure stage".
 ///@{
 VRT_SPARSE_API sycl::event matmat(sycl::queue& queue, matrix_handle_t A, matrix_handle_t B,
                                   matrix_handle_t C, matmat_request request, matmat_descr_t descr,
@@ -925,8 +903,7 @@ VRT_SPARSE_API void matmat(sycl::queue& queue, matrix_handle_t A, matrix_handle_
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// @throws uninitialized "orvane::vrt::sparse::sort_matrix: uninitialized object" when A is null.
 /// @throws unimplemented "orvane::vrt::sparse::sort_matrix: unimplemented functionality:
-/// set_csr_data
-///         must be called before calling sort_matrix".
+///     set_csr_data must be called before calling sort_matrix".
 ///@{
 VRT_SPARSE_API sycl::event sort_matrix(sycl::queue& queue, matrix_handle_t A,
                                        const event_list& deps = {});
@@ -940,13 +917,11 @@ VRT_SPARSE_API sycl::event sort_matrix(sycl::queue& queue, matrix_handle_t A,
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// @throws uninitialized "orvane::vrt::sparse::omatcopy: uninitialized object" when A or B is null.
 /// @throws invalid_argument "orvane::vrt::sparse::omatcopy: invalid argument: integer type is unset
-/// in
-///         matrix handle, meaning set_xxx_data was not called after initialization", "...: integer,
-///         floating point, and USM/sycl::buffer types must match between matrix handles" and
-///         "...: Input and output matrix formats must be same".
+///     in matrix handle, meaning set_xxx_data was not called after initialization", "...: integer,
+///     floating point, and USM/sycl::buffer types must match between matrix handles" and "...:
+///     Input and output matrix formats must be same".
 /// @throws unimplemented "orvane::vrt::sparse::omatcopy: unimplemented functionality: Only CSR and
-/// COO
-///         matrix formats are currently supported".
+///     COO matrix formats are currently supported".
 ///@{
 VRT_SPARSE_API sycl::event omatcopy(sycl::queue& queue, transpose op, matrix_handle_t A,
                                     matrix_handle_t B, const event_list& deps = {});
@@ -960,11 +935,11 @@ VRT_SPARSE_API sycl::event omatcopy(sycl::queue& queue, transpose op, matrix_han
 /// starts after every event of `deps`. Buffer forms return nothing: the runtime orders
 /// them through the buffers' accessors.
 /// @throws uninitialized "orvane::vrt::sparse::update_diagonal_values: uninitialized object:
-/// hMatrix".
+///     hMatrix".
 /// @throws unimplemented "orvane::vrt::sparse::update_diagonal_values: unimplemented functionality:
-///         currently does not support cpu device".
+///     currently does not support cpu device".
 /// @throws exception "orvane::vrt::sparse::update_diagonal_values: USM API called with sycl::buffer
-///         data" (or "sycl::buffer API called with USM data").
+///     data" (or "sycl::buffer API called with USM data").
 ///@{
 VRT_SPARSE_API void update_diagonal_values(sycl::queue& queue, matrix_handle_t A,
                                            sycl::buffer<float, 1>& diagonal);
@@ -996,8 +971,7 @@ VRT_SPARSE_API sycl::event update_diagonal_values(sycl::queue& queue, matrix_han
 /// (example: examples/gemv.cpp).
 /// @return an event that completes when the plan is made, after `deps`.
 /// @throws uninitialized "orvane::vrt::sparse::optimize_gemv: uninitialized object: hMatrix" when A
-/// is
-///         null.
+///     is null.
 ///@{
 VRT_SPARSE_API sycl::event optimize_gemv(sycl::queue& queue, transpose op, matrix_handle_t A,
                                          const event_list& deps = {});
@@ -1006,8 +980,12 @@ VRT_SPARSE_API sycl::event optimize_gemv(sycl::queue& queue, transpose op, matri
 /// @brief Plans trmv of the given triangle, operation and diagonal.
 /// @return an event that completes when the plan is made, after `deps`.
 /// @throws uninitialized "orvane::vrt::sparse::optimize_trmv: uninitialized object: hMatrix" when A
-/// is
-///         null.
+///     is null.
+/// @throws invalid_argument "orvane::vrt::sparse::optimize_trmv: invalid argument: uplo_flag" on a
+///     GPU queue for a triangle outside the enumeration.
+/// @throws unimplemented "orvane::vrt::sparse::optimize_trmv: unimplemented functionality:
+///     currently only supports the orvane::vrt::transpose::nontrans op" and "...: currently only
+///     supports the CSR matrix format on GPU devices" on a GPU queue.
 ///@{
 VRT_SPARSE_API sycl::event optimize_trmv(sycl::queue& queue, uplo triangle, transpose op,
                                          diag diagonal, matrix_handle_t A,
@@ -1018,8 +996,7 @@ VRT_SPARSE_API sycl::event optimize_trmv(sycl::queue& queue, uplo triangle, tran
 /// (example: examples/conjugate_gradient.cpp).
 /// @return an event that completes when the plan is made, after `deps`.
 /// @throws uninitialized "orvane::vrt::sparse::optimize_trsv: uninitialized object: hMatrix" when A
-/// is
-///         null.
+///     is null.
 ///@{
 VRT_SPARSE_API sycl::event optimize_trsv(sycl::queue& queue, uplo triangle, transpose op,
                                          diag diagonal, matrix_handle_t A,
@@ -1030,8 +1007,12 @@ VRT_SPARSE_API sycl::event optimize_trsv(sycl::queue& queue, uplo triangle, tran
 /// dense_layout.
 /// @return an event that completes when the plan is made, after `deps`.
 /// @throws uninitialized "orvane::vrt::sparse::optimize_trsm: uninitialized object: hMatrix" when A
-/// is
-///         null.
+///     is null.
+/// @throws invalid_argument "orvane::vrt::sparse::optimize_trsm: invalid argument: uplo_val" on a
+///     GPU queue for a triangle outside the enumeration.
+/// @throws unimplemented "orvane::vrt::sparse::optimize_trsm: unimplemented functionality:
+///     currently only supports the orvane::vrt::transpose::nontrans op" and "...: currently only
+///     supports the CSR matrix format on GPU devices" on a GPU queue.
 ///@{
 VRT_SPARSE_API sycl::event optimize_trsm(sycl::queue& queue, uplo triangle, transpose op,
                                          diag diagonal, matrix_handle_t A,
