@@ -120,8 +120,18 @@ void* usm_allocate(std::size_t alignment, std::size_t bytes, usm::alloc kind, co
       throw_error(errc::invalid, "the device of a USM allocation must belong to the context");
     dimpl = device_access::impl(*dev);
   }
+  if (alignment != 0 && (alignment & (alignment - 1)) != 0) return nullptr;
+  // C's aligned_alloc, which some runtimes hand the request to, fails unless the size is a
+  // multiple of the alignment; a typed malloc always meets this, so only aligned_alloc can miss.
+  if (strict_mode() && alignment != 0 && bytes % alignment != 0) {
+    char text[160];
+    std::snprintf(text, sizeof text,
+                  "aligned_alloc of %zu bytes at alignment %zu: the size is not a multiple of "
+                  "the alignment",
+                  bytes, alignment);
+    throw_error(errc::memory_allocation, text);
+  }
   if (alignment == 0) alignment = 64;
-  if ((alignment & (alignment - 1)) != 0) return nullptr;
   if (alignment < 64) alignment = 64;
   const std::uint64_t limit =
       dimpl != nullptr ? dimpl->max_mem_alloc_size : largest_max_alloc_size();

@@ -52,6 +52,33 @@ TEST(Usm, AlignmentIsHonoured) {
   EXPECT_EQ(sycl::aligned_alloc_shared(48, 100, q), nullptr);  // not a power of two
 }
 
+// Strict mode refuses an aligned size that C's aligned_alloc would refuse, so a caller that
+// forgets to round shows here rather than on another runtime. Plain mallocs are never refused.
+TEST(Usm, StrictModeRefusesAnAlignedSizeThatIsNoMultipleOfTheAlignment) {
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  hostsycl::set_strict_mode(true);
+  try {
+    sycl::aligned_alloc_device(4096, 1000, q);
+    hostsycl::set_strict_mode(false);
+    FAIL() << "expected an exception";
+  } catch (const sycl::exception& e) {
+    EXPECT_EQ(e.code(), sycl::errc::memory_allocation);
+    EXPECT_STREQ(e.what(),
+                 "aligned_alloc of 1000 bytes at alignment 4096: the size is not a multiple of "
+                 "the alignment");
+  }
+  EXPECT_THROW(sycl::aligned_alloc_host<double>(64, 3, q), sycl::exception);
+  for (void* p : {sycl::aligned_alloc_shared(64, 128, q), sycl::malloc_device(1000, q),
+                  static_cast<void*>(sycl::malloc_shared<char>(3, q))}) {
+    EXPECT_NE(p, nullptr);
+    sycl::free(p, q);
+  }
+  hostsycl::set_strict_mode(false);
+  void* lenient = sycl::aligned_alloc_device(4096, 1000, q);
+  EXPECT_NE(lenient, nullptr) << "outside strict mode the runtime rounds as before";
+  sycl::free(lenient, q);
+}
+
 TEST(Usm, RequestAboveMaxAllocationSizeReturnsNull) {
   sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
   const auto max = q.get_device().get_info<sycl::info::device::max_mem_alloc_size>();

@@ -1,19 +1,143 @@
-// What the library's kernels need beyond standard SYCL 2020, each with a portable implementation
-// over standard SYCL. Kernels use only these names for it, so a port to another compiler changes
-// this file alone.
+// What the library needs beyond the SYCL 2020 core that every implementation offers, each with a
+// portable implementation over standard SYCL: host tasks, fences, sub-buffers, aligned USM,
+// sub-group shuffles of complex values, block loads, explicit SIMD. Kernels and host code use
+// only these names for it, so a port to another compiler changes this file alone.
 #pragma once
 
 #include <algorithm>
 #include <array>
+#include <complex>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
 #include <sycl/sycl.hpp>
 #include <type_traits>
+#include <utility>
 
 #ifdef HOSTSYCL
 #include <hostsycl/hostsycl.hpp>
 #endif
 
 namespace orvane::vrt::portable {
+
+// ---- host tasks --------------------------------------------------------------------------
+// Host code that runs in queue order behind its command group's dependencies. A port whose
+// runtime has no host tasks maps this to its own enqueued host callback.
+template <typename F>
+void host_task(sycl::handler& h, F&& f) {
+  h.host_task(std::forward<F>(f));
+}
+
+// ---- fences ------------------------------------------------------------------------------
+// Orders this work-item's memory operations at `scope`, as the standard free function does. A
+// port lacking it maps each scope to its own barrier-free fence here.
+inline void atomic_fence(sycl::memory_order order, sycl::memory_scope scope) {
+  sycl::atomic_fence(order, scope);
+}
+
+// ---- sub-buffers -------------------------------------------------------------------------
+// `count` elements of `whole` from element `first`, sharing its storage. A port without
+// sub-buffers has to pass the offset along with the whole buffer instead.
+template <typename T>
+sycl::buffer<T, 1> sub_buffer(sycl::buffer<T, 1>& whole, std::size_t first, std::size_t count) {
+  return sycl::buffer<T, 1>(whole, sycl::id<1>(first), sycl::range<1>(count));
+}
+
+// ---- aligned USM allocation --------------------------------------------------------------
+// Some runtimes pass an aligned request on to C's aligned_alloc, which fails unless the size is
+// a multiple of the alignment: every request is rounded up to one here. A size too large to
+// round becomes the largest multiple, still too large, so the allocation fails as it would have.
+inline std::size_t aligned_size(std::size_t bytes, std::size_t alignment) noexcept {
+  if (alignment <= 1) return bytes;
+  constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+  if (bytes > most - (alignment - 1)) return most - most % alignment;
+  return (bytes + alignment - 1) / alignment * alignment;
+}
+
+inline void* aligned_alloc(std::size_t alignment, std::size_t bytes, const sycl::device& device,
+                           const sycl::context& context, sycl::usm::alloc kind) {
+  return sycl::aligned_alloc(alignment, aligned_size(bytes, alignment), device, context, kind);
+}
+
+inline void* aligned_alloc_host(std::size_t alignment, std::size_t bytes,
+                                const sycl::context& context) {
+  return sycl::aligned_alloc_host(alignment, aligned_size(bytes, alignment), context);
+}
+
+// Typed forms over `count` elements, at least at the alignment of T. A count whose size does not
+// fit asks for the most, which fails.
+namespace detail {
+template <typename T>
+std::size_t bytes_of(std::size_t count) noexcept {
+  constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
+  return count > most / sizeof(T) ? most : count * sizeof(T);
+}
+}  // namespace detail
+
+template <typename T>
+T* aligned_alloc_device(std::size_t alignment, std::size_t count, const sycl::queue& queue) {
+  const std::size_t a = std::max(alignment, alignof(T));
+  return static_cast<T*>(sycl::aligned_alloc_device(a, aligned_size(detail::bytes_of<T>(count), a),
+                                                    queue.get_device(), queue.get_context()));
+}
+
+template <typename T>
+T* aligned_alloc_host(std::size_t alignment, std::size_t count, const sycl::queue& queue) {
+  const std::size_t a = std::max(alignment, alignof(T));
+  return static_cast<T*>(sycl::aligned_alloc_host(a, aligned_size(detail::bytes_of<T>(count), a),
+                                                  queue.get_context()));
+}
+
+// ---- group broadcast and sub-group shuffles ----------------------------------------------
+// Implementations move a value between work-items as one scalar word, and some refuse a
+// std::complex (it is neither a scalar nor always within a word). The complex forms move the
+// real and imaginary parts as two values of the value type; every other type goes as it is.
+namespace detail {
+template <typename T>
+struct is_complex : std::false_type {};
+template <typename T>
+struct is_complex<std::complex<T>> : std::true_type {};
+
+// Applies `move` to x, or to each part of a complex x.
+template <typename T, typename Move>
+T by_parts(const T& x, Move move) {
+  if constexpr (is_complex<T>::value)
+    return T(move(x.real()), move(x.imag()));
+  else
+    return move(x);
+}
+}  // namespace detail
+
+// x of the member `from` of g, in every member.
+template <typename Group, typename T>
+T group_broadcast(const Group& g, const T& x, typename Group::linear_id_type from) {
+  return detail::by_parts(x, [&](auto part) { return sycl::group_broadcast(g, part, from); });
+}
+
+// x of the member `from` of the sub-group, in the member that asks.
+template <typename T>
+T select_from_group(const sycl::sub_group& sg, const T& x, sycl::sub_group::id_type from) {
+  return detail::by_parts(x, [&](auto part) { return sycl::select_from_group(sg, part, from); });
+}
+
+// x of the member `delta` places above (left) or below (right); undefined past the ends.
+template <typename T>
+T shift_group_left(const sycl::sub_group& sg, const T& x,
+                   sycl::sub_group::linear_id_type delta = 1) {
+  return detail::by_parts(x, [&](auto part) { return sycl::shift_group_left(sg, part, delta); });
+}
+template <typename T>
+T shift_group_right(const sycl::sub_group& sg, const T& x,
+                    sycl::sub_group::linear_id_type delta = 1) {
+  return detail::by_parts(x, [&](auto part) { return sycl::shift_group_right(sg, part, delta); });
+}
+
+// x of the member whose id is this member's xor `mask`.
+template <typename T>
+T permute_group_by_xor(const sycl::sub_group& sg, const T& x,
+                       sycl::sub_group::linear_id_type mask) {
+  return detail::by_parts(x, [&](auto part) { return sycl::permute_group_by_xor(sg, part, mask); });
+}
 
 // ---- required sub-group size -------------------------------------------------------------
 // A kernel that demands a sub-group size is named with sub_group_kernel<Tag, N> and carries

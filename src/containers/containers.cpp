@@ -5,6 +5,7 @@
 #include <orvane/vrt/sparse.hpp>
 
 #include "common/internal_error.hpp"
+#include "common/portability.hpp"
 #include "common/variants.hpp"
 
 namespace orvane::vrt::sparse {
@@ -19,8 +20,8 @@ void* allocate_usm_with_fallback(std::size_t bytes, sycl::queue& queue, sycl::us
   const sycl::device device = queue.get_device();
   const sycl::context context = queue.get_context();
   const std::size_t alignment = device.is_gpu() ? gpu_usm_alignment : cache_line_alignment;
-  void* p = sycl::aligned_alloc(alignment, bytes, device, context, kind);
-  if (p == nullptr) p = sycl::aligned_alloc_host(cache_line_alignment, bytes, context);
+  void* p = portable::aligned_alloc(alignment, bytes, device, context, kind);
+  if (p == nullptr) p = portable::aligned_alloc_host(cache_line_alignment, bytes, context);
   return p;
 }
 }  // namespace
@@ -43,7 +44,7 @@ template <typename T>
 void* allocate_host_container(std::size_t count, sycl::queue& queue, containerType container) {
   if (container != container_usm)
     return new (std::nothrow) sycl::buffer<T, 1>(sycl::range<1>(count));
-  return sycl::aligned_alloc_host(cache_line_alignment, count * sizeof(T), queue.get_context());
+  return portable::aligned_alloc_host(cache_line_alignment, count * sizeof(T), queue.get_context());
 }
 
 template <typename T>
@@ -109,7 +110,7 @@ sycl::buffer<U, 1>* convert_sub_type(sycl::buffer<unsigned char, 1>* workspace,
   const std::size_t bytes = count * sizeof(U);
   if (offset_bytes == 0 && bytes == workspace->size())
     return new sycl::buffer<U, 1>(workspace->template reinterpret<U, 1>(sycl::range<1>(count)));
-  sycl::buffer<unsigned char, 1> part(*workspace, sycl::id<1>(offset_bytes), sycl::range<1>(bytes));
+  sycl::buffer<unsigned char, 1> part = portable::sub_buffer(*workspace, offset_bytes, bytes);
   return new sycl::buffer<U, 1>(part.template reinterpret<U, 1>(sycl::range<1>(count)));
 }
 

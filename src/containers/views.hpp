@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/internal_types.hpp"
+#include "common/portability.hpp"
 
 namespace orvane::vrt::sparse {
 
@@ -80,7 +81,7 @@ sycl::event release_behind(sycl::queue& queue, container_t<C, T> scratch, const 
     const sycl::context context = queue.get_context();
     return queue.submit([&](sycl::handler& h) {
       h.depends_on(last);
-      h.host_task([=] { sycl::free(scratch, context); });
+      portable::host_task(h, [=] { sycl::free(scratch, context); });
     });
   } else {
     (void)scratch;
@@ -153,7 +154,7 @@ void release_after(sycl::queue& queue, const std::vector<sycl::event>& deps, Rel
   if constexpr (C == container_usm) {
     queue.submit([&](sycl::handler& h) {
       h.depends_on(deps);
-      h.host_task(release);
+      portable::host_task(h, release);
     });
   } else {
     (void)queue;
@@ -186,7 +187,7 @@ inline void wait_for_deps_of_buffers(sycl::queue& queue, containerType container
   queue
       .submit([&](sycl::handler& h) {
         h.depends_on(deps);
-        h.host_task([] {});
+        portable::host_task(h, [] {});
       })
       .wait();
 }

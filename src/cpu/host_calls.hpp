@@ -8,6 +8,7 @@
 #include <sycl/sycl.hpp>
 #include <vector>
 
+#include "common/portability.hpp"
 #include "containers/views.hpp"
 #include "cpu/engine_calls.hpp"
 #include "handle/handle.hpp"
@@ -66,7 +67,7 @@ void run_host_call(sycl::queue& queue, const char* word, const std::vector<sycl:
         .submit([&](sycl::handler& h) {
           h.depends_on(deps);
           auto call = bind(h);
-          h.host_task([call, out] { *out = call(); });
+          portable::host_task(h, [call, out] { *out = call(); });
         })
         .wait();
   } else {
@@ -74,7 +75,7 @@ void run_host_call(sycl::queue& queue, const char* word, const std::vector<sycl:
     queue.submit([&](sycl::handler& h) {
       auto call = bind(h);
       sycl::accessor out(result, h, sycl::write_only);
-      h.host_task([call, out] { out[0] = call(); });
+      portable::host_task(h, [call, out] { out[0] = call(); });
     });
     sycl::host_accessor read(result, sycl::read_only);
     status = read[0];

@@ -1,6 +1,8 @@
 // Joining events into one.
 #include "handle/coalesce_events.hpp"
 
+#include "common/portability.hpp"
+
 namespace orvane::vrt::sparse {
 
 class coalesce_events_kernel;
@@ -13,7 +15,7 @@ sycl::event coalesce_events(sycl::queue& queue, containerType container,
     if (use_kernel)
       h.single_task<coalesce_events_kernel>([] {});
     else
-      h.host_task([] {});
+      portable::host_task(h, [] {});
   });
 }
 

@@ -6,6 +6,7 @@
 #include <orvane/vrt/sparse.hpp>
 
 #include "common/internal_error.hpp"
+#include "common/portability.hpp"
 #include "containers/views.hpp"
 #include "handle/coalesce_events.hpp"
 #include "handle/handle.hpp"
@@ -40,7 +41,7 @@ sycl::event count_nonzeros(sycl::queue& queue, void* structure,
     });
     return queue.submit([&](sycl::handler& h) {
       h.depends_on(copied);
-      h.host_task([s, base] {
+      portable::host_task(h, [s, base] {
         I value;
         std::memcpy(&value, &s->nnz, sizeof(I));
         s->nnz = static_cast<std::int64_t>(value) - base;
@@ -49,8 +50,8 @@ sycl::event count_nonzeros(sycl::queue& queue, void* structure,
   }
   return queue.submit([&](sycl::handler& h) {
     h.depends_on(deps);
-    h.host_task(
-        [s, row_ptr, last, base] { s->nnz = static_cast<std::int64_t>(row_ptr[last]) - base; });
+    portable::host_task(
+        h, [s, row_ptr, last, base] { s->nnz = static_cast<std::int64_t>(row_ptr[last]) - base; });
   });
 }
 }  // namespace

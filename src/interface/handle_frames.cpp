@@ -1,6 +1,7 @@
 // The public routines of the matrix handle: creation, properties and release.
 #include <orvane/vrt/sparse.hpp>
 
+#include "common/portability.hpp"
 #include "handle/record.hpp"
 #include "handle/release.hpp"
 
@@ -33,7 +34,7 @@ sycl::event release_matrix_handle(sycl::queue& queue, matrix_handle_t* handle,
   if (h->container == container_usm) {
     return queue.submit([&](sycl::handler& cgh) {
       cgh.depends_on(deps);
-      cgh.host_task([h] { dispatch_release_matrix_handle(h); });
+      portable::host_task(cgh, [h] { dispatch_release_matrix_handle(h); });
     });
   }
   if (!deps.empty()) sycl::event::wait_and_throw(deps);

@@ -7,6 +7,7 @@
 #include <sycl/sycl.hpp>
 #include <vector>
 
+#include "common/portability.hpp"
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
 #include "gpu/format/design_names.hpp"
@@ -29,8 +30,8 @@ bool rows_without_diagonal(sycl::queue& queue, const sparseStructure& s,
   const auto col_ind = as_container<C, I>(s.col_ind);
   std::uint32_t host_word = 0;
   if constexpr (C == container_usm) {
-    std::uint32_t* flag = sycl::aligned_alloc_device<std::uint32_t>(4, 1, queue);
-    if (flag == nullptr) flag = sycl::aligned_alloc_host<std::uint32_t>(4, 1, queue);
+    std::uint32_t* flag = portable::aligned_alloc_device<std::uint32_t>(4, 1, queue);
+    if (flag == nullptr) flag = portable::aligned_alloc_host<std::uint32_t>(4, 1, queue);
     if (flag == nullptr) throw device_bad_alloc("sparse", update_diagonal_word, queue.get_device());
     try {
       sycl::event cleared = queue.memset(flag, 0, sizeof(std::uint32_t), deps);

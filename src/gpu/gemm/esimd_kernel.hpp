@@ -42,7 +42,7 @@ void gemm_esimd_thread(const sycl::nd_item<2>& it, std::uint32_t* counter, const
       next_row(*counter);
   if (stream == 0) {
     *counter = static_cast<std::uint32_t>(it.get_local_range(0));
-    sycl::atomic_fence(sycl::memory_order::release, sycl::memory_scope::work_group);
+    portable::atomic_fence(sycl::memory_order::release, sycl::memory_scope::work_group);
   }
   std::int64_t row = group_start + static_cast<std::int64_t>(stream);
   I lo = 0, hi = 0;

@@ -32,8 +32,8 @@ void gemm_subgroup_row(const sycl::sub_group& sg, std::size_t row, const I* row_
     const auto k = portable::sub_group_load<1>(sg, col_ind + base, count, index);
     for (std::size_t e = 0; e < count; ++e) {
       const auto from = static_cast<sycl::sub_group::linear_id_type>(e);
-      const T value = sycl::group_broadcast(sg, v[0], from);
-      const auto col = static_cast<std::int64_t>(sycl::group_broadcast(sg, k[0], from) - index);
+      const T value = portable::group_broadcast(sg, v[0], from);
+      const auto col = static_cast<std::int64_t>(portable::group_broadcast(sg, k[0], from) - index);
       const auto b = portable::sub_group_load<VEC>(sg, tile + col * block, tile_columns, T(0));
       for (int m = 0; m < VEC; ++m) acc[m] += value * b[m];
     }

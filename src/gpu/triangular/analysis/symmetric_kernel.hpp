@@ -47,7 +47,8 @@ void count_row(const sycl::sub_group& sg, I row, bool upper, I base, const I* ro
     ++mine;
     if (mirrored(upper, col, row)) relaxed_counter<I>(counts[col + 1]).fetch_add(I(1));
   }
-  for (int step = Lanes / 2; step >= 1; step /= 2) mine += sycl::shift_group_left(sg, mine, step);
+  for (int step = Lanes / 2; step >= 1; step /= 2)
+    mine += portable::shift_group_left(sg, mine, step);
   if (lane == 0 && mine != 0) relaxed_counter<I>(counts[row + 1]).fetch_add(mine);
 }
 

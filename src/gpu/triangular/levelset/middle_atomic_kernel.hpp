@@ -89,7 +89,7 @@ void solve_chunks(const sycl::sub_group& sg, const atomic_solve_arrays<T, I>& a)
       device_atomic<I> ticket(a.ticket[0]);
       t = lower ? ticket.fetch_add(I(1)) : ticket.fetch_sub(I(1));
     }
-    return sycl::group_broadcast(sg, t, 0);
+    return portable::group_broadcast(sg, t, 0);
   };
   for (I ticket = draw(); lower ? ticket < a.num_chunks : ticket > I(-1); ticket = draw()) {
     const I color = a.colors[ticket];

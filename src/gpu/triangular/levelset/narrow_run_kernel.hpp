@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <sycl/sycl.hpp>
 
+#include "common/portability.hpp"
+
 namespace orvane::vrt::sparse::gpu::kernels {
 
 // Work-item t of group g walks colors first, first + step, ... (count of them); color_ptr holds
@@ -19,7 +21,7 @@ void solve_narrow_run(const sycl::group<1>& g, std::size_t t, const I* color_ptr
     const auto p = static_cast<std::size_t>(color_ptr[color]) + t;
     if (p < static_cast<std::size_t>(color_ptr[color + 1])) update.solve(p);
     // Every work-item passes, row or not: the next color reads this one.
-    sycl::atomic_fence(sycl::memory_order::seq_cst, sycl::memory_scope::work_group);
+    portable::atomic_fence(sycl::memory_order::seq_cst, sycl::memory_scope::work_group);
     sycl::group_barrier(g);
   }
 }

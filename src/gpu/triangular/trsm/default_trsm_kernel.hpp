@@ -93,7 +93,7 @@ void solve_flagged_row(const sycl::group<1>& g, std::size_t l, std::size_t group
   const std::size_t cg = g.get_group_linear_id() % column_groups;
   I ticket = 0;
   if (l == 0) ticket = flag_atomic<I>(row_tickets[cg]).fetch_add(I(1));
-  ticket = sycl::group_broadcast(g, ticket, 0);
+  ticket = portable::group_broadcast(g, ticket, 0);
   const I r = a.upper ? a.nrows - 1 - ticket : ticket;
   const std::size_t j = cg * group + l;
   if (j >= a.columns) return;
@@ -107,14 +107,14 @@ void solve_flagged_row(const sycl::group<1>& g, std::size_t l, std::size_t group
       flag_atomic<I> flag(done_flags[static_cast<std::size_t>(c) * a.columns + j]);
       while (flag.load() == I(0)) portable::pause();
       // The relaxed flag alone orders nothing: the fence pairs with the writer's.
-      sycl::atomic_fence(sycl::memory_order::acquire, sycl::memory_scope::system);
+      portable::atomic_fence(sycl::memory_order::acquire, sycl::memory_scope::system);
       t -= va[k] *
            atomic_load_entry(&y[dense_at(a.row_major, a.ldy, static_cast<std::size_t>(c), j)]);
     }
   }
   atomic_store_entry(&y[dense_at(a.row_major, a.ldy, static_cast<std::size_t>(r), j)],
                      a.unit ? t : t / d);
-  sycl::atomic_fence(sycl::memory_order::release, sycl::memory_scope::system);
+  portable::atomic_fence(sycl::memory_order::release, sycl::memory_scope::system);
   flag_atomic<I>(done_flags[static_cast<std::size_t>(r) * a.columns + j]).store(I(1));
 }
 

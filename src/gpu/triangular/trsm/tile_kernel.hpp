@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <sycl/sycl.hpp>
 
+#include "common/portability.hpp"
+
 namespace orvane::vrt::sparse::gpu::kernels {
 
 inline std::size_t dense_at(bool row_major, std::size_t ld, std::size_t r, std::size_t c) {
@@ -57,7 +59,7 @@ void solve_tile_run(const sycl::group<2>& g, std::size_t j, std::size_t t, std::
     const auto end = static_cast<std::size_t>(color_ptr[color + 1]);
     for (auto p = static_cast<std::size_t>(color_ptr[color]) + t; p < end; p += rows)
       update.solve(p, j);
-    sycl::atomic_fence(sycl::memory_order::seq_cst, sycl::memory_scope::work_group);
+    portable::atomic_fence(sycl::memory_order::seq_cst, sycl::memory_scope::work_group);
     sycl::group_barrier(g);
   }
 }
