@@ -8,6 +8,8 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "internal.hpp"
 
@@ -106,11 +108,24 @@ const std::vector<hostsycl::device_profile>& profiles() {
   return list;
 }
 
+// A listed profile's facts with other sub-group sizes: a device whose only size is one that no
+// kernel of the library demands, as an implementation that ignores the demand may report.
+hostsycl::device_profile with_sub_group_sizes(hostsycl::device_profile p, const char* name,
+                                              std::vector<std::size_t> sizes) {
+  p.name = name;
+  p.preferred_sub_group_size = sizes.front();
+  p.sub_group_sizes = std::move(sizes);
+  return p;
+}
+
 // Profiles reachable by name only, left out of gpu_profiles(): devices a test needs for a limit
 // that no listed profile has.
 const std::vector<hostsycl::device_profile>& named_only_profiles() {
   static const std::vector<hostsycl::device_profile> list = {
       make_profile("emu-a1-little-local", 1, 24, 1, false, 512, 2 * KiB, 512 * KiB, true),
+      // The 16-wide plans of codes 3 to 5 and the 32-wide ones of code 6 meet sub-groups of 1.
+      with_sub_group_sizes(profiles()[4], "emu-a4-narrow-sub-groups", {1}),
+      with_sub_group_sizes(profiles()[6], "emu-a6-narrow-sub-groups", {1}),
   };
   return list;
 }

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <hostsycl/hostsycl.hpp>
 #include <set>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -89,6 +91,64 @@ TEST(Devices, LittleLocalMemoryProfileByNameOnly) {
   ASSERT_NE(p, nullptr);
   EXPECT_EQ(p->architecture, 1);
   for (const auto& listed : hostsycl::gpu_profiles()) EXPECT_NE(listed.name, "emu-a1-little-local");
+}
+
+template <std::size_t Size>
+struct requires_sub_group {
+  static constexpr std::size_t required_sub_group_size = Size;
+};
+
+// Profiles reachable by name only whose one sub-group size is 1: the facts of emu-a4 and emu-a6
+// otherwise. A kernel that demands 8, 16 or 32 is refused; one that demands none runs with 1.
+TEST(Devices, NarrowSubGroupProfilesByNameOnly) {
+  const std::pair<const char*, const char*> pairs[] = {{"emu-a4-narrow-sub-groups", "emu-a4"},
+                                                       {"emu-a6-narrow-sub-groups", "emu-a6"}};
+  for (const auto& [name, like] : pairs) {
+    const sycl::device d = hostsycl::emulated_gpu(name);
+    const hostsycl::device_profile* p = hostsycl::profile_of(d);
+    const hostsycl::device_profile* q = hostsycl::profile_of(hostsycl::emulated_gpu(like));
+    ASSERT_NE(p, nullptr);
+    ASSERT_NE(q, nullptr);
+    EXPECT_EQ(d.get_info<sycl::info::device::sub_group_sizes>(), std::vector<std::size_t>{1});
+    EXPECT_EQ(p->preferred_sub_group_size, 1u);
+    EXPECT_EQ(p->architecture, q->architecture) << name;
+    EXPECT_EQ(p->eu_count, q->eu_count) << name;
+    EXPECT_EQ(p->tile_count, q->tile_count) << name;
+    EXPECT_EQ(p->max_work_group_size, q->max_work_group_size) << name;
+    for (const auto& listed : hostsycl::gpu_profiles()) EXPECT_NE(listed.name, name);
+
+    sycl::queue queue{d};
+    for (auto submit : {+[](sycl::queue& qu) {
+                          qu.parallel_for<requires_sub_group<8>>(sycl::nd_range<1>(16, 16),
+                                                                 [=](sycl::nd_item<1>) {});
+                        },
+                        +[](sycl::queue& qu) {
+                          qu.parallel_for<requires_sub_group<16>>(sycl::nd_range<1>(16, 16),
+                                                                  [=](sycl::nd_item<1>) {});
+                        },
+                        +[](sycl::queue& qu) {
+                          qu.parallel_for<requires_sub_group<32>>(sycl::nd_range<1>(32, 32),
+                                                                  [=](sycl::nd_item<1>) {});
+                        }}) {
+      try {
+        submit(queue);
+        ADD_FAILURE() << name << ": a demanded sub-group size was not refused";
+      } catch (const sycl::exception& e) {
+        EXPECT_EQ(e.code(), sycl::errc::kernel_not_supported) << name;
+      }
+    }
+    std::size_t* size = sycl::malloc_shared<std::size_t>(1, queue);
+    *size = 0;
+    queue
+        .parallel_for(sycl::nd_range<1>(16, 16),
+                      [=](sycl::nd_item<1> it) {
+                        if (it.get_global_id(0) == 0)
+                          *size = it.get_sub_group().get_max_local_range()[0];
+                      })
+        .wait();
+    EXPECT_EQ(*size, 1u) << name;
+    sycl::free(size, queue);
+  }
 }
 
 TEST(Devices, DevicesCompareByIdentityAndHash) {

@@ -867,4 +867,83 @@ TEST(GemmStaging, HostReadWaitsForUsmWork) {
   q.wait();
 }
 
+// ---- devices without the plan's sub-group size ----------------------------------------------
+
+// The facts of emu-a4 (sub-groups of 16 planned) and emu-a6 (32, or 16 below 32 columns) with
+// sub-groups of 1 only: the product goes straight from B, as when no tile can be had, and stays
+// right; no kernel that demands a sub-group size is submitted. Code 6 keeps its explicit-SIMD
+// path for real values up to 127 columns.
+const char* const narrow_profiles[] = {"emu-a4-narrow-sub-groups", "emu-a6-narrow-sub-groups"};
+
+TYPED_TEST(Gemm, NarrowSubGroupsRunTheProductStraightFromB) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = vrt_test::random_csr<T, I>(41, 27, 5, 32, 1, 1, 60);
+  int k = 0;
+  for (const char* profile : narrow_profiles)
+    for (std::int64_t columns : {17, 64, 129, 300})
+      for (layout lay : {layout::row_major, layout::col_major}) {
+        const memory m = k % 3 == 0 ? memory::device : k % 3 == 1 ? memory::buffer : memory::host;
+        const transpose op = every_op[k % 3];
+        ++k;
+        const case_setup setup{profile, m, lay, op, columns, 1};
+        const bool esimd = !vrt_test::is_complex<T> &&
+                           std::string(profile).find("a6") != std::string::npos &&
+                           columns <= gp::esimd_max_columns;
+        call_hooks hooks;
+        hooks.before_gemm = [] { hostsycl::reset_kernel_counts(); };
+        hooks.inspect = [&](vs::matrix_handle*) {
+          EXPECT_EQ(hostsycl::kernels_submitted("sub_group_kernel"), 0u) << describe(setup);
+          EXPECT_EQ(hostsycl::kernels_submitted("mmNoBtmpKernel"), esimd ? 0u : 1u)
+              << describe(setup);
+        };
+        check_case<T, I>(A, setup, T(1.5), T(-0.5), hooks);
+        if (::testing::Test::HasFatalFailure()) return;
+      }
+}
+
+// On the listed profiles with the same facts the same calls stage tiles for the sub-group
+// kernel: the counts above see what they look for.
+TEST(GemmNarrowSubGroups, TheListedTwinsRunTheSubGroupKernel) {
+  const auto A = vrt_test::random_csr<double, std::int32_t>(41, 27, 5, 32, 1, 1, 60);
+  for (const char* profile : {"emu-a4", "emu-a6"}) {
+    const case_setup setup{profile, memory::device, layout::row_major, transpose::nontrans, 300, 1};
+    call_hooks hooks;
+    hooks.before_gemm = [] { hostsycl::reset_kernel_counts(); };
+    hooks.inspect = [&](vs::matrix_handle*) {
+      EXPECT_GT(hostsycl::kernels_submitted("sub_group_kernel"), 0u) << profile;
+      EXPECT_EQ(hostsycl::kernels_submitted("mmNoBtmpKernel"), 0u) << profile;
+    };
+    check_case<double, std::int32_t>(A, setup, 1.5, -0.5, hooks);
+  }
+}
+
+// The launcher of a block refuses either size as unsupported before submitting anything.
+TYPED_TEST(Gemm, NarrowSubGroupsRefuseTheSubGroupBlock) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    I* d_row = sycl::malloc_shared<I>(3, q);
+    I* d_col = sycl::malloc_shared<I>(2, q);
+    T* d_val = sycl::malloc_shared<T>(2, q);
+    T* b = sycl::malloc_shared<T>(64, q);
+    T* c = sycl::malloc_shared<T>(64, q);
+    const gp::gemm_operands<T, I, vs::container_usm> op{d_row, d_col, d_val, b,    c,    2,   2, 2,
+                                                        2,     2,     true,  I(0), T(1), T(0)};
+    const std::string message = "orvane::vrt::sparse::gemm: unsupported device: " +
+                                q.get_device().get_info<sycl::info::device::name>();
+    for (int sg : {16, 32}) {
+      hostsycl::reset_kernel_counts();
+      vrt_test::expect_message<vrt::unsupported_device>(
+          [&] { gp::gemm_subgroup_block<T, I, vs::container_usm>(q, sg, 1, op, b, 2, 0, {}); },
+          message);
+      EXPECT_EQ(hostsycl::kernels_submitted(), 0u) << profile << " " << sg;
+    }
+    for (void* p : {static_cast<void*>(d_row), static_cast<void*>(d_col), static_cast<void*>(d_val),
+                    static_cast<void*>(b), static_cast<void*>(c)})
+      sycl::free(p, q);
+  }
+}
+
 }  // namespace

@@ -14,7 +14,7 @@
 
 #include "gpu/mv/csr/csr_gemv_plan.hpp"
 #include "gpu/mv/csr/csr_operands.hpp"
-#include "gpu/mv/csr/sub_group_support.hpp"
+#include "gpu/sub_group_check.hpp"
 #include "handle/device_internal_data.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/handle.hpp"

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "gpu/mv/csc/csc_gemv_plan.hpp"
 #include "gpu/mv/csr/optimize_gemv_plan.hpp"
 #include "gpu/mv/optimize_gemv_entry.hpp"
 #include "handle/gemv_data.hpp"
@@ -294,21 +295,24 @@ TEST(OptimizeGemvArithmetic, MergePartitionCount) {
 TEST(OptimizeGemvArithmetic, Code6LongRowsGoToExplicitSimdOnlyWhenTheCacheOverflows) {
   using namespace vs::gpu::csr;
   const gemv_device_facts two_tiles{6, 2, 3584};
+  const auto sizes = vs::gpu::sub_group_offer::of_sizes({16, 32});
   // avg_ceil 17 on a matrix too big for the cache and within 32-bit offsets.
   const gemv_matrix_facts big{10'000'000, 10'000'000, 170'000'000, 17.0, 0.0, 0.0};
-  const auto esimd = choose_optimized_plan<D, std::int32_t>(big, two_tiles);
+  const auto esimd = choose_optimized_plan<D, std::int32_t>(big, two_tiles, sizes);
   EXPECT_FALSE(esimd.merge);
   EXPECT_EQ(vs::kind_code(esimd.preset.kernel_kind), 4);
   EXPECT_EQ(esimd.preset.group_param, 8);
   EXPECT_EQ(esimd.preset.vector_param, 32);
   // Too many rows for 32-bit offsets of z: the sub-group kernels.
   const gemv_matrix_facts huge{300'000'000, 10, 300'000'000 * 17LL, 17.0, 0.0, 0.0};
-  EXPECT_EQ(
-      vs::kind_code(choose_optimized_plan<Z, std::int64_t>(huge, two_tiles).preset.kernel_kind), 3);
+  EXPECT_EQ(vs::kind_code(
+                choose_optimized_plan<Z, std::int64_t>(huge, two_tiles, sizes).preset.kernel_kind),
+            3);
   // The same matrix on one tile of a smaller device with 16 long rows stays on sycl::vec.
   const gemv_matrix_facts sixteen{10'000'000, 10'000'000, 160'000'000, 16.0, 0.0, 0.0};
   EXPECT_EQ(
-      vs::kind_code(choose_optimized_plan<D, std::int32_t>(sixteen, two_tiles).preset.kernel_kind),
+      vs::kind_code(
+          choose_optimized_plan<D, std::int32_t>(sixteen, two_tiles, sizes).preset.kernel_kind),
       1);
 }
 
@@ -688,6 +692,107 @@ TEST(MergePathPartition, TotalSmallerThanPartCount) {
       got, want,
       vrt_test::error_scale(A, vrt::transpose::nontrans, 1.0, x, 0.0, std::vector<D>(40)),
       "total < P");
+}
+
+// ---- plans held to the device's sub-group sizes -------------------------------------------
+
+// A sub-group or merge-path choice whose size the device lacks becomes the generic row plan;
+// other choices stand. The complex rewrite to the sub-group plan of codes 3 and 4 falls to the
+// default kernel there, and the column scatter runs its default kernel for a sub-group plan it
+// cannot run, keeping the plan.
+TEST(SubGroupPlans, ChoicesTheDeviceCannotRunBecomeTheGenericPlan) {
+  using namespace vs::gpu::csr;
+  using vs::gpu::sub_group_offer;
+  const auto all = sub_group_offer::of_sizes({8, 16, 32});
+  const auto wide = sub_group_offer::of_sizes({16, 32});
+  const auto only_32 = sub_group_offer::of_sizes({32});
+  const auto only_16 = sub_group_offer::of_sizes({16});
+  const auto single = sub_group_offer::of_sizes({1});
+  const plan_triple generic{1, 256, 16};
+  auto triple = [](const gemv_preset& p) {
+    return plan_triple{vs::kind_code(p.kernel_kind), p.group_param, p.vector_param};
+  };
+  // First use: codes 3 and 4 plan sub-groups of 16, code 6 of 32.
+  for (int code : {3, 4}) {
+    EXPECT_EQ(triple(first_use_preset<D>(code, all)), (plan_triple{3, 8, 16}));
+    EXPECT_EQ(triple(first_use_preset<D>(code, only_32)), generic) << code;
+    EXPECT_EQ(triple(first_use_preset<Z>(code, single)), generic) << code;
+  }
+  EXPECT_EQ(triple(first_use_preset<S>(6, wide)), (plan_triple{3, 8, 32}));
+  EXPECT_EQ(triple(first_use_preset<S>(6, only_16)), generic);
+  EXPECT_EQ(triple(first_use_preset<C>(6, single)), generic);
+  // Plans without sub-groups do not look at the sizes.
+  EXPECT_EQ(triple(first_use_preset<D>(1, single)), (plan_triple{1, 256, 4}));
+  EXPECT_EQ(triple(first_use_preset<S>(5, single)), (plan_triple{1, 4, 4}));
+  EXPECT_EQ(triple(first_use_preset<D>(0, single)), generic);
+
+  // optimize_gemv: long rows on code 4 (sub-groups of 16), on code 6 (of 32), spread rows on
+  // code 6 (merge path of 32), short rows on code 6 (sycl::vec).
+  const gemv_device_facts code4{4, 1, 768}, code6{6, 2, 3584};
+  const gemv_matrix_facts long_rows{1000, 1000, 20000, 20.0, 0.0, 0.0};
+  const gemv_matrix_facts spread{10000, 10000, 80000, 8.0, 40.0, 0.5};
+  const gemv_matrix_facts short_rows{1000, 1000, 6000, 6.0, 0.0, 0.0};
+  EXPECT_EQ(triple(choose_optimized_plan<D, std::int32_t>(long_rows, code4, all).preset),
+            (plan_triple{3, 8, 16}));
+  EXPECT_EQ(triple(choose_optimized_plan<D, std::int32_t>(long_rows, code4, only_32).preset),
+            generic);
+  EXPECT_EQ(triple(choose_optimized_plan<D, std::int32_t>(long_rows, code6, wide).preset),
+            (plan_triple{3, 8, 32}));
+  EXPECT_EQ(triple(choose_optimized_plan<D, std::int32_t>(long_rows, code6, only_16).preset),
+            generic);
+  const gemv_choice merged = choose_optimized_plan<D, std::int32_t>(spread, code6, wide);
+  EXPECT_TRUE(merged.merge);
+  EXPECT_GT(merged.partitions, 0);
+  for (const auto& lacking : {only_16, single}) {
+    const gemv_choice rows = choose_optimized_plan<D, std::int32_t>(spread, code6, lacking);
+    EXPECT_FALSE(rows.merge);
+    EXPECT_EQ(rows.partitions, 0);
+    EXPECT_EQ(triple(rows.preset), (plan_triple{1, 256, 8}));
+  }
+  EXPECT_EQ(triple(choose_optimized_plan<D, std::int32_t>(short_rows, code6, single).preset),
+            (plan_triple{1, 256, 8}));
+
+  // The complex rewrite of a kind without complex kernels.
+  vs::deviceInternalData device{};
+  device.architecture = 4;
+  vs::gemvInternalData plan{};
+  plan.device_data = &device;
+  plan.kernel_kind = vs::gemv_kind::esimd;
+  EXPECT_EQ(settle_kind<Z>(&plan, all), vs::gemv_kind::subgroup);
+  EXPECT_EQ(triple_of(&plan), (plan_triple{3, 8, 16}));
+  plan.kernel_kind = vs::gemv_kind::esimd;
+  EXPECT_EQ(settle_kind<Z>(&plan, only_32), vs::gemv_kind::default_kernel);
+  EXPECT_EQ(vs::kind_code(plan.kernel_kind), -1);
+
+  // The column scatter: sub-groups of 16 where the plan says 16, else 32.
+  vs::gemvInternalData scatter{};
+  scatter.device_data = &device;
+  scatter.kernel_kind = vs::gemv_kind::subgroup;
+  scatter.group_param = 8;
+  for (std::int32_t size : {16, 32}) {
+    scatter.vector_param = size;
+    EXPECT_EQ(vs::gpu::csc::settle_kind<D>(&scatter, all), vs::gemv_kind::subgroup);
+    const auto other = size == 16 ? only_32 : only_16;
+    EXPECT_EQ(vs::gpu::csc::settle_kind<D>(&scatter, other), vs::gemv_kind::default_kernel);
+    EXPECT_EQ(vs::gpu::csc::settle_kind<Z>(&scatter, single), vs::gemv_kind::default_kernel);
+    EXPECT_EQ(triple_of(&scatter), (plan_triple{3, 8, size})) << "the plan stays";
+  }
+}
+
+// The device's sizes as the plans read them.
+TEST(SubGroupPlans, OfferReadsTheDevice) {
+  using vs::gpu::sub_group_offer;
+  const auto a6 = sub_group_offer::of(hostsycl::emulated_gpu("emu-a6"));
+  EXPECT_FALSE(a6.has(8));
+  EXPECT_TRUE(a6.has(16));
+  EXPECT_TRUE(a6.has(32));
+  const auto narrow = sub_group_offer::of(hostsycl::emulated_gpu("emu-a6-narrow-sub-groups"));
+  EXPECT_TRUE(narrow.has(1));
+  for (std::int64_t size : {0, 2, 8, 16, 32, 64, -16}) EXPECT_FALSE(narrow.has(size)) << size;
+  const auto a3 = sub_group_offer::of(hostsycl::emulated_gpu("emu-a3"));
+  for (std::int64_t size : {8, 16, 32}) EXPECT_TRUE(a3.has(size)) << size;
+  EXPECT_FALSE(a3.has(24));
+  EXPECT_FALSE(a3.has(128));
 }
 
 }  // namespace

@@ -762,4 +762,242 @@ TEST(MvFamiliesEdges, RefusalsWordForWord) {
       "orvane::vrt::sparse::symv: invalid argument: uplo_val");
 }
 
+// ---- devices without the sub-group sizes the plans name -------------------------------------
+
+// The narrow profiles have the facts of emu-a4 and emu-a6 and sub-groups of 1 only. Plans that
+// would name a sub-group kernel there take the generic row kernels (or, on the column scatter,
+// the default one) instead; launchers refuse a plan the planning could not see.
+constexpr const char* narrow_profiles[] = {"emu-a4-narrow-sub-groups", "emu-a6-narrow-sub-groups"};
+
+std::uint64_t sub_group_kernels() { return hostsycl::kernels_submitted("sub_group_kernel"); }
+
+std::string unsupported(const std::string& routine, const sycl::queue& q) {
+  return vrt_test::prefix(routine) +
+         "unsupported device: " + q.get_device().get_info<sycl::info::device::name>();
+}
+
+// Long rows (optimize_gemv plans sub-groups of 16 on code 4 and of 32 on code 6) and a few very
+// long rows among short ones (the merge path on code 6).
+template <typename T, typename I>
+std::vector<csr_matrix<T, I>> sub_group_matrices() {
+  return {vrt_test::random_csr<T, I>(300, 250, 50, 41),
+          vrt_test::random_csr<T, I>(400, 400, 3, 42, 0, 8, 300)};
+}
+
+// Every op, first-use plan and optimize_gemv's plan, every memory of y: right, with no kernel
+// that demands a sub-group size, and the plan of the generic row (complex: its marray form).
+TYPED_TEST(MvFamilies, NarrowSubGroupsTakeTheGenericPlan) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const std::int32_t generic_kind = vrt_test::is_complex<T> ? 2 : 1;
+  const std::int32_t generic_vector = vrt_test::is_complex<T> ? 8 : 16;
+  const auto matrices = sub_group_matrices<T, I>();
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (std::size_t k = 0; k < matrices.size(); ++k) {
+      const auto& A = matrices[k];
+      for (auto op : {vrt::transpose::nontrans, vrt::transpose::trans, vrt::transpose::conjtrans})
+        for (bool optimized : {false, true})
+          for (memory m : all_memories) {
+            const bool transposed = op != vrt::transpose::nontrans;
+            const auto x = random_vector<T>(transposed ? A.nrows : A.ncols, 7);
+            const auto y0 = random_vector<T>(transposed ? A.ncols : A.nrows, 11);
+            const T alpha(1.5), beta(-0.5);
+            const std::string what = std::string(profile) + " matrix " + std::to_string(k) +
+                                     " op " + std::to_string(static_cast<int>(op)) +
+                                     (optimized ? " optimized " : " first use ") +
+                                     vrt_test::name_of(m);
+            hostsycl::reset_kernel_counts();
+            vs::gemvInternalData plan{};
+            const auto got =
+                vrt_mv_test::run(q, A, storage::csr, m, x, y0, T(0),
+                                 [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+                                   if (optimized) vs::optimize_gemv(q, op, h, deps...).wait();
+                                   sycl::event done = event_of<decltype(xv)>([&] {
+                                     return vs::gemv(q, op, alpha, h, xv, beta, yv, deps...);
+                                   });
+                                   done.wait();
+                                   if (!transposed) plan = *h->primary->gemv_data;
+                                   return done;
+                                 })
+                    .y;
+            EXPECT_EQ(sub_group_kernels(), 0u) << what;
+            EXPECT_EQ(hostsycl::kernels_submitted("find_merge_path"), 0u) << what;
+            // The row-wise plan of the matrix itself: the generic row at first use, a row kind
+            // after optimize_gemv.
+            if (!transposed) {
+              const std::int32_t kind = vs::kind_code(plan.kernel_kind);
+              EXPECT_TRUE(kind == 1 || kind == 2) << what << ": kind " << kind;
+              if (!optimized) {
+                EXPECT_EQ(kind, generic_kind) << what;
+                EXPECT_EQ(plan.group_param, 256) << what;
+                EXPECT_EQ(plan.vector_param, generic_vector) << what;
+              }
+            }
+            vrt_test::expect_close(got, vrt_test::reference_gemv(A, op, alpha, x, beta, y0),
+                                   vrt_test::error_scale(A, op, alpha, x, beta, y0), what);
+          }
+    }
+  }
+}
+
+// On the listed profiles with the same facts the same products do run sub-group kernels, and the
+// spread matrix takes the merge path on code 6: the counts above see what they look for.
+TEST(MvFamiliesNarrowSubGroups, TheListedTwinsRunSubGroupKernels) {
+  const auto matrices = sub_group_matrices<double, std::int32_t>();
+  for (const char* profile : {"emu-a4", "emu-a6"}) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (std::size_t k = 0; k < matrices.size(); ++k) {
+      const auto& A = matrices[k];
+      for (auto op : {vrt::transpose::nontrans, vrt::transpose::trans}) {
+        const std::vector<double> x(static_cast<std::size_t>(A.nrows), 1.0);
+        const bool merge =
+            std::string(profile) == "emu-a6" && k == 1 && op == vrt::transpose::nontrans;
+        hostsycl::reset_kernel_counts();
+        vrt_mv_test::run(q, A, storage::csr, memory::device, x, x, 0.0,
+                         [&](auto* h, auto& xv, auto& yv, auto&, const auto&... deps) {
+                           if constexpr (sizeof...(deps) > 0) {
+                             if (merge) vs::optimize_gemv(q, op, h, deps...).wait();
+                             return vs::gemv(q, op, 1.0, h, xv, 0.0, yv, deps...);
+                           }
+                         });
+        const std::string what = std::string(profile) + " matrix " + std::to_string(k);
+        EXPECT_GT(sub_group_kernels(), 0u) << what;
+        EXPECT_EQ(hostsycl::kernels_submitted("find_merge_path"), merge ? 1u : 0u) << what;
+      }
+    }
+  }
+}
+
+// A plan made elsewhere that names a sub-group kernel: the row-wise launchers refuse it as
+// unsupported before any kernel runs; the column scatter runs its default kernel instead.
+TYPED_TEST(MvFamilies, NarrowSubGroupsRefuseSubGroupPlansTheyDidNotMake) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = sub_group_matrices<T, I>()[0];
+  struct forced {
+    vs::gemv_kind kind;
+    std::int32_t group, vector;
+  };
+  const forced plans[] = {{vs::gemv_kind::subgroup, 8, 16},
+                          {vs::gemv_kind::subgroup, 4, 32},
+                          {vs::gemv_kind::merge, 4, 32}};
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (memory m : {memory::device, memory::buffer})
+      for (const forced& f : plans) {
+        const std::string what = std::string(profile) + " kind " +
+                                 std::to_string(vs::kind_code(f.kind)) + " sg " +
+                                 std::to_string(f.vector) + " " + vrt_test::name_of(m);
+        const auto x = random_vector<T>(A.ncols, 5);
+        const auto xt = random_vector<T>(A.nrows, 6);
+        const auto y0 = random_vector<T>(A.nrows, 7);
+        const auto yt0 = random_vector<T>(A.ncols, 8);
+        const memory operands = vrt_test::is_usm(m) ? memory::device : memory::buffer;
+        vrt_test::bound_matrix<T, I> b(q, A, operands);
+        vrt_test::device_array<T> xs(q, x, operands), xts(q, xt, operands), ys(q, y0, operands),
+            yts(q, yt0, operands);
+        // The first product makes the plan; then it is replaced by one the device cannot run.
+        b.run(
+            [&](vs::matrix_handle* h, auto&& xv, auto&& yv, auto&&... deps) {
+              return event_of<decltype(xv)>([&] {
+                return vs::gemv(q, vrt::transpose::nontrans, T(1), h, xv, T(0), yv, deps...);
+              });
+            },
+            xs, ys);
+        b.wait();
+        vs::gemvInternalData* plan = b.handle()->primary->gemv_data;
+        const vs::gemvInternalData saved = *plan;
+        plan->kernel_kind = f.kind;
+        plan->group_param = f.group;
+        plan->vector_param = f.vector;
+        hostsycl::reset_kernel_counts();
+        vrt_test::expect_message<vrt::unsupported_device>(
+            [&] {
+              b.run(
+                  [&](vs::matrix_handle* h, auto&& xv, auto&& yv, auto&&... deps) {
+                    return event_of<decltype(xv)>([&] {
+                      return vs::gemv(q, vrt::transpose::nontrans, T(1), h, xv, T(0), yv, deps...);
+                    });
+                  },
+                  xs, ys);
+            },
+            unsupported("gemv", q));
+        EXPECT_EQ(hostsycl::kernels_submitted(), 0u) << what;
+        // The column scatter has a kernel for every plan: its default one.
+        if (f.kind == vs::gemv_kind::subgroup) {
+          b.run(
+              [&](vs::matrix_handle* h, auto&& xv, auto&& yv, auto&&... deps) {
+                return event_of<decltype(xv)>([&] {
+                  return vs::gemv(q, vrt::transpose::trans, T(2), h, xv, T(0.5), yv, deps...);
+                });
+              },
+              xts, yts);
+          b.wait();
+          EXPECT_EQ(sub_group_kernels(), 0u) << what;
+          EXPECT_EQ(vs::kind_code(plan->kernel_kind), vs::kind_code(f.kind)) << what;
+          const auto want =
+              vrt_test::reference_gemv(A, vrt::transpose::trans, T(2), xt, T(0.5), yt0);
+          vrt_test::expect_close(
+              yts.read(), want,
+              vrt_test::error_scale(A, vrt::transpose::trans, T(2), xt, T(0.5), yt0),
+              what + " scatter");
+        }
+        *plan = saved;
+      }
+  }
+}
+
+// symv and gemvdot have no kernel that demands a sub-group size: they run on the narrow profiles
+// as anywhere.
+TYPED_TEST(MvFamilies, NarrowSubGroupsRunSymvAndGemvdot) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = vrt_test::random_csr<T, I>(120, 120, 30, 43, 0, 2, 100);
+  const auto x = random_vector<T>(A.nrows, 44);
+  const auto y0 = random_vector<T>(A.nrows, 45);
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    hostsycl::reset_kernel_counts();
+    for (bool upper : {true, false}) {
+      std::vector<double> scale;
+      const auto want = reference_symv(A, upper, T(0.75), x, T(-1), y0, scale);
+      for (memory m : {memory::device, memory::buffer})
+        vrt_test::expect_close(
+            run_symv(q, A, m, upper ? vrt::uplo::upper : vrt::uplo::lower, T(0.75), x, T(-1), y0),
+            want, scale, std::string("symv on ") + profile + " " + vrt_test::name_of(m));
+    }
+    check_gemvdot<T, I>(profile, A, T(1.5), T(0.5), {memory::device, memory::buffer}, "gemvdot");
+    EXPECT_EQ(sub_group_kernels(), 0u) << profile;
+  }
+}
+
+// The column scatter's sub-group launcher called with a plan of either size: refused before y is
+// scaled.
+TEST(MvFamiliesNarrowSubGroups, ScatterLauncherRefusesBeforeAnyKernel) {
+  using namespace vs::gpu;
+  using ops = csc::scatter_operands<double, std::int32_t, vs::container_usm>;
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    std::int32_t* row_ptr = sycl::malloc_device<std::int32_t>(3, q);
+    q.fill(row_ptr, 0, 3).wait();
+    double* y = sycl::malloc_device<double>(2, q);
+    const ops operands{row_ptr, nullptr, nullptr, nullptr, y, 2, 2, 0, 1.0, 0.0, false};
+    for (std::int32_t size : {16, 32}) {
+      vs::gemvInternalData plan{};
+      plan.group_param = 8;
+      plan.vector_param = size;
+      hostsycl::reset_kernel_counts();
+      vrt_test::expect_message<vrt::unsupported_device>(
+          [&] {
+            csc::gemv_with_subgroup<double, std::int32_t, vs::container_usm>(q, plan, operands, {});
+          },
+          unsupported("gemv", q));
+      EXPECT_EQ(hostsycl::kernels_submitted(), 0u) << profile << " " << size;
+    }
+    sycl::free(y, q);
+    sycl::free(row_ptr, q);
+  }
+}
+
 }  // namespace

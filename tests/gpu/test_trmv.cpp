@@ -606,4 +606,59 @@ TYPED_TEST(Trmv, MergeParametersOffTheGridAreAnInternalError) {
   *plan = saved;
 }
 
+// ---- devices without the merge path's sub-group size ----------------------------------------
+
+// The facts of emu-a4 (merge path of 16) and emu-a6 (of 32) with sub-groups of 1 only.
+constexpr const char* narrow_profiles[] = {"emu-a4-narrow-sub-groups", "emu-a6-narrow-sub-groups"};
+
+// A triangle that takes the merge path on the listed profiles takes the vector kernel here, as
+// when the merge arrays cannot be had: no partition is searched, no kernel that demands a
+// sub-group size runs, and every product is right.
+TYPED_TEST(Trmv, NarrowSubGroupsTakeTheVectorKernel) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = spread_matrix<T, I>(300, 15, 5);
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (memory m : all_memories) {
+      hostsycl::reset_kernel_counts();
+      check_both_paths<T, I>(q, A, m, vector_kind, profile);
+      EXPECT_EQ(hostsycl::kernels_submitted("sub_group_kernel"), 0u) << profile << name_of(m);
+      EXPECT_EQ(hostsycl::kernels_submitted("find_merge_path"), 0u) << profile << name_of(m);
+    }
+  }
+}
+
+// A merge-path plan the device cannot run (one made for another device of the context) is
+// refused as unsupported before any kernel runs.
+TYPED_TEST(Trmv, NarrowSubGroupsRefuseAMergePlanTheyDidNotMake) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = spread_matrix<T, I>(120, 11, 1);
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    const std::string message = prefix("trmv") + "unsupported device: " +
+                                q.get_device().get_info<sycl::info::device::name>();
+    for (memory m : {memory::device, memory::buffer}) {
+      trmv_matrix<T, I> b(q, A, m);
+      b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
+      vs::gemvInternalData* plan = b.triangle(vrt::uplo::lower)->gemv_data;
+      ASSERT_EQ(b.kind(vrt::uplo::lower), vector_kind);
+      const auto x = random_vector<T>(A.nrows, 1);
+      const std::vector<T> nans(static_cast<std::size_t>(A.nrows), nan_value<T>());
+      const vs::gemvInternalData saved = *plan;
+      for (std::int32_t sg : {16, 32}) {
+        plan->kernel_kind = vs::gemv_kind::merge;
+        plan->group_param = 4;
+        plan->vector_param = sg;
+        hostsycl::reset_kernel_counts();
+        expect_message<vrt::unsupported_device>(
+            [&] { b.trmv(vrt::uplo::lower, vrt::diag::nonunit, T(1), x, T(0), nans); }, message);
+        EXPECT_EQ(hostsycl::kernels_submitted(), 0u) << profile << " " << sg;
+      }
+      *plan = saved;
+    }
+  }
+}
+
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "gpu/levelset_support.hpp"
 #include "gpu/triangular/levelset/levelset_plan.hpp"
+#include "gpu/triangular/levelset/middle_atomic_launch.hpp"
 #include "support/test_helpers.hpp"
 
 namespace {
@@ -201,26 +202,35 @@ TYPED_TEST(LevelsetTrsv, EmptyMatrix) {
   }
 }
 
-// The middle colors' plan: atomics where the coloring chose them and they make progress, one
-// kernel per color otherwise, an internal error for a sync_mode that is neither.
+// The middle colors' plan: atomics where the coloring chose them, they make progress and the
+// device offers their sub-group size, one kernel per color otherwise, an internal error for a
+// sync_mode that is neither.
 TEST(LevelsetPlan, MiddleSyncFollowsTheColoring) {
   namespace gpu = vs::gpu;
+  const auto all = gpu::sub_group_offer::of_sizes({8, 16, 32});
+  const auto wide = gpu::sub_group_offer::of_sizes({32});
+  const auto single = gpu::sub_group_offer::of_sizes({1});
   vs::coloringData d{};
   d.num_colors = 5;
   d.head_colors = 1;
   d.tail_colors = 1;
   d.sync_mode = gpu::sync_by_atomics;
-  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower), gpu::middle_sync::atomics);
-  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::atomics);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower, all), gpu::middle_sync::atomics);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper, all), gpu::middle_sync::atomics);
+  // A device without sub-groups of 16 runs one kernel per color.
+  for (const auto& lacking : {wide, single}) {
+    EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower, lacking), gpu::middle_sync::per_color);
+    EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper, lacking), gpu::middle_sync::per_color);
+  }
   // A lower middle from color 0 over two colors or more would wait for ever on color 1.
   d.head_colors = 0;
-  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower), gpu::middle_sync::per_color);
-  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::atomics);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::lower, all), gpu::middle_sync::per_color);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper, all), gpu::middle_sync::atomics);
   d.sync_mode = gpu::sync_by_kernels;
-  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper), gpu::middle_sync::per_color);
+  EXPECT_EQ(gpu::middle_sync_of(d, gpu::triangle::upper, all), gpu::middle_sync::per_color);
   d.sync_mode = -1;
   try {
-    (void)gpu::middle_sync_of(d, gpu::triangle::lower);
+    (void)gpu::middle_sync_of(d, gpu::triangle::lower, all);
     ADD_FAILURE() << "no refusal";
   } catch (const vrt::computation_error& e) {
     EXPECT_NE(std::string(e.what()).find("trsv"), std::string::npos) << e.what();
@@ -243,6 +253,32 @@ TEST(LevelsetPlan, VisitMiddleSync) {
   EXPECT_EQ(reached(std::complex<double>{}, gpu::middle_sync::per_color), 0);
   EXPECT_EQ(gpu::side_of(vrt::uplo::lower), gpu::triangle::lower);
   EXPECT_EQ(gpu::side_of(vrt::uplo::upper), gpu::triangle::upper);
+}
+
+// A coloring that synchronises by atomics, handed to their launcher on a device without sub-groups
+// of 16 (the facts of emu-a4, whose colorings choose atomics): refused as unsupported before the
+// counters are set. The solve itself never gets there (MiddleSyncFollowsTheColoring).
+TEST(LevelsetPlan, AtomicsLauncherRefusesNarrowSubGroups) {
+  namespace gpu = vs::gpu;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4-narrow-sub-groups")};
+  const auto m = levels_triangle<double>(many_middle_colors(), 23);
+  const auto e = expand<double, std::int32_t>(m, true, 0);
+  bound_expansion<double, std::int32_t, vs::container_usm> b(q, e, true);
+  b.color().wait();
+  const vs::coloringData* d = *b.slot();
+  ASSERT_EQ(d->sync_mode, gpu::sync_by_atomics);
+  EXPECT_EQ(gpu::middle_sync_of(*d, gpu::triangle::lower, gpu::sub_group_offer::of(q.get_device())),
+            gpu::middle_sync::per_color);
+  const auto op = gpu::make_levelset_operands<double, std::int32_t, vs::container_usm>(
+      *d, gpu::triangle::lower, 1.0, true);
+  std::vector<sycl::event> deps;
+  hostsycl::reset_kernel_counts();
+  vrt_test::expect_message<vrt::unsupported_device>(
+      [&] { gpu::middle_by_atomics<double, std::int32_t, vs::container_usm>(q, op, *d, deps); },
+      "orvane::vrt::sparse::trsv: unsupported device: " +
+          q.get_device().get_info<sycl::info::device::name>());
+  EXPECT_EQ(hostsycl::kernels_submitted(), 0u);
+  EXPECT_TRUE(deps.empty());
 }
 
 }  // namespace

@@ -216,4 +216,121 @@ TEST(LevelsetTrsvPublicRelease, NothingStaysAllocated) {
   }
 }
 
+// ---- devices without the sub-group sizes of the analysis and the solve ----------------------
+
+// The facts of emu-a4 and emu-a6 with sub-groups of 1 only.
+constexpr const char* narrow_profiles[] = {"emu-a4-narrow-sub-groups", "emu-a6-narrow-sub-groups"};
+
+std::string unsupported(const std::string& routine, const sycl::queue& q) {
+  return vrt_test::prefix(routine) +
+         "unsupported device: " + q.get_device().get_info<sycl::info::device::name>();
+}
+
+// The expansion of an unsymmetric matrix counts each row with a sub-group of 16 and has no other
+// form: optimize_trsv and optimize_trsm refuse the device before anything runs or is allocated,
+// and the solves run by the default substitution.
+TYPED_TEST(LevelsetTrsvPublic, NarrowSubGroupsRefuseTheSymmetricExpansion) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto A = test_matrix<T, I>(38);
+  const auto x = tri::random_vector<T>(A.nrows, 9);
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (tri::memory m : tri::all_memories) {
+      tri::bound_matrix<T, I> b(q, A, m);
+      const std::string what = std::string(profile) + " " + tri::name_of(m);
+      for (vrt::uplo ul : both_triangles) {
+        const auto before = hostsycl::live_allocation_bytes(q.get_device());
+        hostsycl::reset_kernel_counts();
+        vrt_test::expect_message<vrt::unsupported_device>(
+            [&] { b.optimize(ul, vrt::diag::nonunit); }, unsupported("optimize_trsv", q));
+        vrt_test::expect_message<vrt::unsupported_device>(
+            [&] {
+              vs::optimize_trsm(q, ul, vrt::transpose::nontrans, vrt::diag::unit, b.handle(), {})
+                  .wait();
+            },
+            unsupported("optimize_trsm", q));
+        EXPECT_EQ(hostsycl::kernels_submitted(), 0u) << what;
+        EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before) << what;
+        EXPECT_EQ(b.handle()->sym_from_lower, nullptr) << what;
+        EXPECT_EQ(b.handle()->sym_from_upper, nullptr) << what;
+        EXPECT_EQ(b.handle()->coloring_lower, nullptr) << what;
+        EXPECT_EQ(b.handle()->coloring_upper, nullptr) << what;
+        for (vrt::diag dg : both_diags) {
+          const bool upper = ul == vrt::uplo::upper, unit = dg == vrt::diag::unit;
+          tri::expect_close(b.trsv(ul, dg, T(1.25), x),
+                            tri::reference_solve(A, upper, unit, T(1.25), x),
+                            what + (upper ? " upper" : " lower") + (unit ? " unit" : " nonunit"));
+        }
+      }
+    }
+  }
+}
+
+// On the listed profile with the same facts the expansion runs its sub-group kernel: the count
+// above sees what it looks for.
+TEST(LevelsetTrsvPublicNarrowSubGroups, TheListedTwinRunsTheExpansion) {
+  const auto A = test_matrix<double, std::int32_t>(38);
+  for (const char* profile : {"emu-a4", "emu-a6"}) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    tri::bound_matrix<double, std::int32_t> b(q, A, tri::memory::device);
+    hostsycl::reset_kernel_counts();
+    b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
+    EXPECT_EQ(hostsycl::kernels_submitted("symmetric2"), 1u) << profile;
+    EXPECT_EQ(hostsycl::kernels_submitted("sub_group_kernel"), 1u) << profile;
+  }
+}
+
+// A symmetric handle needs no expansion. Its coloring on code 4 synchronises the middle colors
+// of real solves by atomics, whose sub-groups of 16 the device lacks: the solve runs one kernel
+// per color instead, and is right.
+TYPED_TEST(LevelsetTrsvPublic, NarrowSubGroupsSolveByOneKernelPerColor) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto L = lvt::levels_triangle<T>(middle_widths(), 39);
+  const auto A = combine<T, I>(L, lvt::transpose_of(L));
+  const auto x = tri::random_vector<T>(A.nrows, 10);
+  for (const char* profile : narrow_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (tri::memory m : tri::all_memories) {
+      tri::bound_matrix<T, I> b(q, A, m);
+      vs::set_matrix_property(b.handle(), vs::property::symmetric);
+      b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
+      ASSERT_NE(b.handle()->coloring_lower, nullptr);
+      ASSERT_GT(b.handle()->coloring_lower->num_colors - b.handle()->coloring_lower->head_colors -
+                    b.handle()->coloring_lower->tail_colors,
+                0);
+      for (vrt::uplo ul : both_triangles)
+        for (vrt::diag dg : both_diags) {
+          const bool upper = ul == vrt::uplo::upper, unit = dg == vrt::diag::unit;
+          const std::string what = std::string(profile) + " " + tri::name_of(m) +
+                                   (upper ? " upper" : " lower") + (unit ? " unit" : " nonunit");
+          hostsycl::reset_kernel_counts();
+          tri::expect_close(b.trsv(ul, dg, T(-0.5), x),
+                            tri::reference_solve(A, upper, unit, T(-0.5), x), what);
+          EXPECT_EQ(hostsycl::kernels_submitted("sub_group_kernel"), 0u) << what;
+          EXPECT_EQ(hostsycl::kernels_submitted("_atomic"), 0u) << what;
+          EXPECT_GT(hostsycl::kernels_submitted("levelsetTrsv"), 0u) << what;
+        }
+    }
+  }
+}
+
+// On the listed twin of code 4 the same real solves do synchronise by atomics.
+TEST(LevelsetTrsvPublicNarrowSubGroups, TheListedTwinSolvesByAtomics) {
+  const auto L = lvt::levels_triangle<double>(middle_widths(), 39);
+  const auto A = combine<double, std::int32_t>(L, lvt::transpose_of(L));
+  const auto x = tri::random_vector<double>(A.nrows, 10);
+  sycl::queue q{hostsycl::emulated_gpu("emu-a4")};
+  tri::bound_matrix<double, std::int32_t> b(q, A, tri::memory::device);
+  vs::set_matrix_property(b.handle(), vs::property::symmetric);
+  b.optimize(vrt::uplo::lower, vrt::diag::nonunit);
+  for (vrt::uplo ul : both_triangles) {
+    hostsycl::reset_kernel_counts();
+    b.trsv(ul, vrt::diag::nonunit, 1.0, x);
+    EXPECT_GT(hostsycl::kernels_submitted("_atomic"), 0u);
+    EXPECT_GT(hostsycl::kernels_submitted("sub_group_kernel"), 0u);
+  }
+}
+
 }  // namespace

@@ -16,6 +16,7 @@
 #include "gpu/gemm/gemm_plan.hpp"
 #include "gpu/gemm/subgroup_kernel.hpp"
 #include "gpu/operand_binding.hpp"
+#include "gpu/sub_group_check.hpp"
 
 namespace orvane::vrt::sparse::gpu::gemm {
 
@@ -27,6 +28,7 @@ sycl::event gemm_subgroup_kernel_wrapper(sycl::queue& queue, const gemm_operands
                                          const std::vector<sycl::event>& deps) {
   using name =
       portable::sub_group_kernel<kernels::compute_gemm_subgroup_opt_kernel<T, I, C, SG, VEC>, SG>;
+  require_sub_group_size(queue, SG, gemm_word);
   return queue.submit([&](sycl::handler& h) {
     const auto [rp, ci, va, bt, cv] =
         bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, tile, op.c);

@@ -1,6 +1,7 @@
 // The sub-group gemm path: the columns in blocks of sg * vec, each block of B staged row-major
 // in b_tmp and multiplied by the sub-group kernel (subgroup_launch.hpp); the leftover columns go
-// to the explicit-SIMD path where offsets fit 32 bits, else to the element-wise rest kernel.
+// to the explicit-SIMD path where offsets fit 32 bits, else to the element-wise rest kernel. A
+// device without the plan's sub-group size runs the element-wise product on all columns.
 #pragma once
 
 #include <complex>
@@ -17,6 +18,7 @@
 #include "gpu/gemm/gemm_plan.hpp"
 #include "gpu/gemm/staging.hpp"
 #include "gpu/gemm/subgroup_launch.hpp"
+#include "gpu/sub_group_check.hpp"
 #include "handle/handle.hpp"
 #include "handle/value_types.hpp"
 
@@ -42,7 +44,9 @@ sycl::event gemm_opt_subgroup(sycl::queue& queue, const gemm_operands<T, I, C>& 
       std::is_same_v<T, double> || std::is_same_v<T, std::complex<double>>;
   const subgroup_plan p = plan_subgroup(arch, density, op.columns, max_group, double_width);
 
-  const bool staged = op.columns >= p.limit &&
+  // Without the plan's sub-group size on the device the tiles have no kernel to run them: the
+  // product goes straight from B, as when no tile can be had.
+  const bool staged = sub_group_offer::of(queue.get_device()).has(p.sg) && op.columns >= p.limit &&
                       ensure_staging<T, C>(queue, data->b_tmp, data->b_tmp_bytes,
                                            static_cast<std::size_t>(op.ncols * p.block), deps);
   if (!staged) {

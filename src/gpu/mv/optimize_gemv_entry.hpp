@@ -78,7 +78,10 @@ void plan_csr_gemv(sycl::queue& queue, sparseStructure* A, event_list& deps) {
   const deviceInternalData* device = plan->device_data;
   const csr::gemv_device_facts facts{device->architecture, device->tile_count,
                                      device->hw_thread_count};
-  store_choice<T, I, C>(queue, A, csr::choose_optimized_plan<T, I>(matrix, facts), deps);
+  store_choice<T, I, C>(
+      queue, A,
+      csr::choose_optimized_plan<T, I>(matrix, facts, sub_group_offer::of(queue.get_device())),
+      deps);
 }
 
 }  // namespace detail

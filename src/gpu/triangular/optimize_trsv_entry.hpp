@@ -42,7 +42,7 @@ sycl::event analyse_triangle(sycl::queue& queue, uplo triangle, transpose op, di
     if (A->primary->format != format_csr)
       throw unimplemented("sparse", word, names::csr_only_on_gpu);
     if (A->primary->symmetric == 0) {
-      last = symmetric_impl<T, I, C>(queue, triangle, A, A, deps);
+      last = symmetric_impl<T, I, C>(queue, triangle, A, A, deps, word);
       sparseStructure* expanded = lower ? A->sym_from_lower : A->sym_from_upper;
       diagonalStructData** positions = lower ? &A->diag_struct_lower : &A->diag_struct_upper;
       last = updateDiagData_and_check_for_missing_diags<T, I, C>(

@@ -17,8 +17,8 @@
 namespace orvane::vrt::sparse::gpu::csc {
 
 template <typename T, typename I, containerType C>
-scatter_launcher<T, I, C> launcher_for(gemvInternalData* plan) {
-  switch (settle_kind<T>(plan)) {
+scatter_launcher<T, I, C> launcher_for(gemvInternalData* plan, const sub_group_offer& offer) {
+  switch (settle_kind<T>(plan, offer)) {
     case gemv_kind::subgroup:
       return gemv_with_subgroup<T, I, C>;
     case gemv_kind::syclvec:
@@ -37,12 +37,13 @@ sycl::event gemv_impl(sycl::queue& queue, transpose op, bool conj, T alpha, spar
   if (A->format != format_csr || op == transpose::nontrans) internal_error(mv_words::gemv);
   if (A->gemv_data == nullptr) initGemvInternalData(&A->gemv_data);
   gemvInternalData* plan = A->gemv_data;
+  const sub_group_offer offer = sub_group_offer::of(queue.get_device());
   if (!plan->cached) {
     cache_gemv_internals(queue, plan);
     // The column scatter's first-use table is the row kernels' one.
-    csr::set_first_use_plan<T>(plan);
+    csr::set_first_use_plan<T>(plan, offer);
   }
-  const scatter_launcher<T, I, C> launch = launcher_for<T, I, C>(plan);
+  const scatter_launcher<T, I, C> launch = launcher_for<T, I, C>(plan, offer);
   const scatter_operands<T, I, C> operands{
       {as_container<C, I>(A->row_ptr), as_container<C, I>(A->col_ind),
        as_container<C, T>(A->values), x, y},

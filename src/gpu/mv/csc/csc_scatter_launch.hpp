@@ -10,11 +10,13 @@
 #include "common/internal_error.hpp"
 #include "common/portability.hpp"
 #include "containers/views.hpp"
+#include "gpu/mv/csc/csc_gemv_plan.hpp"
 #include "gpu/mv/csc/csc_operands.hpp"
 #include "gpu/mv/csc/csc_scatter_kernel.hpp"
 #include "gpu/mv/design_names.hpp"
 #include "gpu/mv/scale_y_launch.hpp"
 #include "gpu/operand_binding.hpp"
+#include "gpu/sub_group_check.hpp"
 
 namespace orvane::vrt::sparse::gpu::csc {
 
@@ -135,6 +137,7 @@ sycl::event gemv_with_subgroup(sycl::queue& queue, const gemvInternalData& plan,
   if (plan.group_param != detail::narrow_subgroup_group &&
       plan.group_param != detail::wide_subgroup_group)
     detail::off_grid();
+  require_sub_group_size(queue, static_cast<std::size_t>(scatter_sub_group(plan)), mv_words::gemv);
   const auto group = static_cast<std::size_t>(plan.group_param);
   const sycl::event scaled = detail::scale_output(queue, op, deps);
   if (plan.vector_param == detail::short_sub_group)

@@ -16,8 +16,8 @@ namespace orvane::vrt::sparse::gpu::csr {
 // The launcher of the plan's kind, once settle_kind has rewritten what T has no kernels for.
 // Real values never reach the default kernel: a real plan of that kind is off the table.
 template <typename T, typename I, containerType C>
-gemv_launcher<T, I, C> launcher_for(gemvInternalData* plan) {
-  const gemv_kind kind = settle_kind<T>(plan);
+gemv_launcher<T, I, C> launcher_for(gemvInternalData* plan, const sub_group_offer& offer) {
+  const gemv_kind kind = settle_kind<T>(plan, offer);
   if constexpr (is_complex_v<T>) {
     switch (kind) {
       case gemv_kind::marray:
@@ -57,11 +57,12 @@ sycl::event gemv_impl(sycl::queue& queue, bool conj, T alpha, sparseStructure* A
     throw uninitialized("sparse", mv_words::gemv, mv_words::not_initialized);
   if (A->gemv_data == nullptr) initGemvInternalData(&A->gemv_data);
   gemvInternalData* plan = A->gemv_data;
+  const sub_group_offer offer = sub_group_offer::of(queue.get_device());
   if (!plan->cached) {
     cache_gemv_internals(queue, plan);
-    set_first_use_plan<T>(plan);
+    set_first_use_plan<T>(plan, offer);
   }
-  const gemv_launcher<T, I, C> launch = launcher_for<T, I, C>(plan);
+  const gemv_launcher<T, I, C> launch = launcher_for<T, I, C>(plan, offer);
   const gemv_operands<T, I, C> operands{
       {as_container<C, I>(A->row_ptr), as_container<C, I>(A->col_ind),
        as_container<C, T>(A->values), x, y},

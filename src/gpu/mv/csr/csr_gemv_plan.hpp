@@ -10,6 +10,7 @@
 
 #include "common/internal_error.hpp"
 #include "gpu/mv/design_names.hpp"
+#include "gpu/sub_group_check.hpp"
 #include "handle/gemv_data.hpp"
 #include "handle/value_types.hpp"
 #include "platform/architecture.hpp"
@@ -40,36 +41,44 @@ inline constexpr gemv_preset preset_code_6{gemv_kind::subgroup, 8, 32};
 // Codes 0 (no known architecture) and 2.
 inline constexpr gemv_preset preset_generic{gemv_kind::syclvec, 256, 16};
 
+// The sub-group kinds run only where the device lists their size (vector_param); elsewhere the
+// plan is the generic one, which demands no sub-group size, as for a device of unknown code.
+inline gemv_preset offered_or_generic(const gemv_preset& preset, const sub_group_offer& offer) {
+  const bool demands =
+      preset.kernel_kind == gemv_kind::subgroup || preset.kernel_kind == gemv_kind::merge;
+  return demands && !offer.has(preset.vector_param) ? preset_generic : preset;
+}
+
 template <typename T>
-gemv_preset first_use_preset(std::int32_t code) {
+gemv_preset first_use_preset(std::int32_t code, const sub_group_offer& offer) {
   constexpr bool single = std::is_same_v<T, float> || std::is_same_v<T, std::complex<float>>;
   switch (architecture_from_code(code)) {
     case architecture::code1:
       return single ? preset_code_1_single : preset_code_1_double;
     case architecture::code3:
     case architecture::code4:
-      return preset_codes_3_4;
+      return offered_or_generic(preset_codes_3_4, offer);
     case architecture::code5:
       return single ? preset_code_5_single : preset_code_5_double;
     case architecture::code6:
-      return preset_code_6;
+      return offered_or_generic(preset_code_6, offer);
     default:
       return preset_generic;
   }
 }
 
 template <typename T>
-void set_first_use_plan(gemvInternalData* plan) {
-  apply_preset(plan, first_use_preset<T>(plan->device_data->architecture));
+void set_first_use_plan(gemvInternalData* plan, const sub_group_offer& offer) {
+  apply_preset(plan, first_use_preset<T>(plan->device_data->architecture, offer));
 }
 
 // The kind the plan runs as for value type T, written back so that it happens once. Real values
 // run every kind as planned. No sycl::vec or explicit-SIMD kernels exist for complex values: a
 // sycl::vec plan becomes the marray plan of half the length, and any kind but marray, sub-group
 // and merge becomes the default kernel where the first use plans it (codes 1 and 5), else the
-// sub-group plan of codes 3 and 4.
+// sub-group plan of codes 3 and 4, or the default kernel where the device lacks its size.
 template <typename T>
-gemv_kind settle_kind(gemvInternalData* plan) {
+gemv_kind settle_kind(gemvInternalData* plan, const sub_group_offer& offer) {
   if constexpr (is_complex_v<T>) {
     switch (plan->kernel_kind) {
       case gemv_kind::syclvec:
@@ -81,7 +90,8 @@ gemv_kind settle_kind(gemvInternalData* plan) {
       case gemv_kind::merge:
         break;
       default:
-        if (first_use_gemv_is_default(architecture_from_code(plan->device_data->architecture)))
+        if (first_use_gemv_is_default(architecture_from_code(plan->device_data->architecture)) ||
+            !offer.has(preset_codes_3_4.vector_param))
           plan->kernel_kind = gemv_kind::default_kernel;
         else
           apply_preset(plan, preset_codes_3_4);

@@ -12,9 +12,9 @@
 #include "gpu/mv/atomic_add.hpp"
 #include "gpu/mv/csr/csr_merge_kernel.hpp"
 #include "gpu/mv/csr/csr_operands.hpp"
-#include "gpu/mv/csr/sub_group_support.hpp"
 #include "gpu/mv/design_names.hpp"
 #include "gpu/operand_binding.hpp"
+#include "gpu/sub_group_check.hpp"
 
 namespace orvane::vrt::sparse::gpu::csr {
 

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "gpu/mv/csr/csr_gemv_plan.hpp"
+#include "gpu/sub_group_check.hpp"
 #include "handle/gemv_data.hpp"
 #include "platform/architecture.hpp"
 
@@ -144,7 +145,7 @@ gemv_preset code_6_row_plan(const gemv_matrix_facts& m, const gemv_device_facts&
 }
 
 template <typename T, typename I>
-gemv_choice choose_optimized_plan(const gemv_matrix_facts& m, const gemv_device_facts& d) {
+gemv_choice choose_by_architecture(const gemv_matrix_facts& m, const gemv_device_facts& d) {
   constexpr bool single = std::is_same_v<T, float> || std::is_same_v<T, std::complex<float>>;
   switch (architecture_from_code(d.architecture)) {
     case architecture::code1:
@@ -165,6 +166,18 @@ gemv_choice choose_optimized_plan(const gemv_matrix_facts& m, const gemv_device_
     default:
       return {opt_generic, false, 0};
   }
+}
+
+// The choice by architecture code and matrix, then held to the device's sub-group sizes: no
+// merge path without its sub-group size, and a sub-group preset the device cannot run becomes the
+// generic one.
+template <typename T, typename I>
+gemv_choice choose_optimized_plan(const gemv_matrix_facts& m, const gemv_device_facts& d,
+                                  const sub_group_offer& offer) {
+  gemv_choice choice = choose_by_architecture<T, I>(m, d);
+  if (choice.merge && !offer.has(opt_code_6_merge.vector_param)) choice = {choice.preset, false, 0};
+  choice.preset = offered_or_generic(choice.preset, offer);
+  return choice;
 }
 
 }  // namespace orvane::vrt::sparse::gpu::csr

@@ -9,6 +9,7 @@
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
 #include "gpu/format/sort_launch.hpp"
+#include "gpu/sub_group_check.hpp"
 #include "gpu/triangular/analysis/symmetric.hpp"
 #include "gpu/triangular/analysis/symmetric_launch.hpp"
 #include "gpu/triangular/design_names.hpp"
@@ -90,7 +91,8 @@ sycl::event symmetricKernel(sycl::queue& queue, uplo triangle, sparseStructure* 
 
 template <typename T, typename I, containerType C>
 sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src,
-                           matrix_handle* dst, const std::vector<sycl::event>& deps) {
+                           matrix_handle* dst, const std::vector<sycl::event>& deps,
+                           const char* routine) {
   sparseStructure* from = src->primary;
   namespace names = triangular_names;
   if (from == nullptr) throw uninitialized("sparse", names::unnamed, names::not_initialized);
@@ -113,6 +115,7 @@ sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src
     slot = triangle == uplo::upper ? &src->sym_from_upper : &src->sym_from_lower;
     if (*slot != nullptr) return coalesce_events(queue, C, deps, false);
   }
+  require_sub_group_size(queue, kernels::symmetric_lanes, routine);
   // Built aside and stored once complete, so that a failure leaves the slot as it was.
   const sycl::context context = queue.get_context();
   void* made = nullptr;
@@ -142,5 +145,5 @@ sycl::event symmetric_impl(sycl::queue& queue, uplo triangle, matrix_handle* src
 #define VRT_INSTANTIATE_GPU_SYMMETRIC(T, I, C)                                                     \
   namespace orvane::vrt::sparse::gpu {                                                             \
   template sycl::event symmetric_impl<T, I, C>(sycl::queue&, uplo, matrix_handle*, matrix_handle*, \
-                                               const std::vector<sycl::event>&);                   \
+                                               const std::vector<sycl::event>&, const char*);      \
   }

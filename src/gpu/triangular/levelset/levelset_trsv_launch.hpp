@@ -43,13 +43,15 @@ sycl::event levelset_trsv(sycl::queue& queue, triangle side, diag diagonal, T al
   if (first_run >= 1)
     chain_event<C>(list, submit_narrow_run<narrow_run::first, T, I, C>(
                              queue, op, lower ? 0 : colors - 1, first_run, lower ? 1 : -1, list));
-  if (colors - head - tail >= 1)
-    visit_middle_sync<T>(middle_sync_of(*d, side), [&]<middle_sync M>() {
+  if (colors - head - tail >= 1) {
+    const middle_sync mode = middle_sync_of(*d, side, sub_group_offer::of(queue.get_device()));
+    visit_middle_sync<T>(mode, [&]<middle_sync M>() {
       if constexpr (M == middle_sync::atomics)
         middle_by_atomics<T, I, C>(queue, op, *d, list);
       else
         middle_per_color<T, I, C>(queue, op, *d, list);
     });
+  }
   if (second_run >= 1)
     chain_event<C>(
         list, submit_narrow_run<narrow_run::second, T, I, C>(

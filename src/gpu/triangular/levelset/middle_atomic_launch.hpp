@@ -9,6 +9,7 @@
 
 #include "common/portability.hpp"
 #include "containers/views.hpp"
+#include "gpu/sub_group_check.hpp"
 #include "gpu/triangular/coloring/color_plan.hpp"
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/levelset/levelset_operands.hpp"
@@ -86,6 +87,8 @@ template <typename T, typename I, containerType C>
 sycl::event middle_by_atomics(sycl::queue& queue, const levelset_operands<T, I, C>& op,
                               const coloringData& data, std::vector<sycl::event>& dependencies) {
   static_assert(!is_complex_v<T>, "complex solves never synchronise by atomics");
+  // Before the counters: a refused solve leaves nothing running.
+  require_sub_group_size(queue, atomic_lanes, triangular_names::trsv);
   const sycl::event init = submit_counter_init<I, C>(queue, op.side, data, dependencies);
   chain_event<C>(dependencies, init);
   const sycl::event solved = submit_atomic_solve<T, I, C>(queue, op, data, {init});

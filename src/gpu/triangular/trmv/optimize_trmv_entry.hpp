@@ -13,6 +13,7 @@
 #include "gpu/format/sort_launch.hpp"
 #include "gpu/mv/csr/matrix_analysis_launch.hpp"
 #include "gpu/mv/csr/merge_partition_launch.hpp"
+#include "gpu/sub_group_check.hpp"
 #include "gpu/triangular/analysis/diag_data.hpp"
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/triangle_side.hpp"
@@ -81,9 +82,12 @@ void plan_trmv(sycl::queue& queue, uplo which, sparseStructure* t, event_list& d
           queue, t->nrows, t->ncols, t->nnz, as_container<C, I>(t->row_ptr), plan, deps))
     throw device_bad_alloc("sparse", word, queue.get_device());
   const trmv_row_facts facts{plan->avg_row_nnz, plan->row_nnz_stddev, plan->row_spread_ratio};
-  if (trmv_wants_merge_path(which, facts)) {
-    const deviceInternalData* device = plan->device_data;
-    const std::int32_t sub_group = trmv_merge_sub_group(device->architecture);
+  const deviceInternalData* device = plan->device_data;
+  const std::int32_t sub_group = trmv_merge_sub_group(device->architecture);
+  // Without its sub-group size on the device, as without its arrays, the merge path gives way
+  // to the vector kernel.
+  if (trmv_wants_merge_path(which, facts) &&
+      sub_group_offer::of(queue.get_device()).has(sub_group)) {
     const std::int32_t parts =
         trmv_merge_partitions(t->nrows, t->nnz, device->hw_thread_count, sub_group);
     // Without its four arrays the merge path gives way to the vector kernel.

@@ -12,7 +12,7 @@
 #include "common/portability.hpp"
 #include "containers/views.hpp"
 #include "gpu/mv/csr/csr_merge_launch.hpp"
-#include "gpu/mv/csr/sub_group_support.hpp"
+#include "gpu/sub_group_check.hpp"
 #include "gpu/triangular/design_names.hpp"
 #include "gpu/triangular/trmv/trmv_merge_kernel.hpp"
 #include "gpu/triangular/trmv/trmv_operands.hpp"
