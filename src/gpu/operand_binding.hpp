@@ -30,9 +30,10 @@ struct product_arrays {
   container_t<C, T> y;
 };
 
-// The bound arrays of a product by name, so that a kernel can capture the record whole (a
-// structured binding may not be captured); unpacked in order by a structured binding outside
-// kernels. The first two are the index arrays of whichever structure the product walks.
+// The bound arrays of a product by name, so that a kernel can capture the record whole (device
+// compilers held to C++17 refuse a captured structured binding). The first two are the index
+// arrays of whichever structure the product walks; x and y are the two vectors, or whichever
+// dense operands take their places.
 template <typename First, typename Second, typename Values, typename X, typename Y>
 struct bound_product {
   First row_ptr;

@@ -50,8 +50,7 @@ sycl::event submit_dot(sycl::queue& queue, const gemm_operands<T, I, C>& op,
                        const dense_area<T, C>& from, std::int64_t c_column, std::int64_t count,
                        std::int64_t range_columns, const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, src, cv] =
-        bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, from.data, op.c);
+    const auto a = bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, from.data, op.c);
     const std::int64_t src_first = from.first;
     const dense_strides s = from.strides;
     const dense_strides d = strides_of(op.row_major, op.ldc);
@@ -63,8 +62,9 @@ sycl::event submit_dot(sycl::queue& queue, const gemm_operands<T, I, C>& op,
         sycl::range<2>(static_cast<std::size_t>(op.nrows), static_cast<std::size_t>(range_columns)),
         [=](sycl::id<2> i) {
           if (i[1] >= columns) return;
-          kernels::dot_element<T, I>(i[0], i[1], raw(rp), raw(ci), raw(va), index,
-                                     raw(src) + src_first, s, raw(cv) + dst_first, d, alpha, beta);
+          kernels::dot_element<T, I>(i[0], i[1], raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                     index, raw(a.x) + src_first, s, raw(a.y) + dst_first, d, alpha,
+                                     beta);
         });
   });
 }

@@ -38,15 +38,15 @@ sycl::event gemm_esimd_kernel_wrapper(sycl::queue& queue, const gemm_operands<T,
   const sycl::nd_range<2> grid(sycl::range<2>(groups * esimd_streams_per_group, slices),
                                sycl::range<2>(esimd_streams_per_group, 1));
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, bv, cv] =
-        bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, b, c);
+    const auto a = bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, b, c);
     sycl::local_accessor<std::uint32_t, 1> counter(sycl::range<1>(counter_slot_words), h);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     h.parallel_for<kernels::compute_gemm_esimd_opt_kernel<T, I, C, W>>(
         grid, [=](sycl::nd_item<2> it) {
-          kernels::gemm_esimd_thread<T, I, W>(it, &counter[0], raw(rp), raw(ci), raw(va), index,
-                                              raw(bv), raw(cv), f, alpha, beta);
+          kernels::gemm_esimd_thread<T, I, W>(it, &counter[0], raw(a.row_ptr), raw(a.col_ind),
+                                              raw(a.values), index, raw(a.x), raw(a.y), f, alpha,
+                                              beta);
         });
   });
 }

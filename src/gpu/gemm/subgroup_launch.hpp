@@ -30,17 +30,16 @@ sycl::event gemm_subgroup_kernel_wrapper(sycl::queue& queue, const gemm_operands
       portable::sub_group_kernel<kernels::compute_gemm_subgroup_opt_kernel<T, I, C, SG, VEC>, SG>;
   require_sub_group_size(queue, SG, gemm_word);
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, bt, cv] =
-        bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, tile, op.c);
+    const auto a = bind_product<C>(h, deps, op.row_ptr, op.col_ind, op.values, tile, op.c);
     const dense_strides cs = strides_of(op.row_major, op.ldc);
     const std::int64_t c_first = offset * cs.column_stride;
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     const sycl::nd_range<1> grid(static_cast<std::size_t>(op.nrows) * SG, SG);
     h.parallel_for<name>(grid, [=](sycl::nd_item<1> it) [[sycl::reqd_sub_group_size(SG)]] {
-      kernels::gemm_subgroup_row<T, I, SG, VEC>(it.get_sub_group(), it.get_group(0), raw(rp),
-                                                raw(ci), raw(va), index, raw(bt), block,
-                                                raw(cv) + c_first, cs, alpha, beta);
+      kernels::gemm_subgroup_row<T, I, SG, VEC>(it.get_sub_group(), it.get_group(0), raw(a.row_ptr),
+                                                raw(a.col_ind), raw(a.values), index, raw(a.x),
+                                                block, raw(a.y) + c_first, cs, alpha, beta);
     });
   });
 }

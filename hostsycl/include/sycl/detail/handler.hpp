@@ -27,6 +27,16 @@ struct requirement {
 enum class command_kind { none, kernel, host_task, memory };
 struct handler_access;
 
+// A device receives a kernel as a bytewise copy of the functor, so a capture that owns host
+// memory or state (a container, a string, a function wrapper, a smart pointer) cannot reach
+// it. A host compiler cannot look inside a lambda's captures: a closure that is not
+// trivially copyable still passes when it is trivially destructible, which no owning capture
+// is. A named functor type may declare itself device-copyable.
+template <typename Kernel>
+inline constexpr bool kernel_is_device_copyable_v = is_device_copyable_v<Kernel> ||
+                                                    (std::is_copy_constructible_v<Kernel> &&
+                                                     std::is_trivially_destructible_v<Kernel>);
+
 // Checks of explicit memory operations (strict mode; memset and fill need USM always).
 void check_usm_range(const void* p, std::size_t bytes, const char* operation, bool must_be_usm);
 // Counts a kernel submission under the (mangled) name of a pointer to its kernel-name type
@@ -65,6 +75,10 @@ class handler {
 
   template <typename KernelName = void, typename KernelType>
   void single_task(const KernelType& kernel) {
+    static_assert(detail::kernel_is_device_copyable_v<KernelType>,
+                  "kernel captures must be device-copyable: capture pointers, accessors and "
+                  "trivially copyable values, not containers, strings, function wrappers or "
+                  "smart pointers");
     check_no_local_memory("single_task");
     detail::count_kernel_submission(typeid(KernelName*).name());
     set_command(detail::command_kind::kernel, [kernel] { detail::launch_single_task(kernel); });
@@ -84,6 +98,10 @@ class handler {
   }
   template <typename KernelName = void, int Dims, typename KernelType>
   void parallel_for(nd_range<Dims> ndr, const KernelType& kernel) {
+    static_assert(detail::kernel_is_device_copyable_v<KernelType>,
+                  "kernel captures must be device-copyable: capture pointers, accessors and "
+                  "trivially copyable values, not containers, strings, function wrappers or "
+                  "smart pointers");
     detail::nd_launch_config config{
         checked_sub_group_size(detail::required_sub_group_size_v<KernelName>), local_slots_};
     check_nd_range(ndr.get_global_range().size() == 0, divisible(ndr),
@@ -215,6 +233,10 @@ class handler {
 
   template <typename KernelName, int Dims, typename KernelType>
   void submit_range(range<Dims> r, const KernelType& kernel) {
+    static_assert(detail::kernel_is_device_copyable_v<KernelType>,
+                  "kernel captures must be device-copyable: capture pointers, accessors and "
+                  "trivially copyable values, not containers, strings, function wrappers or "
+                  "smart pointers");
     check_no_local_memory("parallel_for over a range");
     detail::count_kernel_submission(typeid(KernelName*).name());
     set_command(detail::command_kind::kernel, [kernel, r] { detail::launch_range(r, kernel); });

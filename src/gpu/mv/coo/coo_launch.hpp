@@ -24,14 +24,14 @@ template <typename T, typename I, containerType C>
 sycl::event scatter_atomic(sycl::queue& queue, const coo_operands<T, I, C>& op,
                            const sycl::event& prepared) {
   return queue.submit([&](sycl::handler& h) {
-    const auto [oi, ii, va, xv, yv] = bind_product<C>(h, {prepared}, op);
+    const auto a = bind_product<C>(h, {prepared}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool conj = op.conj;
     h.parallel_for<kernels::gemv_coo_default_kernel<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nnz)), [=](sycl::id<1> id) {
-          kernels::scatter_nonzero<T, I>(id[0], raw(oi), raw(ii), raw(va), raw(xv), raw(yv), index,
-                                         alpha, conj);
+          kernels::scatter_nonzero<T, I>(id[0], raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                         raw(a.x), raw(a.y), index, alpha, conj);
         });
   });
 }
@@ -41,14 +41,15 @@ template <typename T, typename I>
 sycl::event gather_without_atomics(sycl::queue& queue, const coo_operands<T, I, container_usm>& op,
                                    const sycl::event& prepared) {
   return queue.submit([&](sycl::handler& h) {
-    const auto [oi, ii, va, xv, yv] = bind_product<container_usm>(h, {prepared}, op);
+    const auto a = bind_product<container_usm>(h, {prepared}, op);
     const auto nnz = static_cast<std::size_t>(op.nnz);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool conj = op.conj;
     h.parallel_for<kernels::gemv_coo_default_non_atomics_kernel<T, I>>(
         sycl::range<1>(static_cast<std::size_t>(op.out_len)), [=](sycl::id<1> id) {
-          kernels::gather_element<T, I>(id[0], nnz, oi, ii, va, xv, yv, index, alpha, conj);
+          kernels::gather_element<T, I>(id[0], nnz, a.row_ptr, a.col_ind, a.values, a.x, a.y, index,
+                                        alpha, conj);
         });
   });
 }

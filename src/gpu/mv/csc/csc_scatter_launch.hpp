@@ -50,14 +50,14 @@ sycl::event submit_syclvec(sycl::queue& queue, std::size_t group,
   const auto nrows = static_cast<std::size_t>(op.nrows);
   const sycl::nd_range<1> grid((nrows + group - 1) / group * group, group);
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {scaled}, op);
+    const auto a = bind_product<C>(h, {scaled}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     h.parallel_for<kernels::gemv_syclvec_csc_kernel<T, I, C, L>>(grid, [=](sycl::nd_item<1> item) {
       const std::size_t row = item.get_global_id(0);
       if (row >= nrows) return;
-      kernels::scatter_syclvec_row<T, I, L>(row, raw(rp), raw(ci), raw(va), raw(xv), raw(yv), index,
-                                            alpha);
+      kernels::scatter_syclvec_row<T, I, L>(row, raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                            raw(a.x), raw(a.y), index, alpha);
     });
   });
 }
@@ -70,15 +70,16 @@ sycl::event submit_subgroup(sycl::queue& queue, std::size_t group,
   const sycl::nd_range<2> grid({(nrows + group - 1) / group * group, SG}, {group, SG});
   using name = portable::sub_group_kernel<kernels::gemv_subgroup_singleRow_csc_kernel<T, I, C>, SG>;
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {scaled}, op);
+    const auto a = bind_product<C>(h, {scaled}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool conj = op.conj;
     h.parallel_for<name>(grid, [=](sycl::nd_item<2> item) [[sycl::reqd_sub_group_size(SG)]] {
       const std::size_t row = item.get_global_id(0);
       if (row >= nrows) return;
-      kernels::scatter_subgroup_row<T, I, SG>(item.get_sub_group(), row, raw(rp), raw(ci), raw(va),
-                                              raw(xv), raw(yv), index, alpha, conj);
+      kernels::scatter_subgroup_row<T, I, SG>(item.get_sub_group(), row, raw(a.row_ptr),
+                                              raw(a.col_ind), raw(a.values), raw(a.x), raw(a.y),
+                                              index, alpha, conj);
     });
   });
 }
@@ -93,14 +94,14 @@ sycl::event gemv_default(sycl::queue& queue, const gemvInternalData&,
   detail::refuse_host_y(queue, op);
   const sycl::event scaled = detail::scale_output(queue, op, deps);
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {scaled}, op);
+    const auto a = bind_product<C>(h, {scaled}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool conj = op.conj;
     h.parallel_for<kernels::gemv_default_csc_kernel<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> i) {
-          kernels::scatter_default_row<T, I>(i[0], raw(rp), raw(ci), raw(va), raw(xv), raw(yv),
-                                             index, alpha, conj);
+          kernels::scatter_default_row<T, I>(i[0], raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                             raw(a.x), raw(a.y), index, alpha, conj);
         });
   });
 }

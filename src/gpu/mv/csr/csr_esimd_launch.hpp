@@ -29,13 +29,14 @@ sycl::event submit_esimd(sycl::queue& queue, const gemv_operands<T, I, C>& op,
                          const std::vector<sycl::event>& deps) {
   const auto nrows = static_cast<std::size_t>(op.nrows);
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
+    const auto a = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     h.parallel_for<kernels::gemv_esimd_csr_kernel<T, I, C, Rows>>(
         sycl::range<1>((nrows + Rows - 1) / Rows), [=](sycl::id<1> id) {
-          kernels::gemv_esimd_rows<T, I, Rows, esimd_width>(id[0], nrows, raw(rp), raw(ci), raw(va),
-                                                            raw(xv), raw(yv), index, alpha, beta);
+          kernels::gemv_esimd_rows<T, I, Rows, esimd_width>(id[0], nrows, raw(a.row_ptr),
+                                                            raw(a.col_ind), raw(a.values), raw(a.x),
+                                                            raw(a.y), index, alpha, beta);
         });
   });
 }

@@ -72,7 +72,7 @@ sycl::event gemv_merge_based_subgroup(sycl::queue& queue, const gemvInternalData
   auto carry_values = as_container<C, T>(plan.carry_values);
   using name = portable::sub_group_kernel<kernels::gemv_merge_subgroup_csr_kernel<T, I, C>, SG>;
   sycl::event product = queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
+    const auto a = bind_product<C>(h, deps, op);
     auto pr = bind(h, partition_rows, sycl::read_only);
     auto pn = bind(h, partition_nnz, sycl::read_only);
     auto cr = bind(h, carry_rows, sycl::write_only);
@@ -84,8 +84,8 @@ sycl::event gemv_merge_based_subgroup(sycl::queue& queue, const gemvInternalData
                          [=](sycl::nd_item<2> item) [[sycl::reqd_sub_group_size(SG)]] {
                            kernels::gemv_merge_part<SG, T, I>(
                                item.get_sub_group(), item.get_global_id(0), raw(pr), raw(pn),
-                               raw(rp), raw(ci), raw(va), raw(xv), raw(yv), raw(cr), raw(cv), index,
-                               alpha, beta, conj);
+                               raw(a.row_ptr), raw(a.col_ind), raw(a.values), raw(a.x), raw(a.y),
+                               raw(cr), raw(cv), index, alpha, beta, conj);
                          });
   });
   return compute_sum_carry_out_for_merge_path_mv<T, I, C>(

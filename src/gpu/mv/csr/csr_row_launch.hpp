@@ -34,18 +34,18 @@ sycl::event submit_row_kernel(sycl::queue& queue, std::size_t group,
   const auto nrows = static_cast<std::size_t>(op.nrows);
   const sycl::nd_range<1> grid((nrows + group - 1) / group * group, group);
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
+    const auto a = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     h.parallel_for<name>(grid, [=](sycl::nd_item<1> item) {
       const std::size_t row = item.get_global_id(0);
       if (row >= nrows) return;
       if constexpr (F == row_family::syclvec)
-        kernels::gemv_syclvec_row<T, I, L>(row, raw(rp), raw(ci), raw(va), raw(xv), raw(yv), index,
-                                           alpha, beta);
+        kernels::gemv_syclvec_row<T, I, L>(row, raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                           raw(a.x), raw(a.y), index, alpha, beta);
       else
-        kernels::gemv_marray_row<T, I, L>(row, raw(rp), raw(ci), raw(va), raw(xv), raw(yv), index,
-                                          alpha, beta);
+        kernels::gemv_marray_row<T, I, L>(row, raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                          raw(a.x), raw(a.y), index, alpha, beta);
     });
   });
 }
@@ -73,14 +73,14 @@ template <typename T, typename I, containerType C>
 sycl::event gemv_default(sycl::queue& queue, const gemvInternalData&,
                          const gemv_operands<T, I, C>& op, const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
+    const auto a = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     const bool conj = op.conj;
     h.parallel_for<kernels::gemv_default_csr_kernel<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> i) {
-          kernels::gemv_default_row<T, I>(i[0], raw(rp), raw(ci), raw(va), raw(xv), raw(yv), index,
-                                          alpha, beta, conj);
+          kernels::gemv_default_row<T, I>(i[0], raw(a.row_ptr), raw(a.col_ind), raw(a.values),
+                                          raw(a.x), raw(a.y), index, alpha, beta, conj);
         });
   });
 }

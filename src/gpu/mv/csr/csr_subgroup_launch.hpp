@@ -36,7 +36,7 @@ sycl::event submit_sub_group_kernel(sycl::queue& queue, std::size_t items, std::
   const auto nrows = static_cast<std::size_t>(op.nrows);
   const sycl::nd_range<2> grid({items, SG}, {groups, SG});
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
+    const auto a = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     const bool conj = op.conj;
@@ -45,11 +45,13 @@ sycl::event submit_sub_group_kernel(sycl::queue& queue, std::size_t items, std::
       const std::size_t id = item.get_global_id(0);
       if constexpr (B == sub_group_body::single_row) {
         if (id >= nrows) return;
-        kernels::gemv_subgroup_single_row<SG, T, I>(sg, id, raw(rp), raw(ci), raw(va), raw(xv),
-                                                    raw(yv), index, alpha, beta, conj);
+        kernels::gemv_subgroup_single_row<SG, T, I>(sg, id, raw(a.row_ptr), raw(a.col_ind),
+                                                    raw(a.values), raw(a.x), raw(a.y), index, alpha,
+                                                    beta, conj);
       } else {
-        kernels::gemv_subgroup_row_bundle<SG, T, I>(sg, id, nrows, raw(rp), raw(ci), raw(va),
-                                                    raw(xv), raw(yv), index, alpha, beta, conj);
+        kernels::gemv_subgroup_row_bundle<SG, T, I>(sg, id, nrows, raw(a.row_ptr), raw(a.col_ind),
+                                                    raw(a.values), raw(a.x), raw(a.y), index, alpha,
+                                                    beta, conj);
       }
     });
   });

@@ -22,7 +22,7 @@ sycl::event product_and_partials(sycl::queue& queue, const gemvdot_operands<T, I
                                  container_t<C, T> partial, std::size_t wg, std::size_t groups,
                                  const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
+    const auto a = bind_product<C>(h, deps, op);
     auto dv = bind(h, op.d, sycl::write_only);
     auto pv = bind(h, partial, sycl::write_only);
     sycl::local_accessor<T, 1> lm(sycl::range<1>(wg), h);
@@ -31,8 +31,9 @@ sycl::event product_and_partials(sycl::queue& queue, const gemvdot_operands<T, I
     const T alpha = op.alpha, beta = op.beta;
     h.parallel_for<kernels::gemvdotKernel<T, I, C>>(
         sycl::nd_range<1>(groups * wg, wg), [=](sycl::nd_item<1> item) {
-          product_and_partial<T, I>(item, &lm[0], wg, groups, nrows, raw(rp), raw(ci), raw(va),
-                                    raw(xv), raw(yv), raw(pv), raw(dv), index, alpha, beta);
+          product_and_partial<T, I>(item, &lm[0], wg, groups, nrows, raw(a.row_ptr), raw(a.col_ind),
+                                    raw(a.values), raw(a.x), raw(a.y), raw(pv), raw(dv), index,
+                                    alpha, beta);
         });
   });
 }

@@ -19,14 +19,14 @@ template <typename T, typename I, containerType C>
 sycl::event gather_stored(sycl::queue& queue, const symv_operands<T, I, C>& op,
                           const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
+    const auto a = bind_product<C>(h, deps, op);
     const I index = op.index;
     const T alpha = op.alpha, beta = op.beta;
     const bool upper = op.upper;
     h.parallel_for<kernels::symvPartialNonAtomicMV<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> id) {
-          kernels::gather_row<T, I>(static_cast<I>(id[0]), raw(rp), raw(ci), raw(va), raw(xv),
-                                    raw(yv), index, alpha, beta, upper);
+          kernels::gather_row<T, I>(static_cast<I>(id[0]), raw(a.row_ptr), raw(a.col_ind),
+                                    raw(a.values), raw(a.x), raw(a.y), index, alpha, beta, upper);
         });
   });
 }
@@ -36,14 +36,14 @@ template <typename T, typename I, containerType C>
 sycl::event scatter_atomic(sycl::queue& queue, const symv_operands<T, I, C>& op,
                            const sycl::event& gathered) {
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<C>(h, {gathered}, op);
+    const auto a = bind_product<C>(h, {gathered}, op);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool upper = op.upper;
     h.parallel_for<kernels::symvPartialAtomicMV<T, I, C>>(
         sycl::range<1>(static_cast<std::size_t>(op.nrows)), [=](sycl::id<1> id) {
-          kernels::scatter_row_atomic<T, I>(static_cast<I>(id[0]), raw(rp), raw(ci), raw(va),
-                                            raw(xv), raw(yv), index, alpha, upper);
+          kernels::scatter_row_atomic<T, I>(static_cast<I>(id[0]), raw(a.row_ptr), raw(a.col_ind),
+                                            raw(a.values), raw(a.x), raw(a.y), index, alpha, upper);
         });
   });
 }
@@ -53,13 +53,15 @@ template <typename T, typename I>
 sycl::event scatter_single(sycl::queue& queue, const symv_operands<T, I, container_usm>& op,
                            const sycl::event& gathered) {
   return queue.submit([&](sycl::handler& h) {
-    const auto [rp, ci, va, xv, yv] = bind_product<container_usm>(h, {gathered}, op);
+    const auto a = bind_product<container_usm>(h, {gathered}, op);
     const auto nrows = static_cast<I>(op.nrows);
     const I index = op.index;
     const T alpha = op.alpha;
     const bool upper = op.upper;
-    h.single_task<kernels::symvKernel<T, I>>(
-        [=] { kernels::scatter_all_rows<T, I>(nrows, rp, ci, va, xv, yv, index, alpha, upper); });
+    h.single_task<kernels::symvKernel<T, I>>([=] {
+      kernels::scatter_all_rows<T, I>(nrows, a.row_ptr, a.col_ind, a.values, a.x, a.y, index, alpha,
+                                      upper);
+    });
   });
 }
 

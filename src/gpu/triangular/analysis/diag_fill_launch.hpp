@@ -20,7 +20,10 @@ sycl::event fill_diag_values(sycl::queue& queue, const diag_operands<T, I, C>& o
                              const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
     depend_on<C>(h, deps);
-    auto [rp, ci, va] = bind_reads(h, op.row_ptr, op.col_ind, op.values);
+    const auto reads = bind_reads(h, op.row_ptr, op.col_ind, op.values);
+    const auto rp = std::get<0>(reads);
+    const auto ci = std::get<1>(reads);
+    const auto va = std::get<2>(reads);
     const auto out = bind_diagonal(h, op);
     const I base = op.index;
     h.parallel_for<fillDiagPos1<T, I, C>>(
@@ -38,7 +41,9 @@ sycl::event fill_diag_positions(sycl::queue& queue, std::int64_t nrows, I base,
                                 const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
     depend_on<C>(h, deps);
-    auto [rp, ci] = bind_reads(h, row_ptr, col_ind);
+    const auto reads = bind_reads(h, row_ptr, col_ind);
+    const auto rp = std::get<0>(reads);
+    const auto ci = std::get<1>(reads);
     auto le = bind(h, lower_end, sycl::write_only);
     auto us = bind(h, upper_start, sycl::write_only);
     h.parallel_for<fillDiagPos2<I, C>>(
@@ -54,7 +59,10 @@ sycl::event fill_diag_values_and_positions(sycl::queue& queue, const diag_operan
                                            const std::vector<sycl::event>& deps) {
   return queue.submit([&](sycl::handler& h) {
     depend_on<C>(h, deps);
-    auto [rp, ci, va] = bind_reads(h, op.row_ptr, op.col_ind, op.values);
+    const auto reads = bind_reads(h, op.row_ptr, op.col_ind, op.values);
+    const auto rp = std::get<0>(reads);
+    const auto ci = std::get<1>(reads);
+    const auto va = std::get<2>(reads);
     const auto out = bind_diagonal(h, op);
     auto le = bind(h, op.lower_end, sycl::write_only);
     auto us = bind(h, op.upper_start, sycl::write_only);

@@ -211,8 +211,8 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix, diagonalV
         {&coloringData::chunk_start_host, &coloringData::chunk_start_device},
         {&coloringData::chunk_color_host, &coloringData::chunk_color_device},
         {&coloringData::chunks_per_color_host, &coloringData::chunks_per_color_device}};
-    for (const auto& [field, table] : tables)
-      write_host<I, C>(as_container<C, I>(d.*field), *table);
+    for (const auto& entry : tables)
+      write_host<I, C>(as_container<C, I>(d.*entry.first), *entry.second);
     for (std::size_t k = 0; k < 3; ++k)
       copies.push_back(copy_host_to_device<I, C>(queue, as_container<C, I>(d.*copies_of[k].first),
                                                  as_container<C, I>(d.*copies_of[k].second),

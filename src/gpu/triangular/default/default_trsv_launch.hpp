@@ -22,15 +22,15 @@ sycl::event submit_default_solve(sycl::queue& queue, const default_trsv_operands
   auto launch = [&](auto name) {
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
-      auto [rp, ci, va, xv, yv] = bind_product<C>(h, deps, op);
+      const auto a = bind_product<C>(h, deps, op);
       const bool upper = op.side == triangle::upper;
       const I n = static_cast<I>(op.nrows);
       const I base = op.base;
       const T alpha = op.alpha;
       const std::uint8_t diag_code = op.diag_code;
       h.single_task<Name>([=] {
-        kernels::solve_rows<T, I>(upper, n, raw(rp), raw(ci), raw(va), base, alpha, raw(xv),
-                                  raw(yv), diag_code);
+        kernels::solve_rows<T, I>(upper, n, raw(a.row_ptr), raw(a.col_ind), raw(a.values), base,
+                                  alpha, raw(a.x), raw(a.y), diag_code);
       });
     });
   };

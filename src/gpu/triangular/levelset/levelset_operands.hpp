@@ -68,10 +68,10 @@ struct bound_row_update {
 template <typename T, typename I, containerType C>
 auto bind_row_update(sycl::handler& h, const std::vector<sycl::event>& deps,
                      const levelset_operands<T, I, C>& op) {
-  auto [ptr, col, val, rhs, sol] = bind_product<C>(h, deps, op);
-  auto [inv_diag] = bind_reads(h, op.inv_diag);
-  return bound_row_update<T, I, decltype(ptr), decltype(val), decltype(sol)>{
-      ptr, col, val, inv_diag, rhs, sol, op.alpha, op.nonunit};
+  const auto a = bind_product<C>(h, deps, op);
+  const auto inv_diag = std::get<0>(bind_reads(h, op.inv_diag));
+  return bound_row_update<T, I, decltype(a.row_ptr), decltype(a.values), decltype(a.y)>{
+      a.row_ptr, a.col_ind, a.values, inv_diag, a.x, a.y, op.alpha, op.nonunit};
 }
 
 inline std::size_t round_up_to_group(std::size_t n) {

@@ -57,10 +57,12 @@ sycl::event submit_atomic_solve(sycl::queue& queue, const levelset_operands<T, I
   auto launch = [&](auto name) {
     using Name = portable::sub_group_kernel<typename decltype(name)::type, atomic_lanes>;
     return queue.submit([&](sycl::handler& h) {
-      auto [pt, cl, va, rhs, sol] = bind_product<C>(h, deps, op);
-      auto [inv, starts, colors] =
-          bind_reads(h, op.inv_diag, as_container<C, I>(d.chunk_start_device),
-                     as_container<C, I>(d.chunk_color_device));
+      const auto a = bind_product<C>(h, deps, op);
+      const auto reads = bind_reads(h, op.inv_diag, as_container<C, I>(d.chunk_start_device),
+                                    as_container<C, I>(d.chunk_color_device));
+      const auto inv = std::get<0>(reads);
+      const auto starts = std::get<1>(reads);
+      const auto colors = std::get<2>(reads);
       auto counters = bind(h, as_container<C, I>(d.color_counters), sycl::read_write);
       auto tickets = bind(h, as_container<C, I>(d.chunk_ticket), sycl::read_write);
       const T alpha = op.alpha;
@@ -68,14 +70,14 @@ sycl::event submit_atomic_solve(sycl::queue& queue, const levelset_operands<T, I
       const bool lower = op.side == triangle::lower;
       const I num_chunks = static_cast<I>(d.num_chunks);
       const auto nrows = static_cast<I>(op.nrows);
-      h.parallel_for<Name>(
-          sycl::nd_range<2>({groups, atomic_lanes}, {1, atomic_lanes}),
-          [=](sycl::nd_item<2> it) [[sycl::reqd_sub_group_size(atomic_lanes)]] {
-            kernels::solve_chunks<atomic_lanes, T, I>(
-                it.get_sub_group(),
-                {raw(pt), raw(cl), raw(va), raw(rhs), raw(inv), raw(sol), raw(starts), raw(colors),
-                 raw(counters), raw(tickets), alpha, nonunit, lower, num_chunks, nrows});
-          });
+      h.parallel_for<Name>(sycl::nd_range<2>({groups, atomic_lanes}, {1, atomic_lanes}),
+                           [=](sycl::nd_item<2> it) [[sycl::reqd_sub_group_size(atomic_lanes)]] {
+                             kernels::solve_chunks<atomic_lanes, T, I>(
+                                 it.get_sub_group(),
+                                 {raw(a.row_ptr), raw(a.col_ind), raw(a.values), raw(a.x), raw(inv),
+                                  raw(a.y), raw(starts), raw(colors), raw(counters), raw(tickets),
+                                  alpha, nonunit, lower, num_chunks, nrows});
+                           });
     });
   };
   return launch_for_side<kernels::levelsetTrsvLower_atomic<T, I, C>,

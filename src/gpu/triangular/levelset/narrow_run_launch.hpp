@@ -23,7 +23,7 @@ sycl::event submit_narrow_run(sycl::queue& queue, const levelset_operands<T, I, 
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
       const auto update = bind_row_update(h, deps, op);
-      auto [cp] = bind_reads(h, op.color_ptr);
+      const auto cp = std::get<0>(bind_reads(h, op.color_ptr));
       h.parallel_for<Name>(sycl::nd_range<1>(levelset_group, levelset_group),
                            [=](sycl::nd_item<1> it) {
                              kernels::solve_narrow_run<I>(it.get_group(), it.get_local_id(0),

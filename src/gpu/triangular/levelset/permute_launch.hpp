@@ -23,7 +23,9 @@ sycl::event submit_permutation(sycl::queue& queue, triangle side, std::size_t nr
     using Name = typename decltype(name)::type;
     return queue.submit([&](sycl::handler& h) {
       depend_on<C>(h, deps);
-      auto [s, ix] = bind_reads(h, src, index);
+      const auto reads = bind_reads(h, src, index);
+      const auto s = std::get<0>(reads);
+      const auto ix = std::get<1>(reads);
       auto d = bind(h, dst, sycl::write_only);
       h.parallel_for<Name>(
           sycl::nd_range<1>(round_up_to_group(nrows), levelset_group), [=](sycl::nd_item<1> it) {

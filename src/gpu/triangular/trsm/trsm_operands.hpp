@@ -62,10 +62,10 @@ struct bound_tile_update {
 template <typename T, typename I, containerType C>
 auto bind_tile_update(sycl::handler& h, const std::vector<sycl::event>& deps,
                       const tile_operands<T, I, C>& op) {
-  auto [ptr, col, val, xt, yt] = bind_product<C>(h, deps, op.set);
-  auto [inv_diag] = bind_reads(h, op.set.inv_diag);
-  return bound_tile_update<T, I, decltype(ptr), decltype(val), decltype(yt)>{
-      ptr, col, val, inv_diag, xt, yt, op.tile, op.set.alpha, op.set.nonunit};
+  const auto a = bind_product<C>(h, deps, op.set);
+  const auto inv_diag = std::get<0>(bind_reads(h, op.set.inv_diag));
+  return bound_tile_update<T, I, decltype(a.row_ptr), decltype(a.values), decltype(a.y)>{
+      a.row_ptr, a.col_ind, a.values, inv_diag, a.x, a.y, op.tile, op.set.alpha, op.set.nonunit};
 }
 
 // The default solve: row_ptr, col_ind, values of the user's matrix, x: X, y: Y.
