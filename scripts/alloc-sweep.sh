@@ -29,10 +29,14 @@ for i in "${!pids[@]}"; do
     grep -E "Failure|error:|ERROR|^\[  FAILED" "$logs/$i.log" | head -40 || true
   fi
 done
-echo "== counts"
+echo "== counts: allocations of a clean call, failure points tried, refused, passed"
 for ((i = 0; i < shards; i++)); do
-  sed -n '/^alloc sweep/,/^total:/p' "$logs/$i.log" | grep -v '^alloc sweep\|^routine |\|^total:' || true
+  sed -n '/^alloc sweep/,/^total:/p' "$logs/$i.log" | grep -v '^alloc sweep\|^routine |\|^total:\|^refusal' || true
 done | sort
+echo "== refusal texts (device names cut off)"
+grep -h '^refusal' "$logs"/*.log |
+  awk '{ c[substr($0, index($0, $3))] += $2 } END { for (t in c) printf "%7d  %s\n", c[t], t }' |
+  sort -k2 || true
 awk '/^total:/ { rows += $2; tried += $10; passed += $14; failed += $16 }
      END { printf "total: %d routine x device x memory x allocator, %d failure points tried, %d passed, %d failed\n", rows, tried, passed, failed }' "$logs"/*.log
 exit $status

@@ -424,6 +424,10 @@ std::vector<routine_case> make_cases() {
                  return check_gemv(s, transpose::nontrans);
                },
                {"optimze_gemv"}});  // the CPU path's word, misspelt as it always was
+  c.push_back({"gemv after optimize_gemv", "gemv", true, true, true,
+               [](scene& s) { vs::optimize_gemv(s.q, transpose::nontrans, s.h).wait(); },
+               [](scene& s) { run_gemv(s, transpose::nontrans); },
+               [](scene& s) { return check_gemv(s, transpose::nontrans); }});
   c.push_back({"gemvdot", "gemvdot", true, true, true, [](scene&) {},
                [](scene& s) {
                  if (s.usm())
@@ -459,6 +463,9 @@ std::vector<routine_case> make_cases() {
                  run_trmv(s);
                  return check_trmv(s);
                }});
+  c.push_back({"trmv after optimize_trmv", "trmv", true, true, true,
+               [](scene& s) { vs::optimize_trmv(s.q, lo, nt, nu, s.h).wait(); }, run_trmv,
+               check_trmv});
   c.push_back({"trsv", "trsv", true, true, true, [](scene&) {}, run_trsv, check_trsv});
   c.push_back({"optimize_trsv", "optimize_trsv", true, true, true, [](scene&) {},
                [](scene& s) { vs::optimize_trsv(s.q, lo, nt, nu, s.h).wait(); },
@@ -554,23 +561,28 @@ std::vector<routine_case> make_cases() {
                  return "";
                },
                {"transpose"}});
+  // With the analysis' diagonal data to refresh, and without (the routine then checks the
+  // structure for missing diagonal entries first).
+  const auto update_diagonal = [](scene& s) {
+    if (s.usm())
+      vs::update_diagonal_values(s.q, s.h, n, s.diagonal.usm()).wait();
+    else
+      vs::update_diagonal_values(s.q, s.h, s.diagonal.buffer());
+  };
+  const auto updated = [](scene& s) {
+    const std::vector<T> diag = {9.0, 8.0, 7.0, 6.0, 5.0, 4.5};
+    for (int r = 0; r < n; ++r)
+      for (I k = s.a.row_ptr[r]; k < s.a.row_ptr[r + 1]; ++k)
+        if (s.a.col_ind[k] == r) s.a.values[k] = diag[r];
+    if (s.va.read() != s.a.values) return std::string("A's values");
+    run_trsv(s);
+    return check_trsv(s);
+  };
   c.push_back({"update_diagonal_values", "update_diagonal_values", false, true, true,
-               [](scene& s) { vs::optimize_trsv(s.q, lo, nt, nu, s.h).wait(); },
-               [](scene& s) {
-                 if (s.usm())
-                   vs::update_diagonal_values(s.q, s.h, n, s.diagonal.usm()).wait();
-                 else
-                   vs::update_diagonal_values(s.q, s.h, s.diagonal.buffer());
-               },
-               [](scene& s) {
-                 const std::vector<T> diag = {9.0, 8.0, 7.0, 6.0, 5.0, 4.5};
-                 for (int r = 0; r < n; ++r)
-                   for (I k = s.a.row_ptr[r]; k < s.a.row_ptr[r + 1]; ++k)
-                     if (s.a.col_ind[k] == r) s.a.values[k] = diag[r];
-                 if (s.va.read() != s.a.values) return std::string("A's values");
-                 run_trsv(s);
-                 return check_trsv(s);
-               }});
+               [](scene& s) { vs::optimize_trsv(s.q, lo, nt, nu, s.h).wait(); }, update_diagonal,
+               updated});
+  c.push_back({"update_diagonal_values without analysis", "update_diagonal_values", false, true,
+               true, [](scene&) {}, update_diagonal, updated});
   c.push_back({"release_matrix_handle", "release_matrix_handle", true, true, true,
                [](scene& s) { run_gemv(s, transpose::trans); }, [](scene& s) { s.release(&s.h); },
                [](scene&) { return std::string(); }});
@@ -709,6 +721,7 @@ std::string describe(const live_state& s) {
 struct trial {
   bool succeeded = false;
   std::uint64_t attempted = 0;
+  std::string refusal;  // the message of a refused call
   std::string problem;
 };
 
@@ -754,9 +767,11 @@ trial run_trial(const routine_case& c, sycl::queue& q, memory m, allocator a, mo
       t.succeeded = true;
     } catch (const vrt::device_bad_alloc& e) {
       refused = true;
+      t.refusal = e.what();
       t.problem = refusal_problem(c, q, e.what(), true);
     } catch (const vrt::host_bad_alloc& e) {
       refused = true;
+      t.refusal = e.what();
       t.problem = refusal_problem(c, q, e.what(), false);
     } catch (const std::exception& e) {
       refused = true;
@@ -804,11 +819,17 @@ trial run_trial(const routine_case& c, sycl::queue& q, memory m, allocator a, mo
 
 struct tally {
   std::size_t tried = 0;
+  std::size_t refused = 0;
   std::size_t passed = 0;
   std::uint64_t allocations = 0;  // of a clean call
 };
 
 std::mutex table_mutex;
+// Every refusal text met, with the device name cut off, and how often.
+std::map<std::string, std::size_t>& refusals() {
+  static std::map<std::string, std::size_t> r;
+  return r;
+}
 std::map<std::string, tally>& table() {
   static std::map<std::string, tally> t;
   return t;
@@ -859,6 +880,15 @@ TEST_P(AllocSweep, EachFailureIsRefusedCleanly) {
         int reported = 0;
         auto record = [&](const trial& t, mode md, std::size_t point) {
           ++counts.tried;
+          if (!t.refusal.empty()) {
+            ++counts.refused;
+            const std::string at = "memory on ";
+            std::string text = t.refusal;
+            if (text.size() < 4 || text.compare(text.size() - 4, 4, "host") != 0)
+              text = text.substr(0, text.find(at) + at.size()) + "<device>";
+            std::lock_guard<std::mutex> lock(table_mutex);
+            ++refusals()[text];
+          }
           if (t.problem.empty()) {
             ++counts.passed;
           } else if (reported++ < 5) {
@@ -933,16 +963,20 @@ class print_table : public ::testing::Environment {
     std::size_t tried = 0, passed = 0;
     std::cout << "\nalloc sweep (" << (full_sweep() ? "full" : "sampled") << ")\n"
               << std::left << std::setw(66) << "routine | device | memory | allocator" << std::right
-              << std::setw(8) << "allocs" << std::setw(8) << "tried" << std::setw(8) << "passed\n";
+              << std::setw(8) << "allocs" << std::setw(8) << "tried" << std::setw(8) << "refused"
+              << std::setw(8) << "passed\n";
     for (const auto& [where, t] : table()) {
       std::cout << std::left << std::setw(66) << where << std::right << std::setw(8)
-                << t.allocations << std::setw(8) << t.tried << std::setw(8) << t.passed << "\n";
+                << t.allocations << std::setw(8) << t.tried << std::setw(8) << t.refused
+                << std::setw(8) << t.passed << "\n";
       tried += t.tried;
       passed += t.passed;
     }
     std::cout << "total: " << table().size() << " routine x device x memory x allocator, " << tried
               << " failure points tried, " << passed << " passed, " << tried - passed
               << " failed\n";
+    for (const auto& [text, count] : refusals())
+      std::cout << "refusal " << std::setw(6) << count << "  " << text << "\n";
   }
 };
 const auto* const table_printer = ::testing::AddGlobalTestEnvironment(new print_table);
