@@ -2,6 +2,7 @@
 #include <atomic>
 
 #include "matrix.hpp"
+#include "vrt/host_sparse_testing.h"
 
 namespace vrt_host {
 

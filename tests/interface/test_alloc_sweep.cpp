@@ -37,7 +37,7 @@
 #include "platform/testing_hooks.hpp"
 #include "support/device_arrays.hpp"
 #include "support/test_helpers.hpp"
-#include "vrt/host_sparse.h"
+#include "vrt/host_sparse_testing.h"
 
 namespace {
 

@@ -197,11 +197,6 @@ VRT_HOST_SPARSE_INDEXED(i8, int64_t)
 /* Test seam: the next `count` calls of any function above (except destroy) return `status`
  * without doing anything. A count of 0 clears it. */
 void vrt_sparse_testing_force_status(sparse_status_t status, int count);
-/* The same after `skip` calls that run as usual. */
-void vrt_sparse_testing_force_status_after(int skip, sparse_status_t status, int count);
-/* Calls of the functions above (except destroy) since the start, forced ones included: the
- * positions `skip` counts. */
-long vrt_sparse_testing_calls(void);
 
 #ifdef __cplusplus
 }
