@@ -535,11 +535,7 @@ std::vector<routine_case> make_cases() {
                  run_gemv(s, transpose::nontrans);
                  return check_gemv(s, transpose::nontrans);
                }});
-  c.push_back({"omatcopy",
-               "omatcopy",
-               true,
-               true,
-               true,
+  c.push_back({"omatcopy", "omatcopy", true, true, true,
                [](scene& s) {
                  vs::init_matrix_handle(&s.hb);
                  if (s.usm())
@@ -559,8 +555,7 @@ std::vector<routine_case> make_cases() {
                    if (v < 0 || v >= n) return "B's column indices";
                  if (to_dense(b) != transposed(to_dense(s.a))) return "B is not A's transpose";
                  return "";
-               },
-               {"transpose"}});
+               }});
   // With the analysis' diagonal data to refresh, and without (the routine then checks the
   // structure for missing diagonal entries first).
   const auto update_diagonal = [](scene& s) {
