@@ -270,6 +270,7 @@ std::atomic<std::uint64_t> g_stress_seed{[] {
 }()};
 std::atomic<std::size_t> g_injected_failures{0};
 std::atomic<std::size_t> g_injected_skips{0};  // allocations that succeed before the failures
+std::atomic<std::uint64_t> g_allocation_attempts{0};
 }  // namespace
 
 bool strict_mode() noexcept { return g_strict.load(std::memory_order_relaxed); }
@@ -333,6 +334,7 @@ void reset_kernel_counts() {
 }
 
 bool take_injected_failure() {
+  g_allocation_attempts.fetch_add(1, std::memory_order_relaxed);
   if (g_injected_failures.load() == 0) return false;
   std::size_t skip = g_injected_skips.load();
   while (skip > 0) {
@@ -435,5 +437,6 @@ void fail_allocations_after(std::size_t skip, std::size_t count) {
   sycl::detail::g_injected_skips = skip;
   sycl::detail::g_injected_failures = count;
 }
+std::uint64_t allocation_attempts() { return sycl::detail::g_allocation_attempts.load(); }
 
 }  // namespace hostsycl

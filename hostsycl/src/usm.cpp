@@ -211,4 +211,9 @@ std::uint64_t live_allocation_bytes(const sycl::device& device) {
   auto it = r.live_bytes.find(sycl::detail::device_access::impl(device));
   return it == r.live_bytes.end() ? 0 : it->second;
 }
+std::size_t live_allocations() {
+  auto& r = sycl::detail::the_registry();
+  std::shared_lock lock(r.mutex);
+  return r.regions.size();
+}
 }  // namespace hostsycl

@@ -7,6 +7,7 @@
 #include "common/internal_error.hpp"
 #include "common/portability.hpp"
 #include "common/variants.hpp"
+#include "containers/atomic_targets.hpp"
 
 namespace orvane::vrt::sparse {
 
@@ -24,26 +25,43 @@ void* allocate_usm_with_fallback(std::size_t bytes, sycl::queue& queue, sycl::us
   if (p == nullptr) p = portable::aligned_alloc_host(cache_line_alignment, bytes, context);
   return p;
 }
+
+// A buffer of count elements, or null: a runtime that takes the buffer's storage at construction
+// reports running out with an exception, which the allocators' contract turns into null.
+template <typename T>
+sycl::buffer<T, 1>* new_buffer(std::size_t count) {
+  try {
+    return new (std::nothrow) sycl::buffer<T, 1>(sycl::range<1>(count));
+  } catch (const sycl::exception& e) {
+    if (e.code() == sycl::errc::memory_allocation) return nullptr;
+    throw;
+  }
+}
 }  // namespace
 
 template <typename T>
 void* allocate_device_container(std::size_t count, sycl::queue& queue, containerType container) {
-  if (container != container_usm)
-    return new (std::nothrow) sycl::buffer<T, 1>(sycl::range<1>(count));
+  if (container != container_usm) return new_buffer<T>(count);
   return allocate_usm_with_fallback(count * sizeof(T), queue, sycl::usm::alloc::device);
 }
 
 template <typename T>
+void* allocate_atomic_container(std::size_t count, sycl::queue& queue, containerType container) {
+  if (container != container_usm) return new_buffer<T>(count);
+  const sycl::device device = queue.get_device();
+  const std::size_t alignment = device.is_gpu() ? gpu_usm_alignment : cache_line_alignment;
+  return sycl::aligned_alloc_device(alignment, count * sizeof(T), device, queue.get_context());
+}
+
+template <typename T>
 void* allocate_shared_container(std::size_t count, sycl::queue& queue, containerType container) {
-  if (container != container_usm)
-    return new (std::nothrow) sycl::buffer<T, 1>(sycl::range<1>(count));
+  if (container != container_usm) return new_buffer<T>(count);
   return allocate_usm_with_fallback(count * sizeof(T), queue, sycl::usm::alloc::shared);
 }
 
 template <typename T>
 void* allocate_host_container(std::size_t count, sycl::queue& queue, containerType container) {
-  if (container != container_usm)
-    return new (std::nothrow) sycl::buffer<T, 1>(sycl::range<1>(count));
+  if (container != container_usm) return new_buffer<T>(count);
   return portable::aligned_alloc_host(cache_line_alignment, count * sizeof(T), queue.get_context());
 }
 
@@ -120,6 +138,7 @@ sycl::buffer<U, 1>* convert_sub_type(sycl::buffer<unsigned char, 1>* workspace,
   template void* allocate_device_container<T>(std::size_t, sycl::queue&, containerType);           \
   template void* allocate_shared_container<T>(std::size_t, sycl::queue&, containerType);           \
   template void* allocate_host_container<T>(std::size_t, sycl::queue&, containerType);             \
+  template void* allocate_atomic_container<T>(std::size_t, sycl::queue&, containerType);           \
   template void deallocate_container<T>(void*, const sycl::context&, containerType);               \
   template sycl::event fill_container<T>(sycl::queue&, T*, const T&, std::size_t,                  \
                                          const std::vector<sycl::event>&);                         \

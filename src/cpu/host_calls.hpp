@@ -4,6 +4,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <orvane/vrt/sparse.hpp>
 #include <sycl/sycl.hpp>
 #include <vector>
@@ -71,7 +72,16 @@ void run_host_call(sycl::queue& queue, const char* word, const std::vector<sycl:
         })
         .wait();
   } else {
-    sycl::buffer<sparse_status_t, 1> result(&status, sycl::range<1>(1));
+    // The status word's buffer is device memory by the library's rule: a runtime that cannot
+    // store it refuses as any device allocation does.
+    std::optional<sycl::buffer<sparse_status_t, 1>> storage;
+    try {
+      storage.emplace(&status, sycl::range<1>(1));
+    } catch (const sycl::exception& e) {
+      if (e.code() != sycl::errc::memory_allocation) throw;
+      throw device_bad_alloc("sparse", word, queue.get_device());
+    }
+    sycl::buffer<sparse_status_t, 1>& result = *storage;
     queue.submit([&](sycl::handler& h) {
       auto call = bind(h);
       sycl::accessor out(result, h, sycl::write_only);

@@ -51,7 +51,9 @@ void export_product(sycl::queue& queue, matrix_handle* Cm, bool with_values) {
   host_matrix_t product = Cm->host_matrix;
   const I target_base = s->index != 0 ? 1 : 0;
   const std::int64_t rows = s->nrows;
-  std::int64_t nnz = 0;
+  // The count first: a failure after the copy would leave C's arrays written by a refused call.
+  I count = 0;
+  throw_for_status(engine<T, I>::get_nnz(product, &count), "matmat");
   run_host_call<C>(queue, "matmat", {}, [&](sycl::handler& h) -> std::function<sparse_status_t()> {
     auto rp = bind(h, as_container<C, I>(s->row_ptr), sycl::write_only);
     auto copy_structure = [=](I* row_ptr, I* col_ind, T* values) -> sparse_status_t {
@@ -78,10 +80,7 @@ void export_product(sycl::queue& queue, matrix_handle* Cm, bool with_values) {
     auto va = bind(h, as_container<C, T>(s->values), sycl::write_only);
     return [=] { return copy_structure(raw(rp), raw(ci), raw(va)); };
   });
-  I count = 0;
-  throw_for_status(engine<T, I>::get_nnz(product, &count), "matmat");
-  nnz = count;
-  s->nnz = nnz;
+  s->nnz = count;
 }
 
 template <typename T, typename I, containerType C>

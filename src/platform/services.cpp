@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,16 +15,26 @@
 namespace {
 #ifdef VRT_TESTING_SEAMS
 std::atomic<std::size_t> g_failing_mallocs{0};
+std::atomic<std::size_t> g_skipped_mallocs{0};  // calls that succeed before the failures
+std::atomic<std::uint64_t> g_malloc_calls{0};
+std::atomic<std::int64_t> g_live_mallocs{0};
 std::atomic<orvane::vrt::testing::exit_hook> g_exit_hook{nullptr};
 
 bool take_failure() {
+  g_malloc_calls.fetch_add(1);
+  if (g_failing_mallocs.load() == 0) return false;
+  std::size_t skip = g_skipped_mallocs.load();
+  while (skip > 0)
+    if (g_skipped_mallocs.compare_exchange_weak(skip, skip - 1)) return false;
   std::size_t n = g_failing_mallocs.load();
   while (n > 0)
     if (g_failing_mallocs.compare_exchange_weak(n, n - 1)) return true;
   return false;
 }
+void count_live(std::int64_t change) { g_live_mallocs.fetch_add(change); }
 #else
 bool take_failure() { return false; }
+void count_live(std::int64_t) {}
 #endif
 
 std::mutex& service_mutex() {
@@ -45,7 +56,13 @@ void end_process(int status) {
 
 #ifdef VRT_TESTING_SEAMS
 namespace orvane::vrt::testing {
-void fail_next_serv_mallocs(std::size_t count) { g_failing_mallocs = count; }
+void fail_next_serv_mallocs(std::size_t count) { fail_serv_mallocs_after(0, count); }
+void fail_serv_mallocs_after(std::size_t skip, std::size_t count) {
+  g_skipped_mallocs = skip;
+  g_failing_mallocs = count;
+}
+std::uint64_t serv_malloc_calls() { return g_malloc_calls.load(); }
+std::int64_t live_serv_mallocs() { return g_live_mallocs.load(); }
 void set_exit_hook(exit_hook hook) { g_exit_hook = hook; }
 }  // namespace orvane::vrt::testing
 #endif
@@ -56,10 +73,15 @@ void* vrt_serv_malloc(std::size_t size, std::size_t alignment) {
   if (alignment < alignof(std::max_align_t)) alignment = alignof(std::max_align_t);
   if ((alignment & (alignment - 1)) != 0 || take_failure()) return nullptr;
   const std::size_t rounded = ((size == 0 ? 1 : size) + alignment - 1) / alignment * alignment;
-  return std::aligned_alloc(alignment, rounded);
+  void* p = std::aligned_alloc(alignment, rounded);
+  if (p != nullptr) count_live(1);
+  return p;
 }
 
-void vrt_serv_free(void* ptr) { std::free(ptr); }
+void vrt_serv_free(void* ptr) {
+  if (ptr != nullptr) count_live(-1);
+  std::free(ptr);
+}
 
 int vrt_serv_print(int /*channel*/, int code, int nargs, ...) {
   va_list args;

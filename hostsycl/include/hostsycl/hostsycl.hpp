@@ -50,6 +50,9 @@ bool stress_mode();
 void fail_next_allocations(std::size_t count);
 // The `skip` allocations after this call succeed, the `count` after them fail.
 void fail_allocations_after(std::size_t skip, std::size_t count);
+// USM and buffer-storage allocations attempted since the start, failed ones included: the
+// positions fail_allocations_after counts.
+std::uint64_t allocation_attempts();
 
 // Strict mode's check that [p, p + bytes) lies inside one live USM allocation; it stops the
 // process with a message naming `operation` otherwise, and does nothing outside strict mode. The
@@ -66,5 +69,7 @@ void reset_kernel_counts();
 
 // Bytes of live device and shared USM allocations on a device.
 std::uint64_t live_allocation_bytes(const sycl::device& device);
+// Live USM allocations of every kind (host USM included) and live buffer storages, in number.
+std::size_t live_allocations();
 
 }  // namespace hostsycl

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <sycl/sycl.hpp>
 #include <vector>
 
@@ -49,8 +50,16 @@ bool rows_without_diagonal(sycl::queue& queue, const sparseStructure& s,
     sycl::free(flag, queue);
   } else {
     {
-      // The buffer writes the word back when it goes out of scope, after the kernel.
-      sycl::buffer<std::uint32_t, 1> flag(&host_word, sycl::range<1>(1));
+      // The buffer writes the word back when it goes out of scope, after the kernel. A runtime
+      // that cannot store it refuses as any device allocation does.
+      std::optional<sycl::buffer<std::uint32_t, 1>> storage;
+      try {
+        storage.emplace(&host_word, sycl::range<1>(1));
+      } catch (const sycl::exception& e) {
+        if (e.code() != sycl::errc::memory_allocation) throw;
+        throw device_bad_alloc("sparse", update_diagonal_word, queue.get_device());
+      }
+      sycl::buffer<std::uint32_t, 1>& flag = *storage;
       queue.submit([&](sycl::handler& h) {
         auto rp = bind(h, row_ptr, sycl::read_only);
         auto ci = bind(h, col_ind, sycl::read_only);

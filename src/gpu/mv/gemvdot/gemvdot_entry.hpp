@@ -36,7 +36,13 @@ partial_store<T, C> make_partials(sycl::queue& queue, std::size_t count) {
   if constexpr (C == container_usm) {
     store.data = static_cast<T*>(allocate_or_throw<T>(count, queue, C, mv_words::gemvdot));
   } else {
-    store.buffer.emplace(sycl::range<1>(count));
+    // A runtime that cannot store the buffer refuses as any device allocation does.
+    try {
+      store.buffer.emplace(sycl::range<1>(count));
+    } catch (const sycl::exception& e) {
+      if (e.code() != sycl::errc::memory_allocation) throw;
+      throw device_bad_alloc("sparse", mv_words::gemvdot, queue.get_device());
+    }
     store.data = &*store.buffer;
   }
   return store;

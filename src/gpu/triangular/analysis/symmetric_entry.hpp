@@ -6,6 +6,7 @@
 #include <orvane/vrt/sparse.hpp>
 #include <vector>
 
+#include "containers/atomic_targets.hpp"
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
 #include "gpu/format/sort_launch.hpp"
@@ -30,7 +31,7 @@ sycl::event symmetricKernel(sycl::queue& queue, uplo triangle, sparseStructure* 
   const I base = src->index != 0 ? I(1) : I(0);
   const sycl::context context = queue.get_context();
   const char* const word = triangular_names::unnamed;
-  void* counts = allocate_or_throw<I>(n + 1, queue, C, word);
+  void* counts = allocate_atomic_or_throw<I>(n + 1, queue, C, word);  // counted by atomics
   void* row_ptr = nullptr;
   void* total = nullptr;
   const auto free_temporaries = [&] {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/variants.hpp"
+#include "containers/atomic_targets.hpp"
 #include "containers/containers.hpp"
 #include "containers/prefix_sum.hpp"
 #include "gpu/triangular/coloring/color_plan.hpp"
@@ -76,6 +77,12 @@ void* take(sycl::queue& queue, std::size_t count, bool host) {
   return p;
 }
 
+// The same for an array that kernels update with atomics: device memory or nothing.
+template <typename E, containerType C>
+void* take_atomic(sycl::queue& queue, std::size_t count) {
+  return allocate_atomic_or_throw<E>(std::max<std::size_t>(count, 1), queue, C, word);
+}
+
 // A device copy of a host table: a USM array of its own, the host buffer itself for buffers.
 template <typename E, containerType C>
 void* device_copy_of(sycl::queue& queue, void* host, std::size_t count) {
@@ -133,14 +140,14 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix, diagonalV
 
   d.inv_diag_colored = take<T, C>(queue, n, false);
   d.rhs_colored = take<T, C>(queue, n, false);
-  d.sol_colored = take<T, C>(queue, n, false);
+  d.sol_colored = take_atomic<T, C>(queue, n);
   // nrows + 1 entries, and at least two: an empty matrix still has one (empty) color.
   const std::size_t color_ptr_length = std::max<std::size_t>(n + 1, 2);
   d.color_ptr_host = take<I, C>(queue, color_ptr_length, true);
   d.row_of_position = take<I, C>(queue, n, false);
   d.position_of_row = take<I, C>(queue, n, false);
-  mem.in_degree = take<I, C>(queue, n, false);
-  mem.counter = take<I, C>(queue, 1, false);
+  mem.in_degree = take_atomic<I, C>(queue, n);
+  mem.counter = take_atomic<I, C>(queue, 1);
   d.lower_ptr = take<I, C>(queue, n + 1, false);
   d.upper_ptr = take<I, C>(queue, n + 1, false);
   mem.lower_total = take<long, C>(queue, 1, false);
@@ -201,8 +208,8 @@ sycl::event coloring_impl(sycl::queue& queue, sparseStructure* matrix, diagonalV
     d.chunk_start_device = device_copy_of<I, C>(queue, d.chunk_start_host, chunks + 1);
     d.chunk_color_device = device_copy_of<I, C>(queue, d.chunk_color_host, chunks);
     d.chunks_per_color_device = device_copy_of<I, C>(queue, d.chunks_per_color_host, colors);
-    d.color_counters = take<I, C>(queue, colors + 1, false);
-    d.chunk_ticket = take<I, C>(queue, 1, false);
+    d.color_counters = take_atomic<I, C>(queue, colors + 1);
+    d.chunk_ticket = take_atomic<I, C>(queue, 1);
     const std::pair<void * coloringData::*, const std::vector<I>*> tables[] = {
         {&coloringData::chunk_start_host, &t.start},
         {&coloringData::chunk_color_host, &t.color},
