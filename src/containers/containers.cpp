@@ -50,7 +50,8 @@ void* allocate_atomic_container(std::size_t count, sycl::queue& queue, container
   if (container != container_usm) return new_buffer<T>(count);
   const sycl::device device = queue.get_device();
   const std::size_t alignment = device.is_gpu() ? gpu_usm_alignment : cache_line_alignment;
-  return sycl::aligned_alloc_device(alignment, count * sizeof(T), device, queue.get_context());
+  return portable::aligned_alloc(alignment, count * sizeof(T), device, queue.get_context(),
+                                 sycl::usm::alloc::device);
 }
 
 template <typename T>
