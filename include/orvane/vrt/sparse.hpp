@@ -192,7 +192,8 @@ VRT_SPARSE_API void init_matrix_handle(matrix_handle_t* handle);
 /// transposes, plans). The caller's arrays are never freed.
 ///
 /// The queue form of a USM handle frees in a host task after `deps`; its event completes then. The
-/// form without a queue waits for `deps` first. *handle becomes null.
+/// form without a queue waits for `deps` first. Neither form writes `*handle`: the caller's pointer
+/// is left dangling, so set it to null yourself if it may be used again.
 /// @throws invalid_argument "orvane::vrt::sparse::release_matrix_handle: invalid argument: handle"
 ///     when `handle` is null.
 ///@{
