@@ -9,6 +9,9 @@
 #include <limits>
 #include <string>
 
+#include "gpu/matmat/matmat_dispatch.hpp"
+#include "gpu/matmat/matmat_plan.hpp"
+#include "gpu/matmat/workspace.hpp"
 #include "matmat_support.hpp"
 
 namespace {
@@ -339,6 +342,65 @@ TYPED_TEST(MatmatPlan, WorkspacePastTheDeviceLimitIsRefused) {
   expect_message<vrt::computation_error>([&] { p.run(R::compute, false); },
                                          too_large(size, f.max_alloc));
   EXPECT_EQ(p.data()->compute_buffer, nullptr);
+}
+
+// Refusals the planner and the allocator keep for states the stages do not reach.
+TEST(MatmatPlanRefusals, SizesTablesAndAllocations) {
+  namespace g = vs::gpu;
+  sycl::queue q{hostsycl::emulated_gpu("emu-a3")};
+  vs::matmatInternalData* d = nullptr;
+  vs::initMatmatInternalData(&d);
+  vs::cache_matmat_internals_device_data(q, d);
+  d->num_groups = 4;
+  d->global_budget = 4000;
+  expect_message<vrt::computation_error>(
+      [&] { g::check_planned_size(d, 1001, 10); },
+      prefix("matmat") +
+          "computation error: Internal Computation Error for temporary workspace "
+          "sizes");
+  g::check_planned_size(d, 1000, 10);
+  expect_message<vrt::computation_error>(
+      [&] { g::check_planned_size(d, 1, d->max_alloc_bytes + 1); },
+      too_large(static_cast<i64>(d->max_alloc_bytes + 1), d->max_alloc_bytes));
+  const vs::matmatComputeDenseData dense{};
+  const vs::matmatComputeHashData hash{1, 2, 3, 4};
+  expect_message<vrt::computation_error>(
+      [&] { g::group_scratch_of(static_cast<vs::matmat_kernel>(6), 1, dense, hash, nullptr); },
+      prefix("matmat") + "computation error: Internal error");
+  EXPECT_EQ(g::group_scratch_of(vs::matmat_noaccum, 2, dense, hash, nullptr).global_bytes, 0u);
+  EXPECT_EQ(g::group_scratch_of(vs::matmat_accum_mixed, 2, dense, hash, nullptr).global_bytes, 3u);
+  // Finalize follows the estimate: its own value below 5, else 5.
+  for (int k = 0; k <= 5; ++k)
+    EXPECT_EQ(
+        g::finalize_kernel_dispatch(static_cast<vs::matmat_kernel>(k), vs::matmat_accum_dense),
+        std::min(k, 5));
+  d->compute_kernel = static_cast<vs::matmat_kernel>(6);
+  expect_message<vrt::computation_error>([&] { g::dispatch_compute(d); },
+                                         prefix("matmat") + "computation error: internal error");
+
+  // The allocator: ceilings, a slot already holding a buffer, an unknown memory model.
+  void* slot = nullptr;
+  d->container = vs::container_usm;
+  expect_message<vrt::computation_error>(
+      [&] { g::do_allocate_temp_workspace(q, &slot, d->arch_alloc_limit + 1, d); },
+      prefix("matmat") +
+          "computation error: Required memory allocation is larger than the limit for the device");
+  g::do_allocate_temp_workspace(q, &slot, 100, d);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(slot) % 4096, 0u);
+  expect_message<vrt::invalid_argument>([&] { g::do_allocate_temp_workspace(q, &slot, 100, d); },
+                                        prefix("") + "invalid argument: internal error");
+  sycl::free(slot, q);
+  sycl::buffer<std::uint8_t, 1>* buffer = nullptr;
+  d->container = vs::container_buffer;
+  g::do_allocate_temp_workspace(q, &buffer, 100, d);
+  ASSERT_NE(buffer, nullptr);
+  EXPECT_EQ(buffer->size(), 100u);
+  delete buffer;
+  slot = nullptr;
+  d->container = static_cast<vs::containerType>(-1);
+  expect_message<vrt::computation_error>([&] { g::do_allocate_temp_workspace(q, &slot, 100, d); },
+                                         prefix("matmat") + "computation error: internal error");
+  vs::matmatInternalDataRelease(&d, nullptr, vs::container_usm);
 }
 
 // A device that is no GPU: the first row of the facts table.
