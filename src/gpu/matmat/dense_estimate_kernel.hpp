@@ -7,12 +7,13 @@
 #include <sycl/sycl.hpp>
 
 #include "gpu/matmat/work_estimation_arrays.hpp"
+#include "gpu/matmat/work_estimation_plan.hpp"
 
 namespace orvane::vrt::sparse::gpu::kernels::csr_times_csr {
 
 // The bitmap of one work-group: 256 words of 32 columns per sub-group.
 template <int NSG>
-inline constexpr std::int64_t bitmap_words = 256 * NSG;
+inline constexpr std::int64_t bitmap_words = work_estimation::bitmap_words_per_sub_group* NSG;
 
 using bitmap_word = std::uint32_t;
 using bitmap_atomic =
