@@ -3,9 +3,12 @@
 // caller's or the library's buffers, and the carving of those buffers.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <hostsycl/hostsycl.hpp>
 #include <string>
+#include <vector>
 
 #include "gpu/matmat/matmat_stages.hpp"
 #include "matmat_support.hpp"
@@ -396,3 +399,160 @@ TYPED_TEST(MatmatStages, StagesRefuseMissingStructuresAndOtherAlgorithms) {
 }
 
 }  // namespace
+
+namespace {
+
+// Distinct columns of each row of op(A) op(B), by a plain walk over dense copies of the patterns.
+template <typename T, typename I>
+std::vector<std::int64_t> product_row_counts(const vrt_test::csr_matrix<T, I>& a, bool ta,
+                                             const vrt_test::csr_matrix<T, I>& b, bool tb) {
+  auto dense = [](const vrt_test::csr_matrix<T, I>& m, bool t) {
+    const std::int64_t rows = t ? m.ncols : m.nrows, cols = t ? m.nrows : m.ncols;
+    std::vector<std::vector<bool>> d(static_cast<std::size_t>(rows),
+                                     std::vector<bool>(static_cast<std::size_t>(cols), false));
+    for (std::int64_t i = 0; i < m.nrows; ++i)
+      for (I k = m.row_ptr[i] - m.base; k < m.row_ptr[i + 1] - m.base; ++k) {
+        const std::int64_t j = m.col_ind[static_cast<std::size_t>(k)] - m.base;
+        d[static_cast<std::size_t>(t ? j : i)][static_cast<std::size_t>(t ? i : j)] = true;
+      }
+    return d;
+  };
+  const auto A = dense(a, ta), B = dense(b, tb);
+  std::vector<std::int64_t> counts;
+  for (const auto& row : A) {
+    std::vector<bool> hit(B.empty() ? 0 : B[0].size(), false);
+    for (std::size_t k = 0; k < row.size(); ++k)
+      if (row[k])
+        for (std::size_t j = 0; j < hit.size(); ++j) hit[j] = hit[j] || B[k][j];
+    counts.push_back(std::count(hit.begin(), hit.end(), true));
+  }
+  return counts;
+}
+
+// The matrix with each row's repeated columns dropped: a row of A with one entry is counted as
+// the length of the B row it names, so B's rows must not repeat a column for the count to be
+// exact.
+template <typename T, typename I>
+vrt_test::csr_matrix<T, I> distinct_columns(const vrt_test::csr_matrix<T, I>& m) {
+  vrt_test::csr_matrix<T, I> out = m;
+  out.row_ptr.assign(1, static_cast<I>(m.base));
+  out.col_ind.clear();
+  out.values.clear();
+  for (std::int64_t i = 0; i < m.nrows; ++i) {
+    const std::size_t first = out.col_ind.size();
+    for (I k = m.row_ptr[i] - m.base; k < m.row_ptr[i + 1] - m.base; ++k) {
+      const I c = m.col_ind[static_cast<std::size_t>(k)];
+      if (std::find(out.col_ind.begin() + static_cast<std::ptrdiff_t>(first), out.col_ind.end(),
+                    c) != out.col_ind.end())
+        continue;
+      out.col_ind.push_back(c);
+      out.values.push_back(m.values[static_cast<std::size_t>(k)]);
+    }
+    out.row_ptr.push_back(static_cast<I>(out.col_ind.size() + static_cast<std::size_t>(m.base)));
+  }
+  return out;
+}
+
+// row_offsets as the estimate left them in the caller's workspace, at its first cache line.
+template <typename I>
+std::vector<I> offsets_in(sycl::queue& q, workspace& w, memory m, std::size_t shift,
+                          std::size_t count) {
+  std::vector<I> out(count);
+  if (vrt_test::is_usm(m)) {
+    const auto at = aligned_up(w.usm(shift), 64);
+    q.wait();
+    q.memcpy(out.data(), reinterpret_cast<void*>(at), count * sizeof(I)).wait();
+  } else {
+    sycl::host_accessor a(*w.buffer(), sycl::read_only);
+    std::memcpy(out.data(), a.get_pointer(), count * sizeof(I));
+  }
+  return out;
+}
+
+}  // namespace
+
+// Requests 1 and 2 through the public API with the caller's workspace, on every profile and
+// memory, with transposed operands: the counts left in the workspace are the product's row
+// lengths (the dense bitmap is exact), their scan's total reaches the record.
+TYPED_TEST(MatmatStages, EstimateRowsOfTheProductInTheCallersWorkspace) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto a = distinct_columns(vrt_test::random_csr<T, I>(37, 29, 6, 11));
+  const auto b = distinct_columns(vrt_test::random_csr<T, I>(29, 23, 5, 12));
+  const auto square = distinct_columns(vrt_test::random_csr<T, I>(29, 29, 4, 13, 1));
+  struct shape {
+    const vrt_test::csr_matrix<T, I>* a;
+    transpose op_a;
+    const vrt_test::csr_matrix<T, I>* b;
+    transpose op_b;
+  };
+  const shape shapes[] = {{&a, transpose::nontrans, &b, transpose::nontrans},
+                          {&a, transpose::trans, &a, transpose::nontrans},
+                          {&a, transpose::nontrans, &a, transpose::trans},
+                          {&square, transpose::conjtrans, &square, transpose::trans}};
+  for (const char* profile : vrt_test::matmat::gpu_profiles) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (memory m : all_memories)
+      for (const shape& s : shapes) {
+        const bool ta = s.op_a != transpose::nontrans, tb = s.op_b != transpose::nontrans;
+        const std::string what = std::string(profile) + " " + name_of(m) + (ta ? " op(A)" : " A") +
+                                 (tb ? " op(B)" : " B");
+        const auto want = product_row_counts(*s.a, ta, *s.b, tb);
+        product<T, I> p(q, *s.a, *s.b, m);
+        p.set_ops(s.op_a, s.op_b);
+        p.run(R::get_work_estimation_buf_size);
+        const std::int64_t size = p.size();
+        const std::size_t shift = vrt_test::is_usm(m) ? 24 : 0;
+        workspace w(q, m, static_cast<std::size_t>(size) + shift);
+        hostsycl::reset_kernel_counts();
+        p.run(R::work_estimation, true, w.usm(shift), w.buffer());
+        p.wait();
+        EXPECT_EQ(p.data()->work_estimation_kernel, vs::matmat_accum_dense) << what;
+        EXPECT_GT(hostsycl::kernels_submitted("matmat_work_estimation_dense"), 0u) << what;
+        EXPECT_EQ(hostsycl::kernels_submitted("matmat_work_estimation_hash"), 0u) << what;
+        const auto offsets = offsets_in<I>(q, w, m, shift, want.size() + 1);
+        ASSERT_EQ(offsets[0], 0) << what;
+        std::int64_t total = 0;
+        for (std::size_t i = 0; i < want.size(); ++i) {
+          EXPECT_EQ(offsets[i + 1] - offsets[i], want[i]) << what << " row " << i;
+          total += want[i];
+        }
+        // The total as the stages read it: the host cell (USM) or the device cell (buffers).
+        p.run(R::get_compute_structure_buf_size);
+        EXPECT_GT(p.size(), 0) << what;
+        EXPECT_EQ(p.data()->host_slab[vs::host_estimate * p.data()->scalar_stride], total) << what;
+      }
+  }
+}
+
+// A wide B with short rows takes the hashed estimate: every count at least the row's length, the
+// total the counts' sum.
+TYPED_TEST(MatmatStages, HashedEstimateNeverCountsBelowTheProduct) {
+  using T = typename TypeParam::value;
+  using I = typename TypeParam::index;
+  const auto a = vrt_test::random_csr<T, I>(21, 40, 7, 21);
+  const auto b = vrt_test::random_csr<T, I>(40, 70000, 9, 22);
+  const auto want = product_row_counts(a, false, b, false);
+  for (const char* profile : {"emu-a2", "emu-a5", "emu-a6"}) {
+    sycl::queue q{hostsycl::emulated_gpu(profile)};
+    for (memory m : {memory::device, memory::buffer}) {
+      const std::string what = std::string(profile) + " " + name_of(m);
+      product<T, I> p(q, a, b, m);
+      p.run(R::get_work_estimation_buf_size);
+      workspace w(q, m, static_cast<std::size_t>(p.size()));
+      hostsycl::reset_kernel_counts();
+      p.run(R::work_estimation, true, w.usm(), w.buffer());
+      p.wait();
+      EXPECT_EQ(p.data()->work_estimation_kernel, vs::matmat_accum_mixed) << what;
+      EXPECT_GT(hostsycl::kernels_submitted("matmat_work_estimation_hash"), 0u) << what;
+      EXPECT_EQ(hostsycl::kernels_submitted("matmat_work_estimation_dense"), 0u) << what;
+      const auto offsets = offsets_in<I>(q, w, m, 0, want.size() + 1);
+      for (std::size_t i = 0; i < want.size(); ++i)
+        EXPECT_GE(offsets[i + 1] - offsets[i], want[i]) << what << " row " << i;
+      p.run(R::get_compute_structure_buf_size);
+      EXPECT_EQ(p.data()->host_slab[vs::host_estimate * p.data()->scalar_stride],
+                offsets[want.size()])
+          << what;
+    }
+  }
+}
