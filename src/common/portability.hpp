@@ -370,4 +370,66 @@ T reduce_min(const simd<T, N>& v) {
   return acc;
 }
 
+// ---- explicit SIMD: bits ------------------------------------------------------------------
+// Lane-wise bit operations of integer vectors and the masks they give, for kernels that work
+// on bitmaps and hash tables a vector at a time.
+template <typename T, int N>
+simd<T, N> operator&(const simd<T, N>& a, const simd<T, N>& b) {
+  static_assert(std::is_integral_v<T>, "bit operations need integer lanes");
+  simd<T, N> r;
+  for (int i = 0; i < N; ++i) r.lanes[i] = a.lanes[i] & b.lanes[i];
+  return r;
+}
+template <typename T, int N>
+simd<T, N> operator|(const simd<T, N>& a, const simd<T, N>& b) {
+  static_assert(std::is_integral_v<T>, "bit operations need integer lanes");
+  simd<T, N> r;
+  for (int i = 0; i < N; ++i) r.lanes[i] = a.lanes[i] | b.lanes[i];
+  return r;
+}
+template <typename T, int N>
+simd<T, N> operator>>(const simd<T, N>& a, int shift) {
+  static_assert(std::is_integral_v<T>, "bit operations need integer lanes");
+  simd<T, N> r;
+  for (int i = 0; i < N; ++i) r.lanes[i] = static_cast<T>(a.lanes[i] >> shift);
+  return r;
+}
+template <typename T, int N>
+simd<T, N> operator<<(const simd<T, N>& a, const simd<T, N>& shift) {
+  static_assert(std::is_integral_v<T>, "bit operations need integer lanes");
+  simd<T, N> r;
+  for (int i = 0; i < N; ++i) r.lanes[i] = static_cast<T>(a.lanes[i] << shift.lanes[i]);
+  return r;
+}
+
+// The number of set bits of every lane.
+template <typename T, int N>
+simd<T, N> popcount(const simd<T, N>& v) {
+  static_assert(std::is_integral_v<T>, "popcount needs integer lanes");
+  simd<T, N> r;
+  for (int i = 0; i < N; ++i) r.lanes[i] = sycl::popcount(v.lanes[i]);
+  return r;
+}
+
+template <int N>
+simd_mask<N> operator|(const simd_mask<N>& a, const simd_mask<N>& b) {
+  simd_mask<N> r;
+  for (int i = 0; i < N; ++i) r.lanes[i] = a.lanes[i] || b.lanes[i];
+  return r;
+}
+template <int N>
+simd_mask<N> operator&(const simd_mask<N>& a, const simd_mask<N>& b) {
+  simd_mask<N> r;
+  for (int i = 0; i < N; ++i) r.lanes[i] = a.lanes[i] && b.lanes[i];
+  return r;
+}
+
+// The lowest lane whose mask is set, or -1 when none is.
+template <int N>
+int first_set(const simd_mask<N>& m) {
+  for (int i = 0; i < N; ++i)
+    if (m.lanes[i]) return i;
+  return -1;
+}
+
 }  // namespace orvane::vrt::portable

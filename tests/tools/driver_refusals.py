@@ -44,7 +44,7 @@ def options_cases(folder):
         bad("--base", "01", "0 or 1"),
         bad("--value", "q", "s, d, c or z"),
         bad("--routine", "gemmm", "gemv, gemvdot, symv, trmv, trsv, trsm, gemm, matmat, "
-            "sort_matrix or omatcopy"),
+            "matmat_estimate, sort_matrix or omatcopy"),
         bad("--memory", "shared", "usm or buffer"),
         bad("--format", "csc", "csr or coo"),
         bad("--op", "x", "n, t or c"),
@@ -67,7 +67,7 @@ def options_cases(folder):
              "--optimize: gemm has no optimize routine (gemv, gemvdot, trmv, trsv or trsm have)"
              + SEE_HELP),
         Case(["--matrix", m, "--matrix-b", m],
-             "--matrix-b: only matmat takes a second matrix, not gemv" + SEE_HELP),
+             "--matrix-b: only matmat and matmat_estimate take a second matrix, not gemv" + SEE_HELP),
         Case(["--matrix", m, "--device", "nowhere"],
              "--device 'nowhere': unknown emulated GPU profile 'nowhere'" + SEE_HELP),
         # A real scalar written with a zero imaginary part stays accepted.

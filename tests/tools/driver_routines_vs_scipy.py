@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Runs the driver's gemvdot, symv, trmv, trsv, trsm, gemm and matmat on one Matrix Market file
-on the CPU device (gemv, gemvdot, symv, trmv, trsv, trsm and gemm on emulated GPUs too) in
+on the CPU device (gemv, gemvdot, symv, trmv, trsv, trsm and gemm on emulated GPUs too, and
+matmat's row estimate on emulated GPUs alone) in
 several variants (value types, index widths, bases, memory models, formats, operations,
 triangles, diagonals, layouts, column counts, memory of y, with and without optimize, with the
 diagonal replaced between two runs on emulated GPUs) and compares each result with SciPy/NumPy
@@ -314,8 +315,37 @@ def check_matmat(args, value, A, real):
     return check
 
 
+def check_matmat_estimate(args, value, A, real):
+    """The device's row estimate of op(A) op(B): exact counts of the product's pattern from the
+    dense bitmap, upper bounds from the hashed estimate, which runs when op(B) has more than
+    65536 columns and A's or B's rows are short on average; the total is the counts' sum."""
+    opA, opB = op_of(A, args["--op"]), op_of(A, args["--op-b"])
+    exact = np.diff(scipy.sparse.csr_matrix(pattern(opA) @ pattern(opB)).indptr)
+    def average(M):
+        return M.nnz // M.shape[0] if M.shape[0] > 0 else 0
+    hashed = opB.shape[1] > 65536 and (average(opA) < 5 or average(opB) < 17)
+
+    def check(text):
+        total = re.search(r"^% estimate (-?\d+)$", text, re.M)
+        if total is None:
+            return "no estimate line"
+        got = np.real(read_dense(text)[0]).astype(np.int64).ravel()
+        if got.shape != exact.shape:
+            return f"{got.shape[0]} rows, C has {exact.shape[0]}"
+        if int(total.group(1)) != int(got.sum()):
+            return f"total {total.group(1)} != sum of the counts {got.sum()}"
+        bad = np.nonzero(got < exact if hashed else got != exact)[0]
+        if len(bad):
+            r = bad[0]
+            return (f"{len(bad)} rows off, row {r}: {got[r]}, the product's pattern has "
+                    f"{exact[r]} ({'hashed' if hashed else 'dense'} estimate)")
+        return None
+    return check
+
+
 CHECKS = {"gemv": check_gemv, "gemvdot": check_gemvdot, "symv": check_symv, "trmv": check_trmv,
-          "trsv": check_trsv, "trsm": check_trsm, "gemm": check_gemm, "matmat": check_matmat}
+          "trsv": check_trsv, "trsm": check_trsm, "gemm": check_gemm, "matmat": check_matmat,
+          "matmat_estimate": check_matmat_estimate}
 
 
 def selection(n):
@@ -516,6 +546,11 @@ def plan(A, matrix, selection_file, place):
                            "--diag": "nonunit", "--optimize": None, "--update-diagonal": None,
                            "--device": pick(place, GPUS, 4)})]
     P = pattern(A)
+    # The device's row estimates of A A, A A^T and A^T A (the square forms of A's own handle).
+    estimates = ([("n", "n")] if square else []) + [("n", "t"), ("t", "n")]
+    for k, (op_a, op_b) in enumerate(estimates):
+        runs.append(("matmat_estimate", {"--op": op_a, "--op-b": op_b, "--format": "csr",
+                                         "--device": pick(place, GPUS, k)}))
     first = P @ P if square else P.T @ P
     if first.nnz > LARGE_PRODUCT:
         print(f"skipped {len(products)} products with A itself ({first.nnz} entries): "
@@ -569,9 +604,10 @@ def run_variant(driver, matrix, A, Adom, routine, opts, value, setup):
             args.append(key)
         else:
             args += [key, val]
-    if routine not in ("trsv", "matmat"):
+    products = ("matmat", "matmat_estimate")
+    if routine not in ("trsv",) + products:
         args += ["--alpha", f"{alpha.real},{alpha.imag}"]
-    if not solve and routine != "matmat":
+    if not solve and routine not in products:
         args += ["--beta", f"{beta.real},{beta.imag}"]
     # A diagonal update needs every diagonal entry stored: --dominant inserts the missing ones.
     updated = "--update-diagonal" in opts

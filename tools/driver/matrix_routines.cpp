@@ -1,4 +1,8 @@
-// Routines whose result is a sparse matrix: sort_matrix, omatcopy and the staged matmat.
+// Routines whose result is a sparse matrix: sort_matrix, omatcopy and the staged matmat; and
+// the staged matmat's row estimate.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -142,6 +146,21 @@ class matmat_workspace {
     return view[0];
   }
 
+  // The bytes of a workspace from allocate(), and where it starts.
+  std::vector<std::uint8_t> read(int temp, std::size_t bytes) {
+    std::vector<std::uint8_t> out(bytes);
+    if (usm_) {
+      queue_.memcpy(out.data(), temps_usm_[static_cast<std::size_t>(temp)], bytes).wait();
+    } else {
+      sycl::host_accessor view(*temps_buffer_[static_cast<std::size_t>(temp)], sycl::read_only);
+      std::copy_n(view.get_pointer(), bytes, out.begin());
+    }
+    return out;
+  }
+  std::uintptr_t address(int temp) const {
+    return usm_ ? reinterpret_cast<std::uintptr_t>(temps_usm_[static_cast<std::size_t>(temp)]) : 0;
+  }
+
   // A workspace of the size the last request reported, or -1 when it reported none.
   int allocate() {
     const std::int64_t bytes = size();
@@ -241,12 +260,69 @@ result run_matmat(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
   return sparse_result(C, nnz);
 }
 
+// The row estimate of C = op(A) op(B): the estimate's size request, then the estimate with a
+// workspace of that size; the per-row counts are read back from the row offsets the estimate
+// leaves inside the workspace, at its first cache line (a buffer starts at one).
+template <typename T, typename I>
+result run_matmat_estimate(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
+                           const std::optional<host_matrix<T, I>>& B) {
+  const auto op_a = to_transpose(o.op), op_b = to_transpose(o.op_b);
+  const host_matrix<T, I>& Bm = B ? *B : A;
+  const bool ta = op_a != vrt::transpose::nontrans, tb = op_b != vrt::transpose::nontrans;
+  const std::int64_t rows = ta ? A.ncols : A.nrows, inner = ta ? A.nrows : A.ncols;
+  const std::int64_t inner_b = tb ? Bm.ncols : Bm.nrows;
+  if (inner != inner_b)
+    throw std::invalid_argument("matmat: op(A) has " + std::to_string(inner) +
+                                " columns, op(B) has " + std::to_string(inner_b) + " rows");
+  const bool usm = o.memory == "usm";
+  bound_matrix<T, I> Ma(q, usm, A);
+  std::optional<bound_matrix<T, I>> Mb;
+  if (B) Mb.emplace(q, usm, *B);
+  vs::matrix_handle* a = Ma.handle;
+  vs::matrix_handle* b = Mb ? Mb->handle : a;
+  Ma.ready.wait();
+  if (Mb) Mb->ready.wait();
+  handle_owner c_owner(q, usm);
+
+  descr_owner descr;
+  const auto general = vs::matrix_view_descr::general;
+  vs::set_matmat_data(descr.descr, general, op_a, general, op_b, general);
+  matmat_workspace work(q, usm);
+  using R = vs::matmat_request;
+  work.request(a, b, c_owner.handle, R::get_work_estimation_buf_size, descr.descr);
+  const auto bytes = static_cast<std::size_t>(work.size());
+  const int temp = work.allocate();
+  work.request(a, b, c_owner.handle, R::work_estimation, descr.descr, temp);
+  q.wait();
+
+  const auto line = std::max<std::uintptr_t>(
+      64, q.get_device().get_info<sycl::info::device::global_mem_cache_line_size>());
+  const std::uintptr_t start = work.address(temp);
+  const std::size_t offset = static_cast<std::size_t>((start + line - 1) / line * line - start);
+  const std::vector<std::uint8_t> space = work.read(temp, bytes);
+  std::vector<I> offsets(static_cast<std::size_t>(rows + 1));
+  if (offset + offsets.size() * sizeof(I) > space.size())
+    throw std::runtime_error("matmat: the workspace cannot hold the row offsets");
+  std::memcpy(offsets.data(), space.data() + offset, offsets.size() * sizeof(I));
+
+  result r;
+  r.rows = rows;
+  r.cols = 1;
+  for (std::int64_t i = 0; i < rows; ++i)
+    r.dense.emplace_back(static_cast<double>(offsets[static_cast<std::size_t>(i) + 1] -
+                                             offsets[static_cast<std::size_t>(i)]),
+                         0.0);
+  r.estimate = static_cast<std::int64_t>(offsets[static_cast<std::size_t>(rows)]);
+  return r;
+}
+
 }  // namespace
 
 template <typename T, typename I>
 result run_matrix_routine(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
                           const std::optional<host_matrix<T, I>>& B) {
   if (o.routine == "matmat") return run_matmat<T, I>(q, o, A, B);
+  if (o.routine == "matmat_estimate") return run_matmat_estimate<T, I>(q, o, A, B);
   return run_format_routine<T, I>(q, o, A);
 }
 

@@ -32,6 +32,10 @@ one routine and writes its result to --output:
   matmat       C = op(A) op(B), B = A or --matrix-b, through every      writes C (coordinate)
                staged request with a matmat descriptor, C bound CSR
                with the --base of A
+  matmat_estimate
+               the row estimate of C = op(A) op(B): the estimate's     writes the row counts, the
+               size request, then the estimate in a workspace of that  total in a comment line
+               size; counts read back from inside the workspace        "% estimate TOTAL"
   sort_matrix  A with each row sorted in place, in row order           writes A (coordinate)
   omatcopy     op(A) copied or transposed into a second handle         writes it (coordinate)
 
@@ -52,8 +56,8 @@ minimum plus --ld-pad; the padding holds NaN and is not written.
                        needs --memory usm)
   --format csr|coo     storage format of A and B (default csr)
   --op n|t|c           op(A): nontrans, trans, conjtrans (default n)
-  --op-b n|t|c         op(B) of matmat (default n)
-  --matrix-b FILE      B of matmat (default: the handle of A)
+  --op-b n|t|c         op(B) of matmat and matmat_estimate (default n)
+  --matrix-b FILE      B of matmat and matmat_estimate (default: the handle of A)
   --uplo lower|upper   triangle of symv, trmv, trsv, trsm (default lower)
   --diag nonunit|unit  diagonal of trmv, trsv, trsm (default nonunit)
   --layout row|col     dense layout of trsm and gemm (default row)
@@ -98,8 +102,9 @@ namespace {
 
 namespace mm = orvane::vrt::matrix_market;
 
-const std::vector<std::string> routines = {"gemv", "gemvdot", "symv",   "trmv",        "trsv",
-                                           "trsm", "gemm",    "matmat", "sort_matrix", "omatcopy"};
+const std::vector<std::string> routines = {
+    "gemv",   "gemvdot",         "symv",        "trmv",    "trsv", "trsm", "gemm",
+    "matmat", "matmat_estimate", "sort_matrix", "omatcopy"};
 const std::vector<std::string> optimized = {"gemv", "gemvdot", "trmv", "trsv", "trsm"};
 // The routines that run on A with dense operands: they can run again after a diagonal update.
 const std::vector<std::string> rerunnable = {"gemv", "gemvdot", "symv", "trmv",
@@ -176,8 +181,9 @@ void check_together(const options& o, const std::string& alpha_text, const std::
   if (o.update_diagonal && !contains(rerunnable, o.routine))
     throw usage_error("--update-diagonal: " + o.routine + " does not run again on A (" +
                       alternatives(rerunnable) + " do)");
-  if (!o.matrix_b.empty() && o.routine != "matmat")
-    throw usage_error("--matrix-b: only matmat takes a second matrix, not " + o.routine);
+  if (!o.matrix_b.empty() && o.routine != "matmat" && o.routine != "matmat_estimate")
+    throw usage_error("--matrix-b: only matmat and matmat_estimate take a second matrix, not " +
+                      o.routine);
   if (o.y_memory != "device" && o.memory != "usm")
     throw usage_error("--y-memory " + o.y_memory + ": needs --memory usm");
   const bool real_values = o.value == "s" || o.value == "d";

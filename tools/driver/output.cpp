@@ -22,18 +22,19 @@ void write_to(std::ostream& out, const result& r, bool complex_values) {
     mm::write_coordinate(out, *r.sparse, complex_values);
     return;
   }
-  if (!r.dot) {
+  if (!r.dot && !r.estimate) {
     mm::write_array(out, r.rows, r.cols, r.dense, complex_values);
     return;
   }
-  // Readers skip comment lines, so the dot result travels in the same file as y.
+  // Readers skip comment lines, so a scalar result travels in the same file as its array.
   std::ostringstream text;
   mm::write_array(text, r.rows, r.cols, r.dense, complex_values);
   const std::string body = text.str();
   const auto header_end = body.find('\n') + 1;
-  out << body.substr(0, header_end) << std::setprecision(std::numeric_limits<double>::max_digits10)
-      << "% dot " << r.dot->real() << ' ' << r.dot->imag() << '\n'
-      << body.substr(header_end);
+  out << body.substr(0, header_end) << std::setprecision(std::numeric_limits<double>::max_digits10);
+  if (r.dot) out << "% dot " << r.dot->real() << ' ' << r.dot->imag() << '\n';
+  if (r.estimate) out << "% estimate " << *r.estimate << '\n';
+  out << body.substr(header_end);
 }
 
 // Streams do not report why a write failed; the system call that failed left errno.

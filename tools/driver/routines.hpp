@@ -19,6 +19,7 @@ struct result {
   std::int64_t rows = 0, cols = 0;
   std::vector<std::complex<double>> dense;
   std::optional<std::complex<double>> dot;
+  std::optional<std::int64_t> estimate;  // matmat_estimate's total
   std::optional<mm::coordinate_matrix> sparse;
 };
 
