@@ -54,9 +54,14 @@ void drop_what_old_arrays_made(matrix_handle* handle, std::int32_t format, I nro
                                containerType container) {
   const sparseStructure* s = handle->primary;
   if (s == nullptr) return;
-  const bool same_kind = s->format == format && s->nrows == nrows && s->ncols == ncols &&
-                         handle->int_type == int_type_of<I>() &&
-                         handle->fp_type == fp_type_of<T>() && handle->container == container;
+  // A structure that matmat made for its product carries no types until the caller binds the
+  // product's arrays between the stages: that binding completes it and keeps the product's plan.
+  const bool made_by_product = handle->int_type == -1 && handle->fp_type == -1;
+  const bool same_types =
+      made_by_product || (handle->int_type == int_type_of<I>() &&
+                          handle->fp_type == fp_type_of<T>() && handle->container == container);
+  const bool same_kind =
+      s->format == format && s->nrows == nrows && s->ncols == ncols && same_types;
   dispatch_drop_derived(handle, !same_kind);
   if (handle->analyses != nullptr) handle->analyses_to_replay = true;
 }

@@ -106,6 +106,9 @@ struct small_problem {
   vs::matrix_handle_t B = nullptr;
   vs::matrix_handle_t C = nullptr;
   std::int32_t* c_row_ptr = sycl::malloc_shared<std::int32_t>(3, q);
+  // C's entries, allocated once the product's count is known.
+  std::int32_t* c_col_ind = nullptr;
+  double* c_values = nullptr;
 
   explicit small_problem(sycl::queue& queue) : q(queue) {
     const std::int32_t rp[] = {0, 1, 3}, ci[] = {0, 0, 1};
@@ -123,7 +126,8 @@ struct small_problem {
     for (vs::matrix_handle_t* h : {&A, &B, &C}) vs::release_matrix_handle(q, h).wait();
     for (void* p : {static_cast<void*>(row_ptr), static_cast<void*>(col_ind),
                     static_cast<void*>(values), static_cast<void*>(x), static_cast<void*>(y),
-                    static_cast<void*>(d), static_cast<void*>(c_row_ptr)})
+                    static_cast<void*>(d), static_cast<void*>(c_row_ptr),
+                    static_cast<void*>(c_col_ind), static_cast<void*>(c_values)})
       sycl::free(p, q);
   }
 };
@@ -169,13 +173,25 @@ const std::map<std::string, routine>& routines() {
        }},
       {"matmat",
        [](small_problem& p) {
+         // The whole product in the values-only order: the routine runs only if every stage does.
+         using request = vs::matmat_request;
          vs::matmat_descr_t descr = nullptr;
          vs::init_matmat_descr(&descr);
          std::int64_t* size = sycl::malloc_shared<std::int64_t>(1, p.q);
+         auto stage = [&](request r) {
+           vs::matmat(p.q, p.A, p.B, p.C, r, descr, size, nullptr).wait();
+         };
          try {
-           vs::matmat(p.q, p.A, p.B, p.C, vs::matmat_request::get_work_estimation_buf_size, descr,
-                      size, nullptr)
+           for (request r : {request::get_work_estimation_buf_size, request::work_estimation,
+                             request::get_compute_buf_size, request::compute, request::get_nnz})
+             stage(r);
+           const auto nnz = static_cast<std::size_t>(*size);
+           p.c_col_ind = sycl::malloc_shared<std::int32_t>(nnz, p.q);
+           p.c_values = sycl::malloc_shared<double>(nnz, p.q);
+           vs::set_csr_data(p.q, p.C, 2, 2, vrt::index_base::zero, p.c_row_ptr, p.c_col_ind,
+                            p.c_values)
                .wait();
+           stage(request::finalize);
          } catch (...) {
            sycl::free(size, p.q);
            vs::release_matmat_descr(&descr);

@@ -15,7 +15,7 @@
 #include "gpu/matmat/work_estimation_arrays.hpp"
 #include "gpu/matmat/work_estimation_operands.hpp"
 #include "gpu/matmat/work_estimation_plan.hpp"
-#include "gpu/mv/csr/sub_group_support.hpp"
+#include "gpu/sub_group_check.hpp"
 
 namespace orvane::vrt::sparse::gpu {
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/internal_error.hpp"
+#include "common/portability.hpp"
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
 #include "gpu/matmat/design_names.hpp"
@@ -25,8 +26,8 @@ template <typename E, typename W>
 sycl::buffer<E, 1>* make_sub_buffer(sycl::buffer<W, 1>& whole, std::size_t byte_offset,
                                     std::size_t count) {
   if (count == 0) return new sycl::buffer<E, 1>(sycl::range<1>(1));
-  sycl::buffer<W, 1> part(whole, sycl::id<1>(byte_offset / sizeof(W)),
-                          sycl::range<1>(count * sizeof(E) / sizeof(W)));
+  sycl::buffer<W, 1> part =
+      portable::sub_buffer(whole, byte_offset / sizeof(W), count * sizeof(E) / sizeof(W));
   return new sycl::buffer<E, 1>(part.template reinterpret<E, 1>(sycl::range<1>(count)));
 }
 
@@ -59,7 +60,7 @@ void allocate_scalar_pools(sycl::queue& queue, matmatInternalData* d) {
   if (d->host_slab != nullptr) return;
   const sycl::device device = queue.get_device();
   const std::int64_t stride = d->alignment_bytes / 8;
-  void* host = sycl::aligned_alloc_host(64, host_cell_count * stride * 8, queue);
+  void* host = portable::aligned_alloc_host<std::int64_t>(64, host_cell_count * stride, queue);
   if (host == nullptr) throw host_bad_alloc("sparse", "");
   d->scalar_stride = stride;
   d->host_slab = static_cast<std::int64_t*>(host);
@@ -127,12 +128,14 @@ inline void do_allocate_temp_workspace(sycl::queue& queue, void** slot, std::uin
   const std::size_t bytes = size == 0 ? 1 : static_cast<std::size_t>(size);
   if (d->container == container_usm) {
     // Pages on a GPU, cache lines elsewhere; host memory when the device has none left.
-    void* memory = sycl::aligned_alloc_device(device.is_gpu() ? 4096 : 64, bytes, queue);
-    if (memory == nullptr) memory = sycl::aligned_alloc_host(64, bytes, queue);
+    void* memory =
+        portable::aligned_alloc_device<std::uint8_t>(device.is_gpu() ? 4096 : 64, bytes, queue);
+    if (memory == nullptr) memory = portable::aligned_alloc_host<std::uint8_t>(64, bytes, queue);
     if (memory == nullptr) throw device_bad_alloc("sparse", "", device);
     *slot = memory;
   } else if (d->container == container_buffer) {
-    auto* buffer = new (std::nothrow) sycl::buffer<std::uint8_t, 1>(sycl::range<1>(bytes));
+    // The containers' allocator: a runtime that cannot give the storage is a null, not a throw.
+    void* buffer = allocate_device_container<std::uint8_t>(bytes, queue, container_buffer);
     if (buffer == nullptr) throw device_bad_alloc("sparse", "", device);
     *slot = buffer;
   } else {
