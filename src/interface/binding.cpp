@@ -56,7 +56,7 @@ void drop_what_old_arrays_made(matrix_handle* handle, std::int32_t format, I nro
   if (s == nullptr) return;
   // A structure that matmat made for its product carries no types until the caller binds the
   // product's arrays between the stages: that binding completes it and keeps the product's plan.
-  const bool made_by_product = handle->int_type == -1 && handle->fp_type == -1;
+  const bool made_by_product = s->int_type == int_unset && s->fp_type == fp_unset;
   const bool same_types =
       made_by_product || (handle->int_type == int_type_of<I>() &&
                           handle->fp_type == fp_type_of<T>() && handle->container == container);
