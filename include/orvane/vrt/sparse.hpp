@@ -873,9 +873,29 @@ VRT_SPARSE_API void get_matmat_data(matmat_descr_t descr, matrix_view_descr& vie
 /// writes C's entry count to *sizeTempBuffer after compute or compute_structure, for the caller to
 /// bind C's column indices (and values); the size requests write the work space size there. A null
 /// tempBuffer lets the library keep its own work space. C's row pointer is bound before the first
-/// stage. Runs on CPU queues.
+/// stage. Runs on CPU queues. On GPU queues the size requests, work_estimation, get_nnz and the
+/// finalize checks run; compute_structure, compute, finalize_structure and finalize refuse with
+/// unimplemented naming the stage (for example "orvane::vrt::sparse::matmat: unimplemented
+/// functionality: compute").
 /// @throws uninitialized "orvane::vrt::sparse::matmat: uninitialized object: One of the matrices is
 ///     not initialized".
+/// @par On a GPU queue
+/// The device path refuses as follows, beside the errors here.
+/// @throws unimplemented "orvane::vrt::sparse::matmat: unimplemented functionality: unsupported
+///     operation" at the next request when a view is not general or an operation unknown, "...:
+///     currently only supports the CSR matrix format on GPU devices", and "...: input A and B
+///     matrices must be on the same SYCL aware container type (sycl::buffer or USM)".
+/// @throws invalid_argument "orvane::vrt::sparse::matmat: invalid argument: matrix dimensions are
+///     not aligned" (the two work estimation requests), "...: The temporary workspace, tempBuffer,
+///     has been provided for the work_estimation stage, but the array sizeTempBuffer is not
+///     provided with the size of the workspace" (or the compute_structure or compute stage).
+/// @throws computation_error "orvane::vrt::sparse::matmat: computation error: according to
+///     provided sizeTempBuffer, the tempBuffer array is smaller than requested and we cannot
+///     reliably proceed", "...: Required memory allocation is larger than the limit for the
+///     device", and "...: The memory allocation (<size> bytes) for the temporary array to be
+///     requested from user is larger than the limit (<limit> bytes) for the device. Cannot proceed
+///     with this workload on this device.".
+/// @throws device_bad_alloc when a work space or a scalar slab cannot be allocated.
 /// @throws invalid_argument "orvane::vrt::sparse::matmat: invalid argument: invalid matmat
 ///     request".
 /// @throws unimplemented "orvane::vrt::sparse::matmat: unimplemented functionality: nnz is not
