@@ -312,6 +312,13 @@ TYPED_TEST(MatmatStages, LibraryWorkspacesAreOwnedAndASecondOneIsAnInternalError
       EXPECT_NE(p.data()->compute_structure_buffer, nullptr) << name_of(m);
       expect_message<vrt::invalid_argument>([&] { p.run(R::compute_structure, false); },
                                             prefix("") + "invalid argument: internal error");
+      // A caller's buffer cannot replace the library's either: the carved arrays stand in it.
+      workspace w(q, m, 1 << 16);
+      p.set_size(1 << 16);
+      expect_message<vrt::invalid_argument>(
+          [&] { p.run(R::compute_structure, true, w.usm(), w.buffer()); },
+          prefix("") + "invalid argument: internal error");
+      EXPECT_TRUE(p.data()->compute_structure_buffer_owned) << name_of(m);
     }
     // Releasing C frees the owned buffer and the slabs.
     EXPECT_EQ(hostsycl::live_allocation_bytes(q.get_device()), before) << name_of(m);

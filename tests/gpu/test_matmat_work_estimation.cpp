@@ -484,6 +484,38 @@ TYPED_TEST(WorkEstimation, HashCountsAreExactOnShortRows) {
   }
 }
 
+// Columns that agree in their low 32 bits are still different columns: with 64-bit indices over
+// more than 2^32 columns the hashed count stays at or above the truth (a 32-bit table folds
+// them into one slot and would count one).
+TYPED_TEST(WorkEstimation, HashCountsOfColumnsBeyondThirtyTwoBits) {
+  using I = typename TypeParam::index;
+  if constexpr (sizeof(I) == 8) {
+    const std::int64_t wide = std::int64_t{1} << 32;
+    pattern B;
+    B.cols = wide + 64;
+    B.add_row({5});
+    B.add_row({5 + wide});
+    B.add_row({7, 9});
+    pattern A;
+    A.cols = B.rows;
+    A.add_row({0, 1});
+    A.add_row({0, 1, 2});
+    const std::vector<std::int64_t> exact{2, 4};
+    ASSERT_EQ(true_counts(A, B), exact);
+    for (const auto& d : all_devices()) {
+      sycl::queue q = queue_of(d);
+      for (bool past_limit : {false, true}) {
+        const auto tag = tag_of<TypeParam>(d, 0, "columns beyond 32 bits");
+        const auto got =
+            run_estimate<I, TypeParam::container>(q, family::hash, A, B, d, 0, past_limit);
+        EXPECT_EQ(counts_of(got, tag), exact) << tag;
+      }
+    }
+  } else {
+    GTEST_SKIP() << "32-bit indices cannot name such columns";
+  }
+}
+
 // A row whose slice holds more distinct columns than a table can take: the columns that found
 // no slot count again when they come back, so the bound is above the truth, in the scalar and
 // the explicit-SIMD forms alike; the dense count of the same row stays exact.

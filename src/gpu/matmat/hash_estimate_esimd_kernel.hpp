@@ -70,8 +70,10 @@ std::int64_t hash_estimate_esimd_slice(const estimate_arrays<I>& m, I begin, I e
       if (Sliced) keep = keep & (wide_v(s.lo) <= at) & (at < wide_v(s.hi));
       for (int l = 0; l < SG; ++l)
         if (keep[l])
-          count +=
-              insert_column_by_vector<Entries>(table, static_cast<std::int32_t>(at[l])) ? 1 : 0;
+          count += at[l] > widest_tabled_column ||
+                           insert_column_by_vector<Entries>(table, static_cast<std::int32_t>(at[l]))
+                       ? 1
+                       : 0;
     }
   }
   return count;

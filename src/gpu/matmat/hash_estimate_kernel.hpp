@@ -15,6 +15,9 @@
 namespace orvane::vrt::sparse::gpu::kernels::csr_times_csr {
 
 inline constexpr std::int32_t empty_slot = -1;
+// The table holds 32-bit columns; a wider one (64-bit indices) is counted as a column that found
+// no slot, which keeps the estimate at or above the true count.
+inline constexpr std::int64_t widest_tabled_column = 0x7fffffff;
 
 template <int Entries>
 using hash_table = std::array<std::int32_t, Entries>;
@@ -59,7 +62,10 @@ std::int64_t hash_estimate_slice(const estimate_arrays<I>& m, I begin, I end, co
     for (I j = m.b_begin(b_row); j < b_end; ++j) {
       const auto col = static_cast<std::int64_t>(m.b_col(j));
       if (Sliced && (col < s.lo || col >= s.hi)) continue;
-      count += insert_column<Entries>(table, static_cast<std::int32_t>(col)) ? 1 : 0;
+      count += col > widest_tabled_column ||
+                       insert_column<Entries>(table, static_cast<std::int32_t>(col))
+                   ? 1
+                   : 0;
     }
   }
   return count;

@@ -51,8 +51,9 @@ inline void resolve_counts(sycl::queue& queue, sparseStructure* A, sparseStructu
   b.wait();
 }
 
-// The estimate's total in estimate_host, once the work in deps (the estimate stage's copy, for
-// USM) is done; a buffer's cell is read through its accessor, which orders itself.
+// The estimate's total in estimate_host (for USM the estimate stage left it there before it
+// returned), once the work in deps is done; a buffer's cell is read through its accessor, which
+// orders itself.
 template <containerType C>
 std::int64_t estimate_of(sycl::queue& queue, matmatInternalData* d,
                          const std::vector<sycl::event>& deps) {
@@ -167,7 +168,12 @@ sycl::event matmat_work_estimation(sycl::queue& queue, sparseStructure* A, spars
   const sycl::event estimated = dispatch_work_estimation<I, C>(
       queue, A, B, d, as_container<C, I>(d->row_offsets), total, deps);
   if constexpr (C == container_usm) {
-    return queue.memcpy(&host_cell(d, host_estimate), total, sizeof(std::int64_t), estimated);
+    // The size requests read the total on the host; a caller on an in-order queue may hand them
+    // no event, so the total is in place when this stage returns.
+    sycl::event copied =
+        queue.memcpy(&host_cell(d, host_estimate), total, sizeof(std::int64_t), estimated);
+    copied.wait();
+    return copied;
   } else {
     // Buffer stages read the total through the cell's accessor when they need it.
     return estimated;

@@ -11,6 +11,7 @@
 
 #include "common/internal_error.hpp"
 #include "common/portability.hpp"
+#include "containers/atomic_targets.hpp"
 #include "containers/containers.hpp"
 #include "containers/views.hpp"
 #include "gpu/matmat/design_names.hpp"
@@ -59,20 +60,29 @@ template <containerType C>
 void allocate_scalar_pools(sycl::queue& queue, matmatInternalData* d) {
   if (d->host_slab != nullptr) return;
   const sycl::device device = queue.get_device();
+  const sycl::context context = queue.get_context();
   const std::int64_t stride = d->alignment_bytes / 8;
+  const auto device_count = static_cast<std::size_t>(device_cell_count * stride);
+  const auto counter_count = static_cast<std::size_t>(counter_cell_count * 2 * stride);
+  // All three or none: the record tells a made pool by its host slab, so a failure keeps none.
+  // The counters are updated with device atomics, which host memory may not take.
   void* host = portable::aligned_alloc_host<std::int64_t>(64, host_cell_count * stride, queue);
   if (host == nullptr) throw host_bad_alloc("sparse", "");
+  void* device_pool = allocate_device_container<std::int64_t>(device_count, queue, C);
+  void* counter_pool = device_pool == nullptr
+                           ? nullptr
+                           : allocate_atomic_container<std::int32_t>(counter_count, queue, C);
+  if (counter_pool == nullptr) {
+    if (device_pool != nullptr) deallocate_container<std::int64_t>(device_pool, context, C);
+    sycl::free(host, context);
+    throw device_bad_alloc("sparse", "", device);
+  }
   d->scalar_stride = stride;
   d->host_slab = static_cast<std::int64_t*>(host);
   for (std::int64_t k = 0; k < host_cell_count * stride; ++k) d->host_slab[k] = 0;
   host_cell(d, host_nnz) = -1;
-
-  const auto device_count = static_cast<std::size_t>(device_cell_count * stride);
-  const auto counter_count = static_cast<std::size_t>(counter_cell_count * 2 * stride);
-  d->device_slab = allocate_device_container<std::int64_t>(device_count, queue, C);
-  if (d->device_slab == nullptr) throw device_bad_alloc("sparse", "", device);
-  d->counter_slab = allocate_device_container<std::int32_t>(counter_count, queue, C);
-  if (d->counter_slab == nullptr) throw device_bad_alloc("sparse", "", device);
+  d->device_slab = device_pool;
+  d->counter_slab = counter_pool;
   auto device_slab = as_container<C, std::int64_t>(d->device_slab);
   auto counter_slab = as_container<C, std::int32_t>(d->counter_slab);
   if constexpr (C == container_buffer) {
@@ -179,6 +189,9 @@ std::uint64_t take_workspace(sycl::queue& queue, matmatInternalData* d, const st
   if (temp != nullptr) {
     if (size == nullptr)
       throw invalid_argument("sparse", names::matmat_word, names::size_missing_for(w.stage));
+    // The arrays carved from the library's buffer stand, so a caller's buffer could not replace
+    // it: refused as a second library buffer is, rather than dropped unfreed.
+    if (*w.slot != nullptr && *w.owned) throw invalid_argument("sparse", "", internal_error_text);
     const std::int64_t user = read_into<C>(queue, size, host_cell(d, host_user_size), deps);
     if (user < 0 || needed > static_cast<std::uint64_t>(user))
       throw computation_error("sparse", names::matmat_word, names::user_buffer_too_small);
