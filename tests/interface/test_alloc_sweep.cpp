@@ -646,7 +646,7 @@ std::vector<routine_case> make_cases() {
   };
   for (std::size_t k = 0; k < device_stages.size(); ++k) {
     const R here = device_stages[k].first;
-    c.push_back({std::string("matmat on the device, ") + device_stages[k].second,
+    c.push_back({std::string("matmat on the device ") + device_stages[k].second,
                  "matmat",
                  false,
                  true,
