@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "arrays.hpp"
 #include "routines.hpp"
@@ -184,28 +185,52 @@ class matmat_workspace {
   std::vector<std::unique_ptr<sycl::buffer<std::uint8_t, 1>>> temps_buffer_;
 };
 
+// The factors of a staged product, bound and ready, with op(A) op(B)'s shape; refuses factors
+// whose inner dimensions differ. B is A when the run names no second matrix.
+template <typename T, typename I>
+struct product_factors {
+  product_factors(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
+                  const std::optional<host_matrix<T, I>>& B)
+      : op_a(to_transpose(o.op)),
+        op_b(to_transpose(o.op_b)),
+        shape(shape_of(op_a, op_b, A, B ? *B : A)),
+        Ma(q, o.memory == "usm", A) {
+    if (B) Mb.emplace(q, o.memory == "usm", *B);
+    Ma.ready.wait();
+    if (Mb) Mb->ready.wait();
+  }
+  vs::matrix_handle* a() { return Ma.handle; }
+  vs::matrix_handle* b() { return Mb ? Mb->handle : Ma.handle; }
+
+  // op(A) op(B)'s rows and columns, checked before anything is bound.
+  static std::pair<std::int64_t, std::int64_t> shape_of(vrt::transpose op_a, vrt::transpose op_b,
+                                                        const host_matrix<T, I>& A,
+                                                        const host_matrix<T, I>& Bm) {
+    const bool ta = op_a != vrt::transpose::nontrans, tb = op_b != vrt::transpose::nontrans;
+    const std::int64_t inner = ta ? A.nrows : A.ncols, inner_b = tb ? Bm.ncols : Bm.nrows;
+    if (inner != inner_b)
+      throw std::invalid_argument("matmat: op(A) has " + std::to_string(inner) +
+                                  " columns, op(B) has " + std::to_string(inner_b) + " rows");
+    return {ta ? A.ncols : A.nrows, tb ? Bm.nrows : Bm.ncols};
+  }
+
+  vrt::transpose op_a, op_b;
+  std::pair<std::int64_t, std::int64_t> shape;  // rows, columns
+  bound_matrix<T, I> Ma;
+  std::optional<bound_matrix<T, I>> Mb;
+};
+
 // C = op(A) op(B) through every request in order: work estimation, structure, the count of
 // entries (C's columns and values bound then), the structure's export, values, their export.
 template <typename T, typename I>
 result run_matmat(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
                   const std::optional<host_matrix<T, I>>& B) {
-  const auto op_a = to_transpose(o.op), op_b = to_transpose(o.op_b);
-  const host_matrix<T, I>& Bm = B ? *B : A;
-  const bool ta = op_a != vrt::transpose::nontrans, tb = op_b != vrt::transpose::nontrans;
-  const std::int64_t rows = ta ? A.ncols : A.nrows, inner = ta ? A.nrows : A.ncols;
-  const std::int64_t cols = tb ? Bm.nrows : Bm.ncols, inner_b = tb ? Bm.ncols : Bm.nrows;
-  if (inner != inner_b)
-    throw std::invalid_argument("matmat: op(A) has " + std::to_string(inner) +
-                                " columns, op(B) has " + std::to_string(inner_b) + " rows");
+  product_factors<T, I> factors(q, o, A, B);
+  const auto op_a = factors.op_a, op_b = factors.op_b;
+  const std::int64_t rows = factors.shape.first, cols = factors.shape.second;
   const bool usm = o.memory == "usm";
-
-  bound_matrix<T, I> Ma(q, usm, A);
-  std::optional<bound_matrix<T, I>> Mb;
-  if (B) Mb.emplace(q, usm, *B);
-  vs::matrix_handle* a = Ma.handle;
-  vs::matrix_handle* b = Mb ? Mb->handle : a;
-  Ma.ready.wait();
-  if (Mb) Mb->ready.wait();
+  vs::matrix_handle* a = factors.a();
+  vs::matrix_handle* b = factors.b();
 
   // C starts with its row pointers; the other arrays are placeholders until the count is known.
   // Every array holds sentinels until the product writes it.
@@ -266,22 +291,12 @@ result run_matmat(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
 template <typename T, typename I>
 result run_matmat_estimate(sycl::queue& q, const options& o, const host_matrix<T, I>& A,
                            const std::optional<host_matrix<T, I>>& B) {
-  const auto op_a = to_transpose(o.op), op_b = to_transpose(o.op_b);
-  const host_matrix<T, I>& Bm = B ? *B : A;
-  const bool ta = op_a != vrt::transpose::nontrans, tb = op_b != vrt::transpose::nontrans;
-  const std::int64_t rows = ta ? A.ncols : A.nrows, inner = ta ? A.nrows : A.ncols;
-  const std::int64_t inner_b = tb ? Bm.ncols : Bm.nrows;
-  if (inner != inner_b)
-    throw std::invalid_argument("matmat: op(A) has " + std::to_string(inner) +
-                                " columns, op(B) has " + std::to_string(inner_b) + " rows");
+  product_factors<T, I> factors(q, o, A, B);
+  const auto op_a = factors.op_a, op_b = factors.op_b;
+  const std::int64_t rows = factors.shape.first;
   const bool usm = o.memory == "usm";
-  bound_matrix<T, I> Ma(q, usm, A);
-  std::optional<bound_matrix<T, I>> Mb;
-  if (B) Mb.emplace(q, usm, *B);
-  vs::matrix_handle* a = Ma.handle;
-  vs::matrix_handle* b = Mb ? Mb->handle : a;
-  Ma.ready.wait();
-  if (Mb) Mb->ready.wait();
+  vs::matrix_handle* a = factors.a();
+  vs::matrix_handle* b = factors.b();
   handle_owner c_owner(q, usm);
 
   descr_owner descr;
