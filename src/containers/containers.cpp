@@ -126,6 +126,8 @@ sycl::buffer<U, 1>* convert_sub_type(sycl::buffer<unsigned char, 1>* workspace,
                                      std::size_t count) {
   if (offset_bytes > total_bytes || total_bytes - offset_bytes < count * sizeof(U))
     internal_error("");
+  // A sub-buffer cannot be empty: an empty array gets one element of its own.
+  if (count == 0) return new sycl::buffer<U, 1>(sycl::range<1>(1));
   const std::size_t bytes = count * sizeof(U);
   if (offset_bytes == 0 && bytes == workspace->size())
     return new sycl::buffer<U, 1>(workspace->template reinterpret<U, 1>(sycl::range<1>(count)));

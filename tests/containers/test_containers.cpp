@@ -177,6 +177,11 @@ TEST(Containers, CarvingABufferWorkspaceViewsTheSameBytes) {
       vs::convert_sub_type<unsigned char, int>(&workspace, 256, 0, 64));
   std::unique_ptr<sycl::buffer<int, 1>> part(
       vs::convert_sub_type<unsigned char, int>(&workspace, 256, 128, 32));
+  // An empty array cannot be a sub-buffer: it gets an element of its own.
+  std::unique_ptr<sycl::buffer<int, 1>> empty(
+      vs::convert_sub_type<unsigned char, int>(&workspace, 256, 128, 0));
+  ASSERT_NE(empty, nullptr);
+  EXPECT_EQ(empty->size(), 1u);
   int expected_first = 0, expected_part = 0;
   const unsigned char first[4] = {0, 1, 2, 3}, at128[4] = {128, 129, 130, 131};
   std::memcpy(&expected_first, first, 4);

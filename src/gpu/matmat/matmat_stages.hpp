@@ -162,7 +162,7 @@ sycl::event matmat_work_estimation(sycl::queue& queue, sparseStructure* A, spars
     const std::uint64_t at = c.first(static_cast<std::uint64_t>(d->cache_line_bytes),
                                      count * stage_detail::index_bytes<I>);
     d->index_bytes = static_cast<std::int32_t>(sizeof(I));
-    d->row_offsets = carve<I, C>(d->work_estimation_buffer, at, count);
+    d->row_offsets = carve<I, C>(d->work_estimation_buffer, c.total(), at, count);
   }
   auto total = device_cell<C>(d, device_estimate_total);
   const sycl::event estimated = dispatch_work_estimation<I, C>(
@@ -221,11 +221,11 @@ sycl::event matmat_compute_structure(sycl::queue& queue, sparseStructure* A, spa
       c.next(static_cast<std::uint64_t>(d->alignment_bytes), scratch_bytes);
   if (d->structure_cols == nullptr) {
     d->index_bytes = static_cast<std::int32_t>(sizeof(I));
-    d->structure_cols = carve<I, C>(d->compute_structure_buffer, cols, count);
+    d->structure_cols = carve<I, C>(d->compute_structure_buffer, c.total(), cols, count);
   }
   if (d->structure_scratch == nullptr)
     d->structure_scratch =
-        carve<std::uint8_t, C>(d->compute_structure_buffer, scratch, scratch_bytes);
+        carve<std::uint8_t, C>(d->compute_structure_buffer, c.total(), scratch, scratch_bytes);
   return dispatch_compute_structure(d);
 }
 
@@ -287,14 +287,15 @@ sycl::event matmat_compute(sycl::queue& queue, sparseStructure* A, sparseStructu
   const std::uint64_t scratch = c.next(alignment, scratch_bytes);
   if (d->compute_cols == nullptr) {
     d->index_bytes = static_cast<std::int32_t>(sizeof(I));
-    d->compute_cols = carve<I, C>(d->compute_buffer, cols, count);
+    d->compute_cols = carve<I, C>(d->compute_buffer, c.total(), cols, count);
   }
   if (d->compute_values == nullptr) {
     d->value_type = stage_detail::value_code<T>();
-    d->compute_values = carve<T, C>(d->compute_buffer, values, count);
+    d->compute_values = carve<T, C>(d->compute_buffer, c.total(), values, count);
   }
   if (d->compute_scratch == nullptr)
-    d->compute_scratch = carve<std::uint8_t, C>(d->compute_buffer, scratch, scratch_bytes);
+    d->compute_scratch =
+        carve<std::uint8_t, C>(d->compute_buffer, c.total(), scratch, scratch_bytes);
   return dispatch_compute(d);
 }
 

@@ -20,9 +20,9 @@
 
 namespace orvane::vrt::sparse::gpu {
 
-// The one place a sub-buffer is made: count elements of E at byte_offset of whole, as a heap
-// buffer the record owns. An empty range still gets one element of its own, since a sub-buffer
-// cannot be empty.
+// A cell of a typed slab: count elements of E at byte_offset of whole, as a heap buffer the record
+// owns (workspaces of bytes are carved by the containers' convert_sub_type). An empty range still
+// gets one element of its own, since a sub-buffer cannot be empty.
 template <typename E, typename W>
 sycl::buffer<E, 1>* make_sub_buffer(sycl::buffer<W, 1>& whole, std::size_t byte_offset,
                                     std::size_t count) {
@@ -220,6 +220,7 @@ class carver {
     origin_ = align_up(base_, cache_line) - base_;
     return fit(origin_, bytes);
   }
+  std::uint64_t total() const { return total_; }
   std::uint64_t next(std::uint64_t alignment, std::uint64_t bytes) {
     return fit(origin_ + align_up(next_ - origin_, alignment), bytes);
   }
@@ -244,14 +245,18 @@ carver carver_of(void* buffer, std::uint64_t total) {
     return carver(0, total);
 }
 
-// count elements of E at offset of the stage's buffer: a pointer into it, or a sub-buffer.
+// count elements of E at offset of the stage's buffer of total bytes: a pointer into it, or a
+// sub-buffer, as the containers carve any workspace.
 template <typename E, containerType C>
-void* carve(void* buffer, std::uint64_t offset, std::uint64_t count) {
+void* carve(void* buffer, std::uint64_t total, std::uint64_t offset, std::uint64_t count) {
   if constexpr (C == container_usm)
-    return static_cast<std::uint8_t*>(buffer) + offset;
+    return convert_sub_type<unsigned char, E>(buffer, static_cast<std::size_t>(total),
+                                              static_cast<std::size_t>(offset),
+                                              static_cast<std::size_t>(count));
   else
-    return make_sub_buffer<E>(*static_cast<sycl::buffer<std::uint8_t, 1>*>(buffer),
-                              static_cast<std::size_t>(offset), static_cast<std::size_t>(count));
+    return convert_sub_type<unsigned char, E>(
+        static_cast<sycl::buffer<unsigned char, 1>*>(buffer), static_cast<std::size_t>(total),
+        static_cast<std::size_t>(offset), static_cast<std::size_t>(count));
 }
 
 }  // namespace orvane::vrt::sparse::gpu
